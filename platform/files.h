@@ -1,0 +1,61 @@
+// DataRoot: every file the store touches, addressed by stored path.
+//
+// Documents name their files the way the stored formats do: a path relative
+// to the data root whose components are separated by "\" ("\favorites\
+// index.xml"). This class is the one place where such a path becomes a
+// native one. On a case-sensitive file system each component is matched
+// against the directory without regard to ASCII letter case, so
+// "\Favorites" and "\favorites" are the same directory, as on Windows.
+//
+// Nothing outside the data root is ever read, written or deleted: a stored
+// path with a ".." component, a drive letter, a "/" or an empty component
+// (a UNC or absolute path) is refused.
+//
+// Writes are atomic and durable: the new contents go to a temporary file
+// beside the target, are flushed to disk, and are renamed over the target.
+
+#ifndef ZDS_PLATFORM_FILES_H_
+#define ZDS_PLATFORM_FILES_H_
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace zds::platform {
+
+enum class ReadStatus { kRead, kMissing, kFailed };
+
+class DataRoot {
+ public:
+  explicit DataRoot(std::string native_root);
+
+  const std::string& NativeRoot() const { return native_root_; }
+
+  // The native path of a stored path, matched case-blind where needed;
+  // nullopt when the stored path is refused.
+  std::optional<std::string> Resolve(std::string_view stored_path) const;
+
+  ReadStatus ReadWholeFile(std::string_view stored_path, std::string& contents) const;
+  bool WriteFileAtomic(std::string_view stored_path, std::string_view contents) const;
+  // Creates the directory and any missing parents; true when it exists afterwards.
+  bool CreateDirectories(std::string_view stored_path) const;
+  bool DeleteFile(std::string_view stored_path) const;
+  bool MoveFile(std::string_view from, std::string_view to) const;
+  bool FileExists(std::string_view stored_path) const;
+  bool DirectoryExists(std::string_view stored_path) const;
+
+ private:
+  std::string native_root_;
+};
+
+// True when the stored path stays inside the data root.
+bool IsSafeStoredPath(std::string_view stored_path);
+// "\calendar" + "\index.xml" -> "\calendar\index.xml"; a missing or doubled
+// separator at the joint is mended.
+std::string JoinStoredPath(std::string_view base, std::string_view tail);
+// The part up to (not including) the last "\": "\favorites\index.xml" -> "\favorites".
+std::string_view StoredDirectoryOf(std::string_view stored_path);
+
+}  // namespace zds::platform
+
+#endif  // ZDS_PLATFORM_FILES_H_
