@@ -1,18 +1,24 @@
 // DataRoot: every file the store touches, addressed by stored path.
 //
 // Documents name their files the way the stored formats do: a path relative
-// to the data root whose components are separated by "\" ("\favorites\
-// index.xml"). This class is the one place where such a path becomes a
-// native one. On a case-sensitive file system each component is matched
-// against the directory without regard to ASCII letter case, so
+// to the data root whose components are separated by "\"
+// ("\favorites\index.xml"). This class is the one place where such a path
+// becomes a native one. On a case-sensitive file system each component is
+// matched against the directory without regard to ASCII letter case, so
 // "\Favorites" and "\favorites" are the same directory, as on Windows.
 //
 // Nothing outside the data root is ever read, written or deleted: a stored
-// path with a ".." component, a drive letter, a "/" or an empty component
-// (a UNC or absolute path) is refused.
+// path with a ".." component, a ":" (drive letter or stream), a "/", a NUL
+// or an empty component (a UNC path, "\a\\b", a trailing "\") is refused.
+// One leading "\" is optional; "" and "\" name the root itself, which can
+// be read as a directory but never written, deleted or moved. Symbolic
+// links inside the root are followed like any directory or file, wherever
+// they lead: whoever can plant one there can already change the data.
 //
 // Writes are atomic and durable: the new contents go to a temporary file
-// beside the target, are flushed to disk, and are renamed over the target.
+// beside the target, are flushed to disk, and are renamed over the target
+// (a link standing at the target is replaced, not written through); a
+// failed write leaves the old file as it was.
 
 #ifndef ZDS_PLATFORM_FILES_H_
 #define ZDS_PLATFORM_FILES_H_
@@ -20,6 +26,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace zds::platform {
 
@@ -27,6 +34,7 @@ enum class ReadStatus { kRead, kMissing, kFailed };
 
 class DataRoot {
  public:
+  // An empty native root refuses every stored path.
   explicit DataRoot(std::string native_root);
 
   const std::string& NativeRoot() const { return native_root_; }
@@ -37,9 +45,11 @@ class DataRoot {
 
   ReadStatus ReadWholeFile(std::string_view stored_path, std::string& contents) const;
   bool WriteFileAtomic(std::string_view stored_path, std::string_view contents) const;
-  // Creates the directory and any missing parents; true when it exists afterwards.
+  // Creates the directory and any missing parents up to and including the
+  // root itself (never above it); true when it exists afterwards.
   bool CreateDirectories(std::string_view stored_path) const;
   bool DeleteFile(std::string_view stored_path) const;
+  // Never replaces an existing file: moving onto one fails.
   bool MoveFile(std::string_view from, std::string_view to) const;
   bool FileExists(std::string_view stored_path) const;
   bool DirectoryExists(std::string_view stored_path) const;
@@ -48,6 +58,9 @@ class DataRoot {
   std::string native_root_;
 };
 
+// The components of a stored path ("\a\b" -> {"a", "b"}, the root -> {}),
+// viewing into stored_path; nullopt when the path is refused.
+std::optional<std::vector<std::string_view>> SplitStoredPath(std::string_view stored_path);
 // True when the stored path stays inside the data root.
 bool IsSafeStoredPath(std::string_view stored_path);
 // "\calendar" + "\index.xml" -> "\calendar\index.xml"; a missing or doubled
