@@ -1,0 +1,260 @@
+// POSIX side of DataRoot: stored paths matched case-blind against the
+// directories, and writes made atomic with a temporary file and rename.
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+#include <new>
+#include <utility>
+
+#include "platform/files.h"
+
+namespace zds::platform {
+
+namespace {
+
+// Closes on every return path; Close() reports what close(2) said.
+class Descriptor {
+ public:
+  explicit Descriptor(int fd) : fd_(fd) {}
+  ~Descriptor() { Close(); }
+  Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+  Descriptor& operator=(Descriptor&&) = delete;
+
+  int get() const { return fd_; }
+  bool valid() const { return fd_ >= 0; }
+  bool Close() {
+    if (fd_ < 0) return true;
+    int result = close(fd_);
+    fd_ = -1;
+    return result == 0;
+  }
+
+ private:
+  int fd_;
+};
+
+char FoldAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+bool SameIgnoringAsciiCase(std::string_view a, std::string_view b) {
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i) {
+    if (FoldAscii(a[i]) != FoldAscii(b[i])) return false;
+  }
+  return true;
+}
+
+std::string JoinNative(const std::string& directory, std::string_view name) {
+  std::string path = directory;
+  if (path.empty() || path.back() != '/') path += '/';
+  path += name;
+  return path;
+}
+
+bool EntryExists(const std::string& path) {
+  struct stat info;
+  return lstat(path.c_str(), &info) == 0;
+}
+
+bool IsOfType(const std::string& path, mode_t type) {
+  struct stat info;
+  return stat(path.c_str(), &info) == 0 && (info.st_mode & S_IFMT) == type;
+}
+
+// The entry of the directory equal to the name but for ASCII case; of
+// several, the first in byte order, so the choice never depends on the
+// order readdir happens to return. Empty when there is none.
+std::string FindCaseVariant(const std::string& directory, std::string_view name) {
+  std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(directory.c_str()), closedir);
+  std::string best;
+  if (!stream) return best;
+  while (const dirent* entry = readdir(stream.get())) {
+    std::string_view candidate(entry->d_name);
+    if (SameIgnoringAsciiCase(candidate, name) && (best.empty() || candidate < best)) best = candidate;
+  }
+  return best;
+}
+
+// Write, delete and move act on an entry inside the root, never on the root:
+// a temporary beside the root would already lie outside it.
+std::optional<std::string> ResolveEntry(const DataRoot& root, std::string_view stored_path) {
+  auto components = SplitStoredPath(stored_path);
+  if (!components || components->empty()) return std::nullopt;
+  return root.Resolve(stored_path);
+}
+
+std::string NativeDirectoryOf(const std::string& path) {
+  size_t last = path.rfind('/');
+  if (last == std::string::npos) return ".";
+  return last == 0 ? "/" : path.substr(0, last);
+}
+
+bool WriteAll(int fd, std::string_view contents) {
+  while (!contents.empty()) {
+    ssize_t written = write(fd, contents.data(), contents.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return false;
+    contents.remove_prefix(static_cast<size_t>(written));
+  }
+  return true;
+}
+
+bool ReadAll(int fd, std::string& contents) {
+  char buffer[65536];
+  while (true) {
+    ssize_t got = read(fd, buffer, sizeof buffer);
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) return false;
+    if (got == 0) return true;
+    contents.append(buffer, static_cast<size_t>(got));
+  }
+}
+
+// Some file systems cannot sync a directory (EINVAL); the rename is then as
+// durable as they allow.
+bool SyncDirectory(const std::string& directory) {
+  Descriptor fd(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!fd.valid()) return false;
+  return fsync(fd.get()) == 0 || errno == EINVAL;
+}
+
+// A new file beside the target. The process id keeps writers in different
+// processes apart and the counter the threads of this one; O_EXCL steps over
+// a name a crashed writer left behind. The target's name is shortened so a
+// long one still leaves room for the suffix.
+Descriptor CreateTemporary(const std::string& target, std::string& temporary) {
+  static std::atomic<unsigned long> counter{0};
+  std::string directory = NativeDirectoryOf(target);
+  std::string name = target.substr(target.rfind('/') + 1).substr(0, 200);
+  for (int attempt = 0; attempt < 16; ++attempt) {
+    temporary = JoinNative(directory, name + ".tmp" + std::to_string(getpid()) + "-" + std::to_string(counter++));
+    Descriptor fd(open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    if (fd.valid() || errno != EEXIST) return fd;
+  }
+  return Descriptor(-1);
+}
+
+// Everything up to the rename can fail without touching the target. The
+// old file's permissions carry over, so a file kept private stays private.
+bool ReplaceAtomically(const std::string& target, std::string_view contents) {
+  std::string temporary;
+  Descriptor fd = CreateTemporary(target, temporary);
+  if (!fd.valid()) return false;
+  struct stat old_file;
+  bool keep_mode = stat(target.c_str(), &old_file) == 0 && S_ISREG(old_file.st_mode);
+  bool written = WriteAll(fd.get(), contents) && (!keep_mode || fchmod(fd.get(), old_file.st_mode & 07777) == 0) &&
+                 fsync(fd.get()) == 0;
+  if (!fd.Close() || !written || rename(temporary.c_str(), target.c_str()) != 0) {
+    unlink(temporary.c_str());
+    return false;
+  }
+  return SyncDirectory(NativeDirectoryOf(target));
+}
+
+// Creates one directory; one that is already there counts as made.
+bool MakeDirectory(const std::string& path) {
+  return mkdir(path.c_str(), 0777) == 0 || (errno == EEXIST && IsOfType(path, S_IFDIR));
+}
+
+// rename() replaces its target; the kernel refuses that atomically where it
+// can, and elsewhere a look just before has to do.
+bool RenameNoReplace(const std::string& from, const std::string& to) {
+#if defined(__linux__) && defined(RENAME_NOREPLACE)
+  if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
+  if (errno != EINVAL && errno != ENOSYS) return false;
+#endif
+  if (EntryExists(to)) return false;
+  return rename(from.c_str(), to.c_str()) == 0;
+}
+
+}  // namespace
+
+// Each missing component is looked for case-blind in its directory; once
+// one is not found at all, the rest cannot exist and keep their spelling,
+// which is the name a write or mkdir then creates.
+std::optional<std::string> DataRoot::Resolve(std::string_view stored_path) const {
+  auto components = SplitStoredPath(stored_path);
+  if (!components || native_root_.empty()) return std::nullopt;
+  std::string path = native_root_;
+  bool found = true;
+  for (std::string_view component : *components) {
+    std::string next = JoinNative(path, component);
+    if (found && !EntryExists(next)) {
+      std::string variant = FindCaseVariant(path, component);
+      found = !variant.empty();
+      if (found) next = JoinNative(path, variant);
+    }
+    path = std::move(next);
+  }
+  return path;
+}
+
+// O_NONBLOCK keeps a FIFO planted in the root from hanging the read; it is
+// refused as not a regular file right after.
+ReadStatus DataRoot::ReadWholeFile(std::string_view stored_path, std::string& contents) const {
+  contents.clear();
+  auto path = Resolve(stored_path);
+  if (!path) return ReadStatus::kFailed;
+  Descriptor fd(open(path->c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  if (!fd.valid()) return errno == ENOENT || errno == ENOTDIR ? ReadStatus::kMissing : ReadStatus::kFailed;
+  struct stat info;
+  if (fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode)) return ReadStatus::kFailed;
+  try {
+    std::string read;
+    read.reserve(static_cast<size_t>(info.st_size));
+    if (!ReadAll(fd.get(), read)) return ReadStatus::kFailed;
+    contents = std::move(read);
+    return ReadStatus::kRead;
+  } catch (const std::bad_alloc&) {
+    return ReadStatus::kFailed;
+  }
+}
+
+bool DataRoot::WriteFileAtomic(std::string_view stored_path, std::string_view contents) const {
+  auto path = ResolveEntry(*this, stored_path);
+  return path && ReplaceAtomically(*path, contents);
+}
+
+bool DataRoot::CreateDirectories(std::string_view stored_path) const {
+  auto path = Resolve(stored_path);
+  if (!path || !MakeDirectory(native_root_)) return false;
+  std::string made = native_root_;
+  std::string_view rest = std::string_view(*path).substr(native_root_.size());
+  while (!rest.empty()) {
+    size_t end = rest.find('/');
+    std::string_view part = rest.substr(0, end);
+    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
+    if (part.empty()) continue;
+    made = JoinNative(made, part);
+    if (!MakeDirectory(made)) return false;
+  }
+  return true;
+}
+
+bool DataRoot::DeleteFile(std::string_view stored_path) const {
+  auto path = ResolveEntry(*this, stored_path);
+  return path && unlink(path->c_str()) == 0;
+}
+
+bool DataRoot::MoveFile(std::string_view from, std::string_view to) const {
+  auto native_from = ResolveEntry(*this, from);
+  auto native_to = ResolveEntry(*this, to);
+  return native_from && native_to && RenameNoReplace(*native_from, *native_to);
+}
+
+bool DataRoot::FileExists(std::string_view stored_path) const {
+  auto path = Resolve(stored_path);
+  return path && IsOfType(*path, S_IFREG);
+}
+
+bool DataRoot::DirectoryExists(std::string_view stored_path) const {
+  auto path = Resolve(stored_path);
+  return path && IsOfType(*path, S_IFDIR);
+}
+
+}  // namespace zds::platform

@@ -1,0 +1,148 @@
+#include "platform/files.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace zds::platform {
+namespace {
+
+namespace fs = std::filesystem;
+using Names = std::vector<std::string>;
+
+TEST(StoredPathTest, RefusesPathsThatLeaveTheRoot) {
+  for (const char* path : {"", "\\", "a.xml", "\\a\\b.xml", "\\a..b\\..."}) EXPECT_TRUE(IsSafeStoredPath(path)) << path;
+  for (const char* path : {"..", "\\a\\..\\b", "C:\\x", "\\a:s", "\\a/b", "\\\\server\\x", "\\a\\\\b", "\\a\\"}) {
+    EXPECT_FALSE(IsSafeStoredPath(path)) << path;
+  }
+  EXPECT_FALSE(IsSafeStoredPath(std::string_view("a\0b", 3)));
+}
+
+TEST(StoredPathTest, JoinsMendTheSeparatorAtTheJoint) {
+  for (auto [base, tail] : {std::pair{"\\cal", "\\i.xml"}, {"\\cal\\", "\\i.xml"}, {"\\cal", "i.xml"}}) {
+    EXPECT_EQ(JoinStoredPath(base, tail), "\\cal\\i.xml") << base << " + " << tail;
+  }
+  EXPECT_EQ(JoinStoredPath("\\", "i.xml"), "\\i.xml");
+  EXPECT_EQ(StoredDirectoryOf("\\favorites\\index.xml"), "\\favorites");
+  EXPECT_EQ(StoredDirectoryOf("index.xml"), "");
+}
+
+class DataRootTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    char pattern[] = "/tmp/zds-platform-XXXXXX";
+    ASSERT_NE(mkdtemp(pattern), nullptr);
+    top_ = pattern;
+    fs::create_directory(top_ / "root");
+    root_ = DataRoot((top_ / "root").string());
+  }
+  void TearDown() override {
+    std::error_code ignored;
+    fs::remove_all(top_, ignored);
+  }
+  void Put(const char* name, const std::string& text) { std::ofstream(top_ / name, std::ios::binary) << text; }
+  std::string Get(const char* name) {
+    std::ostringstream text;
+    text << std::ifstream(top_ / name, std::ios::binary).rdbuf();
+    return text.str();
+  }
+  Names Entries(const char* directory) {
+    Names names;
+    for (const auto& entry : fs::directory_iterator(top_ / directory)) names.push_back(entry.path().filename());
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+  fs::path top_;
+  DataRoot root_{""};
+};
+
+TEST_F(DataRootTest, NothingOutsideTheRootIsTouched) {
+  Put("outside.xml", "keep");
+  EXPECT_FALSE(root_.Resolve("\\..\\outside.xml"));
+  EXPECT_FALSE(root_.WriteFileAtomic("\\..\\outside.xml", "lost"));
+  EXPECT_FALSE(root_.DeleteFile("..\\outside.xml"));
+  EXPECT_FALSE(root_.CreateDirectories("\\..\\made"));
+  EXPECT_FALSE(root_.WriteFileAtomic("\\", "x"));
+  EXPECT_EQ(Get("outside.xml"), "keep");
+  EXPECT_EQ(Entries(""), (Names{"outside.xml", "root"}));
+}
+
+TEST_F(DataRootTest, MatchesComponentsCaseBlindPreferringTheExactName) {
+  for (const char* dir : {"root/favorites", "root/Notes", "root/notes"}) fs::create_directory(top_ / dir);
+  const std::string native = root_.NativeRoot();
+  EXPECT_EQ(root_.Resolve("\\Favorites\\Index.xml"), native + "/favorites/Index.xml");
+  EXPECT_EQ(root_.Resolve("\\notes"), native + "/notes");
+  EXPECT_EQ(root_.Resolve("\\NOTES"), native + "/Notes");  // first in byte order
+  ASSERT_TRUE(root_.WriteFileAtomic("FAVORITES\\a.xml", "<a/>"));
+  EXPECT_EQ(Get("root/favorites/a.xml"), "<a/>");
+}
+
+TEST_F(DataRootTest, ReadTellsMissingFromFailed) {
+  Put("root/a.xml", std::string("x\0y", 3));
+  std::string contents;
+  EXPECT_EQ(root_.ReadWholeFile("\\A.xml", contents), ReadStatus::kRead);
+  EXPECT_EQ(contents, std::string("x\0y", 3));
+  for (const char* path : {"\\none.xml", "\\none\\a.xml", "\\a.xml\\b.xml"}) {
+    EXPECT_EQ(root_.ReadWholeFile(path, contents), ReadStatus::kMissing) << path;
+  }
+  for (const char* path : {"\\", "\\..\\x"}) EXPECT_EQ(root_.ReadWholeFile(path, contents), ReadStatus::kFailed) << path;
+  EXPECT_EQ(contents, "");
+}
+
+TEST_F(DataRootTest, WriteReplacesTheFileKeepingItsModeAndNoTemporary) {
+  Put("root/a.xml", "old and longer");
+  fs::permissions(top_ / "root/a.xml", fs::perms::owner_read | fs::perms::owner_write);
+  ASSERT_TRUE(root_.WriteFileAtomic("\\a.xml", "new"));
+  EXPECT_EQ(Get("root/a.xml"), "new");
+  EXPECT_EQ(fs::status(top_ / "root/a.xml").permissions(), fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_EQ(Entries("root"), Names{"a.xml"});
+}
+
+// The file-size limit fails the write halfway, as a full disk would, and
+// works even for root, who ignores read-only directories.
+TEST_F(DataRootTest, FailedWriteLeavesTheOldFileByteForByte) {
+  Put("root/a.xml", "old");
+  EXPECT_FALSE(root_.WriteFileAtomic("\\missing\\a.xml", "new"));
+  rlimit saved;
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
+  rlimit small = saved;
+  small.rlim_cur = 16;
+  auto old_handler = std::signal(SIGXFSZ, SIG_IGN);
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  bool written = root_.WriteFileAtomic("\\a.xml", std::string(1000, 'n'));
+  setrlimit(RLIMIT_FSIZE, &saved);
+  std::signal(SIGXFSZ, old_handler);
+  EXPECT_FALSE(written);
+  EXPECT_EQ(Get("root/a.xml"), "old");
+  EXPECT_EQ(Entries("root"), Names{"a.xml"});
+}
+
+TEST_F(DataRootTest, CreatesDirectoriesThroughCaseVariants) {
+  fs::create_directory(top_ / "root/calendar");
+  EXPECT_TRUE(root_.CreateDirectories("\\Calendar\\2005\\05"));
+  EXPECT_TRUE(fs::is_directory(top_ / "root/calendar/2005/05"));
+  EXPECT_TRUE(root_.CreateDirectories("\\calendar\\2005"));
+  Put("root/file", "");
+  EXPECT_FALSE(root_.CreateDirectories("\\file\\sub"));
+}
+
+TEST_F(DataRootTest, MoveNeverReplacesAndDeleteRemovesOnlyFiles) {
+  Put("root/a.xml", "a");
+  Put("root/b.xml", "b");
+  EXPECT_FALSE(root_.MoveFile("\\a.xml", "\\B.xml"));
+  EXPECT_TRUE(root_.MoveFile("\\A.xml", "\\c.xml"));
+  EXPECT_TRUE(root_.DeleteFile("\\C.XML"));
+  EXPECT_FALSE(root_.DeleteFile("\\"));
+  EXPECT_EQ(Entries("root"), Names{"b.xml"});
+}
+
+}  // namespace
+}  // namespace zds::platform
