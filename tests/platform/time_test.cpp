@@ -1,0 +1,47 @@
+#include "platform/time.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+namespace zds {
+namespace {
+
+// Local time is UTC here, so expected second counts are plain arithmetic.
+class TimeTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    setenv("TZ", "UTC", 1);
+    tzset();
+  }
+};
+
+TEST_F(TimeTest, ParsesTheStoredFormsAndNothingElse) {
+  const std::pair<const char*, int64_t> cases[] = {
+      {"2005-05-01 12:30:15", 1114950615}, {"2005-05-01 12:30", 1114950600}, {" 2005-05-01 ", 1114905600},
+      {"2004-02-29", 1078012800},          {"2005-02-30", 0},                {"1900-02-29", 0},
+      {"2005-13-01", 0},                   {"2005-05-01 24:00", 0},          {"2005-05-01T12:30", 0},
+      {"2005-05-01 12:30:15x", 0},         {"05-05-01", 0},                  {"", 0},
+  };
+  for (auto [text, seconds] : cases) EXPECT_EQ(ParseDateTime(text).GetTime(), seconds) << text;
+}
+
+TEST_F(TimeTest, ConstructorNormalisesOutOfRangeFields) {
+  EXPECT_EQ(CTime(2005, 4, 31, 0, 0, 0).Format(kTimeFormatDate), "2005-05-01");
+  EXPECT_EQ(CTime(2005, 13, 1, 0, 0, 0).Format(kTimeFormatDate), "2006-01-01");
+  EXPECT_EQ(CTime(2005, 1, 1, 25, 0, 0).Format(kTimeFormatSeconds), "2005-01-02 01:00:00");
+}
+
+// mktime answers -1 both for failure and for this second.
+TEST_F(TimeTest, LastSecondBeforeTheEpochIsNotAFailure) {
+  EXPECT_EQ(CTime(1969, 12, 31, 23, 59, 59).GetTime(), -1);
+}
+
+TEST_F(TimeTest, DayOfWeekCountsFromSunday) {
+  EXPECT_EQ(CTime(1970, 1, 1, 0, 0, 0).GetDayOfWeek(), 5);   // Thursday
+  EXPECT_EQ(CTime(2005, 1, 1, 12, 0, 0).GetDayOfWeek(), 7);  // Saturday
+  EXPECT_EQ(CTime(2005, 1, 2, 12, 0, 0).GetDayOfWeek(), 1);  // Sunday
+}
+
+}  // namespace
+}  // namespace zds
