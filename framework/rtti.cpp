@@ -1,0 +1,27 @@
+#include "framework/rtti.h"
+
+namespace zds {
+
+void CRTTIRegistry::Register(std::string_view class_name, RTTIFactory factory) {
+  factories_.insert_or_assign(std::string(class_name), factory);
+}
+
+bool CRTTIRegistry::IsRegistered(std::string_view class_name) const {
+  return factories_.find(class_name) != factories_.end();
+}
+
+std::unique_ptr<CRTTIObject> CRTTIRegistry::CreateObject(std::string_view class_name) const {
+  auto it = factories_.find(class_name);
+  return it == factories_.end() ? nullptr : it->second();
+}
+
+const CRTTIRegistry& GetDefaultRegistry() {
+  static const CRTTIRegistry registry = [] {
+    CRTTIRegistry filled;
+    RegisterAllClasses(filled);
+    return filled;
+  }();
+  return registry;
+}
+
+}  // namespace zds

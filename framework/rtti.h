@@ -1,0 +1,50 @@
+// The run-time class registry: documents are created from the class name a
+// folder's content descriptor names ("midl;class=CMIDLDoc;os=universal").
+//
+// Every class is registered explicitly from one function (see
+// RegisterAllClasses) rather than by static objects, which a static link
+// would silently drop.
+
+#ifndef ZDS_FRAMEWORK_RTTI_H_
+#define ZDS_FRAMEWORK_RTTI_H_
+
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace zds {
+
+class CRTTIObject {
+ public:
+  virtual ~CRTTIObject() = default;
+  virtual std::string_view GetRTTIClass() const = 0;
+};
+
+using RTTIFactory = std::unique_ptr<CRTTIObject> (*)();
+
+class CRTTIRegistry {
+ public:
+  void Register(std::string_view class_name, RTTIFactory factory);
+  bool IsRegistered(std::string_view class_name) const;
+  // A new object of the named class, or null when the name is unknown.
+  std::unique_ptr<CRTTIObject> CreateObject(std::string_view class_name) const;
+
+ private:
+  std::map<std::string, RTTIFactory, std::less<>> factories_;
+};
+
+// Registers every class of the library; defined once, beside the classes.
+void RegisterAllClasses(CRTTIRegistry& registry);
+// The registry filled by RegisterAllClasses, built on first use and never changed.
+const CRTTIRegistry& GetDefaultRegistry();
+
+// Helper for the static CreateObject every registered class carries.
+template <typename T>
+std::unique_ptr<CRTTIObject> CreateRTTIObject() {
+  return std::make_unique<T>();
+}
+
+}  // namespace zds
+
+#endif  // ZDS_FRAMEWORK_RTTI_H_

@@ -1,0 +1,261 @@
+// The nodes of a record document's tree: folders, records and links, the
+// extension objects that carry a document kind's own fields, and the
+// framework's special records (variables, relations, pages).
+//
+// A node is both a value (id, alias, attribute, content, src and its
+// extension, copied and compared as a whole) and, once it is in a tree, a
+// place: its parent, its siblings and the document that holds it. Copying a
+// node copies the value only; a copy is never part of a tree.
+//
+// A node that came from a file remembers the exact text it was read from
+// and is written back with that text until it is changed, so reading and
+// saving a file changes no byte of it.
+
+#ifndef ZDS_FRAMEWORK_VFDL_NODE_H_
+#define ZDS_FRAMEWORK_VFDL_NODE_H_
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include "framework/rtti.h"
+
+namespace zds {
+
+class CVFDLDoc;
+class CVFDLFolder;
+
+// Node types; a document kind may add its own (a service is 256).
+inline constexpr int kNodeFolder = 1;
+inline constexpr int kNodeLink = 2;
+inline constexpr int kNodeRec = 3;
+
+// Folder attribute values.
+inline constexpr std::string_view kAttrRoot = "root";
+inline constexpr std::string_view kAttrUndel = "undel";
+inline constexpr std::string_view kAttrSystem = "system";
+inline constexpr std::string_view kAttrNormal = "normal";
+inline constexpr std::string_view kAttrHidden = "hidden";
+
+// Content descriptors: "kind;class=Name;os=universal".
+std::string ComposeContent(std::string_view kind, std::string_view class_name, std::string_view os);
+std::string GetContentType(std::string_view content);
+std::string GetContentClass(std::string_view content);
+std::string GetContentOS(std::string_view content);
+
+// Base of the objects that hold a document kind's own fields of a record
+// or folder. Families derive through CVFDLExtendBase below.
+class CVFDLExtension {
+ public:
+  virtual ~CVFDLExtension() = default;
+  virtual std::unique_ptr<CVFDLExtension> Clone() const = 0;
+  virtual bool Equals(const CVFDLExtension& other) const = 0;
+};
+
+template <typename Derived>
+class CVFDLExtendBase : public CVFDLExtension {
+ public:
+  std::unique_ptr<CVFDLExtension> Clone() const override {
+    return std::make_unique<Derived>(static_cast<const Derived&>(*this));
+  }
+  bool Equals(const CVFDLExtension& other) const override {
+    const auto* same = dynamic_cast<const Derived*>(&other);
+    return same != nullptr && static_cast<const Derived&>(*this) == *same;
+  }
+};
+
+class CVFDLNode {
+ public:
+  explicit CVFDLNode(int node_type) : node_type_(node_type) {}
+  CVFDLNode(const CVFDLNode& other);
+  CVFDLNode& operator=(const CVFDLNode& other);
+  virtual ~CVFDLNode();
+
+  // A copy of the value, of the same class.
+  virtual std::unique_ptr<CVFDLNode> Clone() const = 0;
+  // Takes over the other node's value (same kind of node), keeping place and id.
+  virtual void AssignValue(const CVFDLNode& other);
+  virtual bool ValueEquals(const CVFDLNode& other) const;
+
+  int GetNodeType() const { return node_type_; }
+  bool IsFolder() const { return node_type_ == kNodeFolder; }
+  const std::string& GetID() const { return id_; }
+  void SetID(std::string_view id) { id_ = id; }
+  const std::string& GetAlias() const { return alias_; }
+  void SetAlias(std::string_view alias) { alias_ = alias; }
+  const std::string& GetAttribute() const { return attribute_; }
+  void SetAttribute(std::string_view attribute) { attribute_ = attribute; }
+  const std::string& GetContent() const { return content_; }
+  void SetContent(std::string_view content) { content_ = content; }
+  const std::string& GetSrc() const { return src_; }
+  void SetSrc(std::string_view src) { src_ = src; }
+  int GetExtendType() const { return extend_type_; }
+  void SetExtendType(int type) { extend_type_ = type; }
+
+  void ComposeContent(std::string_view kind, std::string_view class_name, std::string_view os);
+  std::string GetContentClass() const { return zds::GetContentClass(content_); }
+  std::string GetContentType() const { return zds::GetContentType(content_); }
+  std::string GetContentOS() const { return zds::GetContentOS(content_); }
+
+  // Place in the tree (null for a node that is not in one).
+  CVFDLDoc* GetDoc() const { return doc_; }
+  CVFDLFolder* GetParent() const { return parent_; }
+  CVFDLNode* GetNextSibling() const { return next_; }
+  CVFDLNode* GetPrevSibling() const { return prev_; }
+  // Store-wide unique address, stable across reloads ("kov:\Velmora\0007").
+  std::string GetPos() const;
+  // Virtual store path of aliases ("kov:\Velmora\Favorites").
+  std::string GetPath() const;
+
+  // Attributes and child content that no hook understood, in stored spelling.
+  const std::string& GetUnknownAttributes() const { return unknown_attributes_; }
+  const std::string& GetUnknownContent() const { return unknown_content_; }
+  void SetUnknownAttributes(std::string text) { unknown_attributes_ = std::move(text); }
+  void SetUnknownContent(std::string text) { unknown_content_ = std::move(text); }
+
+ private:
+  friend class CVFTree;
+  friend class CVFDLDoc;
+  friend class CVFDLFolder;
+  friend class TreeBuilder;
+
+  int node_type_;
+  int extend_type_ = 0;
+  std::string id_;
+  std::string alias_;
+  std::string attribute_;
+  std::string content_;
+  std::string src_;
+  std::string unknown_attributes_;
+  std::string unknown_content_;
+
+  // Tree linkage, owned by CVFTree.
+  CVFDLDoc* doc_ = nullptr;
+  CVFDLFolder* parent_ = nullptr;
+  CVFDLNode* prev_ = nullptr;
+  CVFDLNode* next_ = nullptr;
+  size_t slot_ = 0;
+  // The text the node was read from; empty once the node changed.
+  std::string_view lead_;
+  std::string_view source_;
+};
+
+class CVFDLFolder : public CVFDLNode {
+ public:
+  CVFDLFolder() : CVFDLNode(kNodeFolder) {}
+  CVFDLFolder(const CVFDLFolder& other);
+  CVFDLFolder& operator=(const CVFDLFolder& other);
+  ~CVFDLFolder() override;
+
+  std::unique_ptr<CVFDLNode> Clone() const override { return std::make_unique<CVFDLFolder>(*this); }
+  void AssignValue(const CVFDLNode& other) override;
+  bool ValueEquals(const CVFDLNode& other) const override;
+  bool operator==(const CVFDLFolder& other) const { return ValueEquals(other); }
+
+  CVFDLExtension* GetExtend() const { return extend_.get(); }
+  void SetExtend(std::unique_ptr<CVFDLExtension> extend) { extend_ = std::move(extend); }
+
+  CVFDLNode* GetFirstChild() const { return first_child_; }
+  CVFDLNode* GetLastChild() const { return last_child_; }
+  size_t GetChildCount() const { return child_count_; }
+  // The first child with this alias; constant time for large folders.
+  CVFDLNode* FindChildByAlias(std::string_view alias);
+
+ private:
+  friend class CVFTree;
+  friend class CVFDLDoc;
+  friend class TreeBuilder;
+
+  struct AliasEntry {
+    CVFDLNode* first;
+    size_t count;
+  };
+  void IndexChild(CVFDLNode* child);
+  void UnindexChild(CVFDLNode* child);
+
+  std::unique_ptr<CVFDLExtension> extend_;
+  CVFDLNode* first_child_ = nullptr;
+  CVFDLNode* last_child_ = nullptr;
+  size_t child_count_ = 0;
+  std::unique_ptr<std::unordered_map<std::string, AliasEntry>> alias_index_;
+  bool self_closing_ = false;
+  std::string_view close_lead_;
+  std::string_view close_source_;
+};
+
+class CVFDLRec : public CVFDLNode {
+ public:
+  CVFDLRec() : CVFDLNode(kNodeRec) {}
+  explicit CVFDLRec(std::unique_ptr<CVFDLExtension> extend) : CVFDLNode(kNodeRec), extend_(std::move(extend)) {}
+  CVFDLRec(const CVFDLRec& other);
+  CVFDLRec& operator=(const CVFDLRec& other);
+
+  std::unique_ptr<CVFDLNode> Clone() const override { return std::make_unique<CVFDLRec>(*this); }
+  void AssignValue(const CVFDLNode& other) override;
+  bool ValueEquals(const CVFDLNode& other) const override;
+  bool operator==(const CVFDLRec& other) const { return ValueEquals(other); }
+  bool operator!=(const CVFDLRec& other) const { return !ValueEquals(other); }
+
+  CVFDLExtension* GetExtend() const { return extend_.get(); }
+  void SetExtend(std::unique_ptr<CVFDLExtension> extend) { extend_ = std::move(extend); }
+
+ protected:
+  CVFDLRec(int node_type, std::unique_ptr<CVFDLExtension> extend)
+      : CVFDLNode(node_type), extend_(std::move(extend)) {}
+
+ private:
+  std::unique_ptr<CVFDLExtension> extend_;
+};
+
+// A family's record class: a record whose extension is always an Extend.
+template <typename Self, typename Extend>
+class CVFDLTypedRec : public CVFDLRec {
+ public:
+  CVFDLTypedRec() : CVFDLRec(std::make_unique<Extend>()) {}
+  std::unique_ptr<CVFDLNode> Clone() const override {
+    return std::make_unique<Self>(static_cast<const Self&>(*this));
+  }
+  Extend& GetExtendRec() { return static_cast<Extend&>(*GetExtend()); }
+  const Extend& GetExtendRec() const { return static_cast<const Extend&>(*GetExtend()); }
+};
+
+class CVFDLLink : public CVFDLNode {
+ public:
+  CVFDLLink() : CVFDLNode(kNodeLink) {}
+  std::unique_ptr<CVFDLNode> Clone() const override { return std::make_unique<CVFDLLink>(*this); }
+  bool operator==(const CVFDLLink& other) const { return ValueEquals(other); }
+  bool operator!=(const CVFDLLink& other) const { return !ValueEquals(other); }
+};
+
+// A named value kept with a record ("variable" child elements and the like).
+class CVFVarRec {
+ public:
+  virtual ~CVFVarRec() = default;
+  std::string name;
+  std::string value;
+  bool operator==(const CVFVarRec&) const = default;
+};
+
+// A relation from one node to another, kept with a record.
+class CVFRelateRec {
+ public:
+  virtual ~CVFRelateRec() = default;
+  std::string alias;   // what is shown for the related item
+  std::string target;  // position or path of the related item
+  std::string type;    // kind of the related item
+  bool operator==(const CVFRelateRec&) const = default;
+};
+
+// One page of content kept with a record: a title and its text.
+class CVFPageRec {
+ public:
+  virtual ~CVFPageRec() = default;
+  std::string alias;
+  std::string text;
+  bool operator==(const CVFPageRec&) const = default;
+};
+
+}  // namespace zds
+
+#endif  // ZDS_FRAMEWORK_VFDL_NODE_H_

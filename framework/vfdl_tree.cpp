@@ -1,0 +1,171 @@
+#include "framework/vfdl_tree.h"
+
+#include <charconv>
+#include <cstdio>
+
+namespace zds {
+namespace {
+
+// The numeric value of an all-digit id, or -1.
+int IdNumber(std::string_view id) {
+  int value = -1;
+  if (id.empty() || id.size() > 9) return -1;
+  auto [end, error] = std::from_chars(id.data(), id.data() + id.size(), value);
+  return error == std::errc() && end == id.data() + id.size() ? value : -1;
+}
+
+}  // namespace
+
+CVFTree::~CVFTree() = default;
+
+CVFDLNode* CVFTree::GetNodeByID(std::string_view id) const {
+  auto it = by_id_.find(std::string(id));
+  return it == by_id_.end() ? nullptr : it->second;
+}
+
+std::string CVFTree::GetLocalID(int number) {
+  char buffer[16];
+  std::snprintf(buffer, sizeof buffer, "%04d", number);
+  return buffer;
+}
+
+std::string CVFTree::GetNewAlias(CVFDLFolder& parent, std::string_view alias) const {
+  if (parent.FindChildByAlias(alias) == nullptr) return std::string(alias);
+  for (int n = 2;; ++n) {
+    std::string candidate = std::string(alias) + " (" + std::to_string(n) + ")";
+    if (parent.FindChildByAlias(candidate) == nullptr) return candidate;
+  }
+}
+
+int CVFTree::GetNodeIndex(const CVFDLNode& node) const {
+  if (node.parent_ == nullptr) return 0;
+  int index = 0;
+  for (CVFDLNode* sibling = node.parent_->first_child_; sibling && sibling != &node; sibling = sibling->next_) {
+    ++index;
+  }
+  return index;
+}
+
+void CVFTree::InitNodeExtendType(CVFDLNode& /*node*/) {}
+
+void CVFTree::RegisterID(CVFDLNode& node) {
+  int number = IdNumber(node.id_);
+  if (node.id_.empty() || by_id_.count(node.id_) != 0) {
+    number = max_id_ + 1;
+    node.id_ = GetLocalID(number);
+    node.source_ = {};  // the stored text no longer says what the node is
+  }
+  by_id_.emplace(node.id_, &node);
+  if (number > max_id_) max_id_ = number;
+}
+
+CVFDLNode* CVFTree::AddNode(CVFDLFolder* parent, std::unique_ptr<CVFDLNode> owned, int index) {
+  CVFDLNode& node = *owned;
+  node.doc_ = TreeDoc();
+  node.slot_ = nodes_.size();
+  nodes_.push_back(std::move(owned));
+  RegisterID(node);
+  if (parent == nullptr) {
+    root_ = static_cast<CVFDLFolder*>(&node);
+  } else {
+    Link(*parent, node, index);
+  }
+  InitNodeExtendType(node);
+  return &node;
+}
+
+void CVFTree::Link(CVFDLFolder& parent, CVFDLNode& node, int index) {
+  node.parent_ = &parent;
+  CVFDLNode* before = nullptr;
+  if (index >= 0) {
+    before = parent.first_child_;
+    for (int i = 0; before && i < index; ++i) before = before->next_;
+  }
+  if (before == nullptr) {
+    node.prev_ = parent.last_child_;
+    if (parent.last_child_) parent.last_child_->next_ = &node;
+    else parent.first_child_ = &node;
+    parent.last_child_ = &node;
+    if (parent.alias_index_) parent.IndexChild(&node);
+  } else {
+    node.next_ = before;
+    node.prev_ = before->prev_;
+    if (before->prev_) before->prev_->next_ = &node;
+    else parent.first_child_ = &node;
+    before->prev_ = &node;
+    parent.alias_index_.reset();  // "first with this alias" may have changed
+  }
+  ++parent.child_count_;
+}
+
+void CVFTree::Unlink(CVFDLNode& node) {
+  CVFDLFolder* parent = node.parent_;
+  if (parent == nullptr) return;
+  if (parent->alias_index_) parent->UnindexChild(&node);
+  if (node.prev_) node.prev_->next_ = node.next_;
+  else parent->first_child_ = node.next_;
+  if (node.next_) node.next_->prev_ = node.prev_;
+  else parent->last_child_ = node.prev_;
+  --parent->child_count_;
+  node.parent_ = nullptr;
+  node.prev_ = node.next_ = nullptr;
+}
+
+void CVFTree::RenameNode(CVFDLNode& node, std::string_view alias) {
+  if (node.alias_ == alias) return;
+  if (node.parent_) node.parent_->alias_index_.reset();
+  node.alias_ = alias;
+}
+
+void CVFTree::ReleaseSubtree(CVFDLNode& node) {
+  if (node.IsFolder()) {
+    auto& folder = static_cast<CVFDLFolder&>(node);
+    while (folder.first_child_) {
+      CVFDLNode* child = folder.first_child_;
+      Unlink(*child);
+      ReleaseSubtree(*child);
+    }
+  }
+  OnNodeRemoving(node);
+  by_id_.erase(node.id_);
+  size_t slot = node.slot_;
+  if (slot + 1 != nodes_.size()) {
+    nodes_[slot] = std::move(nodes_.back());
+    nodes_[slot]->slot_ = slot;
+  }
+  nodes_.pop_back();  // destroys the node
+}
+
+void CVFTree::RemoveNode(CVFDLNode& node) {
+  if (&node == root_) {
+    ClearTree();
+    return;
+  }
+  Unlink(node);
+  ReleaseSubtree(node);
+}
+
+CVFTree::TreeState CVFTree::TakeTree() {
+  TreeState state{std::move(nodes_), std::move(by_id_), root_, max_id_};
+  nodes_.clear();
+  by_id_.clear();
+  root_ = nullptr;
+  max_id_ = 0;
+  return state;
+}
+
+void CVFTree::RestoreTree(TreeState state) {
+  nodes_ = std::move(state.nodes);
+  by_id_ = std::move(state.by_id);
+  root_ = state.root;
+  max_id_ = state.max_id;
+}
+
+void CVFTree::ClearTree() {
+  by_id_.clear();
+  root_ = nullptr;
+  nodes_.clear();
+  max_id_ = 0;
+}
+
+}  // namespace zds

@@ -1,0 +1,82 @@
+// CVFTree: the node tree of one record document. It owns every node, hands
+// out ids, and finds nodes by id, position and virtual path through indexes,
+// never by scanning the document.
+//
+// Ids are four-digit decimal strings ("0000" is the root folder) and unique
+// within a document. A new id is one above the largest in use.
+
+#ifndef ZDS_FRAMEWORK_VFDL_TREE_H_
+#define ZDS_FRAMEWORK_VFDL_TREE_H_
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "framework/vfdl_node.h"
+
+namespace zds {
+
+class CVFTree {
+ public:
+  CVFTree() = default;
+  CVFTree(const CVFTree&) = delete;
+  CVFTree& operator=(const CVFTree&) = delete;
+  virtual ~CVFTree();
+
+  CVFDLFolder* GetRoot() const { return root_; }
+  size_t GetNodeCount() const { return nodes_.size(); }
+  CVFDLNode* GetNodeByID(std::string_view id) const;
+
+  // A number not used by any node yet; GetLocalID turns it into an id.
+  int GetNewID() const { return max_id_ + 1; }
+  static std::string GetLocalID(int number);
+  // `alias`, or "alias (2)", "alias (3)"... whichever no child of `parent` has.
+  std::string GetNewAlias(CVFDLFolder& parent, std::string_view alias) const;
+  // The node's place among its siblings (0 for the first child).
+  int GetNodeIndex(const CVFDLNode& node) const;
+
+  // Hook: sets a node's extension type as it enters the tree.
+  virtual void InitNodeExtendType(CVFDLNode& node);
+
+ protected:
+  // Puts `node` under `parent` (null: as the root) before the child at
+  // `index` (negative: at the end) and returns it. An id that is empty or
+  // already taken is replaced by a new one.
+  CVFDLNode* AddNode(CVFDLFolder* parent, std::unique_ptr<CVFDLNode> node, int index = -1);
+  // Removes the node and everything below it.
+  void RemoveNode(CVFDLNode& node);
+  // Drops every node.
+  void ClearTree();
+  // Changes a node's alias through the tree, keeping the alias index right.
+  void RenameNode(CVFDLNode& node, std::string_view alias);
+  // The whole tree, taken out and put back, so that a failed rebuild can
+  // leave the document as it was.
+  struct TreeState {
+    std::vector<std::unique_ptr<CVFDLNode>> nodes;
+    std::unordered_map<std::string, CVFDLNode*> by_id;
+    CVFDLFolder* root = nullptr;
+    int max_id = 0;
+  };
+  TreeState TakeTree();
+  void RestoreTree(TreeState state);
+  // Called for every node (below-first) before it leaves the tree.
+  virtual void OnNodeRemoving(CVFDLNode& /*node*/) {}
+  virtual CVFDLDoc* TreeDoc() = 0;
+
+ private:
+  void Link(CVFDLFolder& parent, CVFDLNode& node, int index);
+  void Unlink(CVFDLNode& node);
+  void ReleaseSubtree(CVFDLNode& node);
+  void RegisterID(CVFDLNode& node);
+
+  std::vector<std::unique_ptr<CVFDLNode>> nodes_;  // slot order; swap-removed
+  std::unordered_map<std::string, CVFDLNode*> by_id_;
+  CVFDLFolder* root_ = nullptr;
+  int max_id_ = 0;
+};
+
+}  // namespace zds
+
+#endif  // ZDS_FRAMEWORK_VFDL_TREE_H_

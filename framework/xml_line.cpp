@@ -1,0 +1,160 @@
+#include "framework/xml_line.h"
+
+namespace zds {
+namespace {
+const std::string kEmpty;
+}
+
+bool CXMLLine::SetLine(std::string_view text) {
+  // A lone tag is not a document, so scan it with a throw-away wrapper when
+  // it opens an element; end tags and declarations are read directly.
+  std::string_view trimmed = text;
+  while (!trimmed.empty() && (trimmed.front() == ' ' || trimmed.front() == '\t')) trimmed.remove_prefix(1);
+  while (!trimmed.empty() && (trimmed.back() == ' ' || trimmed.back() == '\t' || trimmed.back() == '\r' ||
+                              trimmed.back() == '\n')) {
+    trimmed.remove_suffix(1);
+  }
+  attributes_.clear();
+  raw_tail_.clear();
+  if (trimmed.starts_with("</") && trimmed.ends_with(">")) {
+    element_ = std::string(trimmed.substr(2, trimmed.size() - 3));
+    while (!element_.empty() && element_.back() == ' ') element_.pop_back();
+    type_ = Type::kEndElement;
+    closed_ = false;
+    return !element_.empty();
+  }
+  std::string probe(trimmed);
+  bool declaration = probe.starts_with("<?");
+  bool self_closing = probe.ends_with("/>");
+  if (!declaration && !self_closing) {
+    if (!probe.ends_with(">")) return false;
+    probe.insert(probe.size() - 1, "/");
+  }
+  XmlScanner scanner(probe + (declaration ? "<x/>" : ""));
+  XmlToken token;
+  std::vector<XmlAttribute> attributes;
+  if (!scanner.Next(token, attributes)) return false;
+  element_ = std::string(token.name);
+  type_ = declaration ? Type::kDeclaration : Type::kElement;
+  closed_ = self_closing;
+  for (const XmlAttribute& attribute : attributes) {
+    attributes_.emplace_back(std::string(attribute.name), DecodeXml(attribute.raw_value));
+  }
+  return true;
+}
+
+void CXMLLine::SetLine(std::string_view element, bool closed, Type type) {
+  element_ = element;
+  closed_ = closed;
+  type_ = type;
+  attributes_.clear();
+  raw_tail_.clear();
+}
+
+void CXMLLine::AppendLine(std::string& out, bool closed) const {
+  if (type_ == Type::kEndElement) {
+    out += "</";
+    out += element_;
+    out += '>';
+    return;
+  }
+  out += type_ == Type::kDeclaration ? "<?" : "<";
+  out += element_;
+  for (const auto& [name, value] : attributes_) {
+    out += ' ';
+    out += name;
+    out += "=\"";
+    AppendEscaped(out, value);
+    out += '"';
+  }
+  out += raw_tail_;
+  out += type_ == Type::kDeclaration ? "?>" : closed ? "/>" : ">";
+}
+
+std::string CXMLLine::GetLine(bool closed) const {
+  std::string out;
+  AppendLine(out, closed);
+  return out;
+}
+
+void CXMLLine::AddAttribute(std::string_view name, std::string_view value) {
+  attributes_.emplace_back(std::string(name), std::string(value));
+}
+
+const std::string& CXMLLine::GetAttrValue(std::string_view name) const {
+  for (const auto& attribute : attributes_) {
+    if (attribute.first == name) return attribute.second;
+  }
+  return kEmpty;
+}
+
+bool CXMLLine::HasAttribute(std::string_view name) const {
+  for (const auto& attribute : attributes_) {
+    if (attribute.first == name) return true;
+  }
+  return false;
+}
+
+void CXMLLine::SetAttrValue(std::string_view name, std::string_view value) {
+  for (auto& attribute : attributes_) {
+    if (attribute.first == name) {
+      attribute.second = value;
+      return;
+    }
+  }
+  AddAttribute(name, value);
+}
+
+void CXMLLine::RemoveAttribute(std::string_view name) {
+  std::erase_if(attributes_, [&](const auto& attribute) { return attribute.first == name; });
+}
+
+CXMLElementReader::CXMLElementReader(std::string_view tag, std::span<const XmlAttribute> attributes,
+                                     bool has_closing_line)
+    : tag_(tag), attributes_(attributes), has_closing_line_(has_closing_line) {
+  if (attributes.size() > 64) consumed_overflow_.assign(attributes.size() - 64, false);
+}
+
+void CXMLElementReader::MarkConsumed(size_t index) {
+  if (index < 64) consumed_mask_ |= uint64_t{1} << index;
+  else consumed_overflow_[index - 64] = true;
+}
+
+bool CXMLElementReader::IsConsumed(size_t index) const {
+  return index < 64 ? (consumed_mask_ >> index) & 1 : consumed_overflow_[index - 64];
+}
+
+int CXMLElementReader::Find(std::string_view name) const {
+  for (size_t i = 0; i < attributes_.size(); ++i) {
+    if (attributes_[i].name == name) return static_cast<int>(i);
+  }
+  return -1;
+}
+
+std::string CXMLElementReader::GetAttrValue(std::string_view name) {
+  int index = Find(name);
+  if (index < 0) return std::string();
+  MarkConsumed(static_cast<size_t>(index));
+  std::string value;
+  // The loader has already checked every reference, so decoding cannot fail.
+  AppendDecoded(value, attributes_[static_cast<size_t>(index)].raw_value);
+  return value;
+}
+
+bool CXMLElementReader::HasAttribute(std::string_view name) const { return Find(name) >= 0; }
+
+void CXMLElementReader::AppendUnreadAttributes(std::string& out) const {
+  for (size_t i = 0; i < attributes_.size(); ++i) {
+    if (!IsConsumed(i)) out += attributes_[i].spelling;
+  }
+}
+
+void CXMLElementReader::AppendUnreadChildren(std::string& out) const {
+  for (const CXMLElementReader& child : children_) {
+    if (child.read_) continue;
+    out += child.lead_;
+    out += child.raw_;
+  }
+}
+
+}  // namespace zds

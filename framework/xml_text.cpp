@@ -1,0 +1,293 @@
+#include "framework/xml_text.h"
+
+#include <cstring>
+
+namespace zds {
+namespace {
+
+bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
+// Bytes that may not stand raw in the text (everything below a blank but
+// tab, line feed and carriage return).
+bool IsForbiddenControl(unsigned char c) { return c < 0x20 && c != '\t' && c != '\n' && c != '\r'; }
+
+bool NeedsEscape(unsigned char c) {
+  return c == '&' || c == '<' || c == '>' || c == '"' || c < 0x20 || c == 0x7f;
+}
+
+bool IsNameStart(unsigned char c) {
+  return c >= 0x80 || c == '_' || c == ':' || ((c | 0x20) >= 'a' && (c | 0x20) <= 'z');
+}
+
+bool IsNameChar(unsigned char c) {
+  return !IsBlank(static_cast<char>(c)) && c != '=' && c != '>' && c != '/' && c != '<' && c != '"' && c != '\'' &&
+         c >= 0x20;
+}
+
+void AppendCodePoint(std::string& out, unsigned long code) {
+  if (code < 0x100) {
+    out.push_back(static_cast<char>(code));
+  } else if (code < 0x800) {
+    out.push_back(static_cast<char>(0xC0 | (code >> 6)));
+    out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
+  } else if (code < 0x10000) {
+    out.push_back(static_cast<char>(0xE0 | (code >> 12)));
+    out.push_back(static_cast<char>(0x80 | ((code >> 6) & 0x3F)));
+    out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
+  } else {
+    out.push_back(static_cast<char>(0xF0 | (code >> 18)));
+    out.push_back(static_cast<char>(0x80 | ((code >> 12) & 0x3F)));
+    out.push_back(static_cast<char>(0x80 | ((code >> 6) & 0x3F)));
+    out.push_back(static_cast<char>(0x80 | (code & 0x3F)));
+  }
+}
+
+// Reads the reference that starts at raw[0] == '&'; returns its length, 0 if malformed.
+size_t DecodeReference(std::string_view raw, std::string* out) {
+  size_t end = raw.find(';');
+  if (end == std::string_view::npos || end < 2 || end > 12) return 0;
+  std::string_view body = raw.substr(1, end - 1);
+  char named = 0;
+  if (body == "amp") named = '&';
+  else if (body == "lt") named = '<';
+  else if (body == "gt") named = '>';
+  else if (body == "quot") named = '"';
+  else if (body == "apos") named = '\'';
+  if (named != 0) {
+    if (out) out->push_back(named);
+    return end + 1;
+  }
+  if (body[0] != '#' || body.size() < 2) return 0;
+  bool hex = body[1] == 'x';
+  std::string_view digits = body.substr(hex ? 2 : 1);
+  if (digits.empty()) return 0;
+  unsigned long code = 0;
+  for (char c : digits) {
+    int digit;
+    if (c >= '0' && c <= '9') digit = c - '0';
+    else if (hex && (c | 0x20) >= 'a' && (c | 0x20) <= 'f') digit = (c | 0x20) - 'a' + 10;
+    else return 0;
+    code = code * (hex ? 16 : 10) + static_cast<unsigned long>(digit);
+  }
+  if (code > 0x10FFFF) return 0;
+  if (out) AppendCodePoint(*out, code);
+  return end + 1;
+}
+
+}  // namespace
+
+void AppendEscaped(std::string& out, std::string_view value) {
+  size_t start = 0;
+  for (size_t i = 0; i < value.size(); ++i) {
+    unsigned char c = static_cast<unsigned char>(value[i]);
+    if (!NeedsEscape(c)) continue;
+    out.append(value.substr(start, i - start));
+    switch (c) {
+      case '&': out += "&amp;"; break;
+      case '<': out += "&lt;"; break;
+      case '>': out += "&gt;"; break;
+      case '"': out += "&quot;"; break;
+      default:
+        out += "&#";
+        out += std::to_string(c);
+        out += ';';
+    }
+    start = i + 1;
+  }
+  out.append(value.substr(start));
+}
+
+std::string EscapeXml(std::string_view value) {
+  std::string out;
+  out.reserve(value.size());
+  AppendEscaped(out, value);
+  return out;
+}
+
+bool AppendDecoded(std::string& out, std::string_view raw) {
+  size_t amp = raw.find('&');
+  if (amp == std::string_view::npos) {
+    out.append(raw);
+    return true;
+  }
+  while (amp != std::string_view::npos) {
+    out.append(raw.substr(0, amp));
+    raw.remove_prefix(amp);
+    size_t used = DecodeReference(raw, &out);
+    if (used == 0) return false;
+    raw.remove_prefix(used);
+    amp = raw.find('&');
+  }
+  out.append(raw);
+  return true;
+}
+
+std::string DecodeXml(std::string_view raw) {
+  std::string out;
+  if (!AppendDecoded(out, raw)) return std::string(raw);
+  return out;
+}
+
+bool XmlScanner::Fail() {
+  failed_ = true;
+  return false;
+}
+
+bool XmlScanner::CheckText(std::string_view text) const {
+  for (size_t i = 0; i < text.size(); ++i) {
+    unsigned char c = static_cast<unsigned char>(text[i]);
+    if (IsForbiddenControl(c)) return false;
+    if (c == '&' && DecodeReference(text.substr(i), nullptr) == 0) return false;
+  }
+  return true;
+}
+
+bool XmlScanner::SkipMarkup(size_t& pos) {
+  std::string_view rest = text_.substr(pos);
+  std::string_view closer;
+  if (rest.starts_with("<!--")) closer = "-->";
+  else if (rest.starts_with("<?")) closer = "?>";
+  else if (rest.starts_with("<!DOCTYPE") || rest.starts_with("<!doctype")) closer = ">";
+  else return false;
+  size_t end = text_.find(closer, pos + 2);
+  if (end == std::string_view::npos) return false;
+  std::string_view body = text_.substr(pos, end - pos);
+  if (closer == ">" && body.find('[') != std::string_view::npos) return false;  // no internal subsets
+  for (char c : body) {
+    if (IsForbiddenControl(static_cast<unsigned char>(c))) return false;
+  }
+  pos = end + closer.size();
+  return true;
+}
+
+bool XmlScanner::ScanAttributes(size_t& pos, std::vector<XmlAttribute>& attributes) {
+  const size_t size = text_.size();
+  while (true) {
+    size_t spelling_start = pos;
+    while (pos < size && IsBlank(text_[pos])) ++pos;
+    if (pos >= size) return false;
+    char c = text_[pos];
+    if (c == '>' || c == '/' || c == '?') return true;
+    if (pos == spelling_start || !IsNameStart(static_cast<unsigned char>(c))) return false;
+    size_t name_start = pos;
+    while (pos < size && IsNameChar(static_cast<unsigned char>(text_[pos]))) ++pos;
+    std::string_view name = text_.substr(name_start, pos - name_start);
+    while (pos < size && IsBlank(text_[pos])) ++pos;
+    if (pos >= size || text_[pos] != '=') return false;
+    ++pos;
+    while (pos < size && IsBlank(text_[pos])) ++pos;
+    if (pos >= size || (text_[pos] != '"' && text_[pos] != '\'')) return false;
+    char quote = text_[pos++];
+    const char* end = static_cast<const char*>(std::memchr(text_.data() + pos, quote, size - pos));
+    if (end == nullptr) return false;
+    size_t value_end = static_cast<size_t>(end - text_.data());
+    std::string_view value = text_.substr(pos, value_end - pos);
+    if (value.find('<') != std::string_view::npos || !CheckText(value)) return false;
+    pos = value_end + 1;
+    attributes.push_back({name, value, text_.substr(spelling_start, pos - spelling_start)});
+  }
+}
+
+bool XmlScanner::ScanTag(size_t pos, XmlToken& token, std::vector<XmlAttribute>& attributes) {
+  const size_t size = text_.size();
+  size_t start = pos;
+  ++pos;  // '<'
+  bool closing = pos < size && text_[pos] == '/';
+  bool declaration = pos < size && text_[pos] == '?';
+  if (closing || declaration) ++pos;
+  size_t name_start = pos;
+  if (pos >= size || !IsNameStart(static_cast<unsigned char>(text_[pos]))) return false;
+  while (pos < size && IsNameChar(static_cast<unsigned char>(text_[pos]))) ++pos;
+  token.name = text_.substr(name_start, pos - name_start);
+  if (closing) {
+    while (pos < size && IsBlank(text_[pos])) ++pos;
+    if (pos >= size || text_[pos] != '>') return false;
+    token.kind = XmlToken::Kind::kEnd;
+  } else {
+    if (!ScanAttributes(pos, attributes)) return false;
+    if (declaration) {
+      if (text_.substr(pos, 2) != "?>") return false;
+      ++pos;
+      token.kind = XmlToken::Kind::kDeclaration;
+    } else if (text_[pos] == '/') {
+      if (pos + 1 >= size || text_[pos + 1] != '>') return false;
+      ++pos;
+      token.kind = XmlToken::Kind::kEmpty;
+    } else if (text_[pos] == '>') {
+      token.kind = XmlToken::Kind::kStart;
+    } else {
+      return false;
+    }
+  }
+  token.raw = text_.substr(start, pos + 1 - start);
+  pos_ = pos + 1;
+  return true;
+}
+
+bool XmlScanner::CheckNesting(XmlToken& token) {
+  switch (token.kind) {
+    case XmlToken::Kind::kDeclaration:
+      // Only as the very first thing in the text.
+      return token.lead.data() == text_.data() && token.lead.empty() && !seen_root_;
+    case XmlToken::Kind::kStart:
+    case XmlToken::Kind::kEmpty:
+      if (root_closed_ || (open_.empty() && seen_root_)) return false;
+      seen_root_ = true;
+      token.depth = open_.size();
+      if (token.kind == XmlToken::Kind::kStart) open_.push_back(token.name);
+      else root_closed_ = open_.empty();
+      return true;
+    case XmlToken::Kind::kEnd:
+      if (open_.empty() || open_.back() != token.name) return false;
+      open_.pop_back();
+      token.depth = open_.size();
+      root_closed_ = open_.empty();
+      return true;
+  }
+  return false;
+}
+
+bool XmlScanner::Next(XmlToken& token, std::vector<XmlAttribute>& attributes) {
+  if (failed_) return false;
+  attributes.clear();
+  const size_t size = text_.size();
+  size_t pos = pos_;
+  while (true) {
+    const char* lt = static_cast<const char*>(std::memchr(text_.data() + pos, '<', size - pos));
+    size_t next = lt ? static_cast<size_t>(lt - text_.data()) : size;
+    std::string_view between = text_.substr(pos, next - pos);
+    if (!CheckText(between)) return Fail();
+    // Character data is only kept inside the root element.
+    if (open_.empty()) {
+      for (char c : between) {
+        if (!IsBlank(c)) return Fail();
+      }
+    }
+    if (lt == nullptr) {
+      pos_ = size;
+      if (!open_.empty() || !seen_root_) return Fail();
+      return false;
+    }
+    pos = next;
+    if (pos + 1 < size && (text_[pos + 1] == '!' || (text_[pos + 1] == '?' && text_.substr(pos, 6) != "<?xml "))) {
+      if (!SkipMarkup(pos)) return Fail();
+      continue;
+    }
+    token.lead = text_.substr(lead_start_, next - lead_start_);
+    if (!ScanTag(next, token, attributes)) return Fail();
+    if (!CheckNesting(token)) return Fail();
+    lead_start_ = pos_;
+    return true;
+  }
+}
+
+bool IsWellFormedXml(std::string_view text) {
+  XmlScanner scanner(text);
+  XmlToken token;
+  std::vector<XmlAttribute> attributes;
+  while (scanner.Next(token, attributes)) {
+  }
+  return !scanner.failed();
+}
+
+}  // namespace zds

@@ -1,0 +1,80 @@
+// Low-level XML text handling shared by the whole framework: escaping and
+// decoding attribute values, and XmlScanner, a streaming tokenizer over a
+// document's text that checks it is well-formed as it goes.
+//
+// Text is single-byte. Bytes of 0x80 and above pass through unchanged; "&",
+// "<", ">", the double quote and control characters are written as character
+// references, so any byte string survives a write and a read.
+//
+// The scanner hands out only structural tokens (declaration, start, end and
+// empty elements). Everything between two tokens (blanks, line breaks,
+// comments, character data) is returned as the token's `lead`, a view into
+// the text, so that a writer can reproduce the input byte for byte.
+
+#ifndef ZDS_FRAMEWORK_XML_TEXT_H_
+#define ZDS_FRAMEWORK_XML_TEXT_H_
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zds {
+
+// Appends `value` escaped for a double-quoted attribute.
+void AppendEscaped(std::string& out, std::string_view value);
+std::string EscapeXml(std::string_view value);
+// Decodes character and entity references; false when a reference is malformed.
+bool AppendDecoded(std::string& out, std::string_view raw);
+std::string DecodeXml(std::string_view raw);
+
+struct XmlAttribute {
+  std::string_view name;
+  std::string_view raw_value;  // between the quotes, still escaped
+  std::string_view spelling;   // from the blank before the name to the closing quote
+};
+
+struct XmlToken {
+  enum class Kind { kDeclaration, kStart, kEnd, kEmpty };
+  Kind kind = Kind::kStart;
+  std::string_view lead;  // text since the previous token
+  std::string_view raw;   // the whole tag, "<" to ">"
+  std::string_view name;
+  size_t depth = 0;       // nesting depth of the element (root element: 0)
+};
+
+class XmlScanner {
+ public:
+  explicit XmlScanner(std::string_view text) : text_(text) {}
+
+  // The next token, with its attributes in `attributes` (cleared first).
+  // False at the end of the text or on malformed text; then failed() tells.
+  bool Next(XmlToken& token, std::vector<XmlAttribute>& attributes);
+  bool failed() const { return failed_; }
+  // Text after the last token, valid once Next returned false without failure.
+  std::string_view trailing() const { return text_.substr(lead_start_); }
+  size_t offset_of(std::string_view piece) const { return static_cast<size_t>(piece.data() - text_.data()); }
+
+ private:
+  bool Fail();
+  bool SkipMarkup(size_t& pos);  // comments, processing instructions, doctype
+  bool ScanTag(size_t pos, XmlToken& token, std::vector<XmlAttribute>& attributes);
+  bool ScanAttributes(size_t& pos, std::vector<XmlAttribute>& attributes);
+  bool CheckText(std::string_view text) const;
+  bool CheckNesting(XmlToken& token);
+
+  std::string_view text_;
+  size_t pos_ = 0;
+  size_t lead_start_ = 0;
+  bool failed_ = false;
+  bool root_closed_ = false;
+  bool seen_root_ = false;
+  std::vector<std::string_view> open_;
+};
+
+// Checks that `text` is one well-formed document in the subset the store uses.
+bool IsWellFormedXml(std::string_view text);
+
+}  // namespace zds
+
+#endif  // ZDS_FRAMEWORK_XML_TEXT_H_

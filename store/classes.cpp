@@ -1,0 +1,12 @@
+// The one place where every document class of the library is registered,
+// so that a content descriptor's "class=" can name it.
+#include "framework/rtti.h"
+#include "framework/vfdl_doc.h"
+
+namespace zds {
+
+void RegisterAllClasses(CRTTIRegistry& registry) {
+  registry.Register("CVFDLDoc", &CVFDLDoc::CreateObject);
+}
+
+}  // namespace zds
