@@ -45,6 +45,17 @@ std::unique_ptr<CRTTIObject> CreateRTTIObject() {
   return std::make_unique<T>();
 }
 
+// A new object of the named class as a T, or null when the name is unknown
+// or names a class that is not a T.
+template <typename T>
+std::unique_ptr<T> CreateObjectAs(const CRTTIRegistry& registry, std::string_view class_name) {
+  std::unique_ptr<CRTTIObject> object = registry.CreateObject(class_name);
+  auto* typed = dynamic_cast<T*>(object.get());
+  if (typed == nullptr) return nullptr;
+  object.release();
+  return std::unique_ptr<T>(typed);
+}
+
 }  // namespace zds
 
 #endif  // ZDS_FRAMEWORK_RTTI_H_

@@ -203,6 +203,7 @@ bool CVFDLDoc::SetXml(std::string text) {
   }
   size_t line_feed = owned->find('\n');
   newline_ = line_feed != std::string::npos && line_feed > 0 && (*owned)[line_feed - 1] != '\r' ? "\n" : "\r\n";
+  OnTreeReplaced();
   previous.nodes.clear();
   held_.clear();
   text_ = std::move(owned);

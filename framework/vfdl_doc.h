@@ -111,6 +111,8 @@ class CVFDLDoc : public CXMLDoc, public CVFTree {
                                    std::vector<std::string>& /*lines*/) const {}
 
   CVFDLDoc* TreeDoc() override { return this; }
+  // Called after a new text replaced the tree, before the old nodes go.
+  virtual void OnTreeReplaced() {}
   CVFDLFolder* GetFolderByPos(std::string_view pos) const;
   // The line break this document uses ("\r\n" unless its file says otherwise).
   std::string_view Newline() const { return newline_; }

@@ -63,6 +63,8 @@ class CVFDLExtendBase : public CVFDLExtension {
     const auto* same = dynamic_cast<const Derived*>(&other);
     return same != nullptr && static_cast<const Derived&>(*this) == *same;
   }
+  // Lets families default their own comparison: the base holds no fields.
+  bool operator==(const CVFDLExtendBase&) const { return true; }
 };
 
 class CVFDLNode {

@@ -1,0 +1,113 @@
+#include "framework/casd_vfdl_doc.h"
+
+#include "platform/files.h"
+
+namespace zds {
+
+int OpenVFDLDoc(CVFDLDoc& doc, std::string_view path, std::string_view base_path, bool create) {
+  int loaded = doc.LoadXMLDoc(path);
+  if (loaded == CXMLDoc::kLoadMissing) {
+    if (!create || !doc.NewXMLDoc(path)) return -1;
+  } else if (loaded != CXMLDoc::kLoadRead) {
+    return -1;
+  }
+  doc.InitVFDLDoc(base_path, "kov:", "", -1, -1);
+  return loaded == CXMLDoc::kLoadRead ? 1 : 0;
+}
+
+CCASDVFDLDoc::CCASDVFDLDoc() : registry_(&GetDefaultRegistry()) {}
+
+CCASDVFDLDoc::~CCASDVFDLDoc() = default;
+
+std::unique_ptr<CVFDLDoc> CCASDVFDLDoc::OpenChild(std::string_view class_name, std::string_view src,
+                                                 bool create) const {
+  if (src.empty() || !platform::IsSafeStoredPath(src)) return nullptr;
+  std::unique_ptr<CVFDLDoc> doc = CreateObjectAs<CVFDLDoc>(*registry_, class_name);
+  if (!doc) return nullptr;
+  doc->SetDataRoot(GetDataRoot());
+  doc->SetAutoSaveFlag(GetAutoSaveFlag());
+  if (auto* casd = dynamic_cast<CCASDVFDLDoc*>(doc.get())) casd->SetClassRegistry(*registry_);
+  std::string file = platform::JoinStoredPath(GetBasePath(), src);
+  std::string base = platform::JoinStoredPath(GetBasePath(), platform::StoredDirectoryOf(src));
+  if (OpenVFDLDoc(*doc, file, base, create) < 0) return nullptr;
+  return doc;
+}
+
+CVFDLDoc* CCASDVFDLDoc::LoadVFDLDoc(const CVFDLNode& node, bool create) {
+  if (node.GetDoc() != this) return nullptr;
+  if (auto it = expanded_.find(&node); it != expanded_.end()) return it->second.get();
+  std::unique_ptr<CVFDLDoc> doc = OpenChild(GetNodeContentClass(node), node.GetSrc(), create);
+  if (!doc) return nullptr;
+  doc->SetHolder(const_cast<CVFDLNode*>(&node));
+  return expanded_.emplace(&node, std::move(doc)).first->second.get();
+}
+
+CVFDLDoc* CCASDVFDLDoc::LoadRelatedVFDLDoc(std::string_view path, std::string_view class_name) {
+  if (auto it = related_.find(path); it != related_.end()) return it->second.get();
+  std::unique_ptr<CVFDLDoc> doc = OpenChild(class_name, path, true);
+  if (!doc) return nullptr;
+  return related_.emplace(std::string(path), std::move(doc)).first->second.get();
+}
+
+bool CCASDVFDLDoc::UnloadVFDLDoc(std::string_view pos_or_path) {
+  if (CVFDLNode* node = GetNodeByPos(pos_or_path)) return expanded_.erase(node) > 0;
+  if (auto it = related_.find(pos_or_path); it != related_.end()) {
+    related_.erase(it);
+    return true;
+  }
+  return false;
+}
+
+CVFDLDoc* CCASDVFDLDoc::GetExpandedDoc(const CVFDLNode& node) const {
+  auto it = expanded_.find(&node);
+  return it == expanded_.end() ? nullptr : it->second.get();
+}
+
+CVFDLNode* CCASDVFDLDoc::GetFirstChild(const CVFDLNode& node) const {
+  if (CVFDLDoc* doc = GetExpandedDoc(node)) return doc->GetRoot()->GetFirstChild();
+  return node.IsFolder() ? static_cast<const CVFDLFolder&>(node).GetFirstChild() : nullptr;
+}
+
+CVFDLNode* CCASDVFDLDoc::GetLastChild(const CVFDLNode& node) const {
+  if (CVFDLDoc* doc = GetExpandedDoc(node)) return doc->GetRoot()->GetLastChild();
+  return node.IsFolder() ? static_cast<const CVFDLFolder&>(node).GetLastChild() : nullptr;
+}
+
+CCASDVFDLDoc* CCASDVFDLDoc::GetParentCASDDoc() const {
+  return GetHolder() ? dynamic_cast<CCASDVFDLDoc*>(GetHolder()->GetDoc()) : nullptr;
+}
+
+void CCASDVFDLDoc::OnNodeRemoving(CVFDLNode& node) { expanded_.erase(&node); }
+
+void CCASDVFDLDoc::OnTreeReplaced() {
+  expanded_.clear();
+  related_.clear();
+}
+
+bool CCASDVFDLDoc::DelFolder(std::string_view pos) { return CVFDLDoc::DelFolder(pos); }
+
+void CCASDVFDLDoc::CollectBackingFiles(const CVFDLNode& node, std::vector<std::string>& files) const {
+  if (CVFDLDoc* doc = GetExpandedDoc(node)) {
+    if (auto* casd = dynamic_cast<CCASDVFDLDoc*>(doc)) casd->CollectBackingFiles(*doc->GetRoot(), files);
+  }
+  if (!node.GetSrc().empty() && platform::IsSafeStoredPath(node.GetSrc())) {
+    files.push_back(platform::JoinStoredPath(GetBasePath(), node.GetSrc()));
+  }
+  if (!node.IsFolder()) return;
+  for (CVFDLNode* child = static_cast<const CVFDLFolder&>(node).GetFirstChild(); child;
+       child = child->GetNextSibling()) {
+    CollectBackingFiles(*child, files);
+  }
+}
+
+bool CCASDVFDLDoc::DelFolderOnDoc(std::string_view pos) {
+  CVFDLNode* node = GetNodeByPos(pos);
+  if (node == nullptr || !node->IsFolder() || node == GetRoot()) return false;
+  std::vector<std::string> files;
+  CollectBackingFiles(*node, files);
+  if (!DelFolder(pos)) return false;
+  for (const std::string& file : files) GetDataRoot()->DeleteFile(file);
+  return true;
+}
+
+}  // namespace zds

@@ -1,0 +1,92 @@
+// CNotepadDoc: a record document whose records carry their fields as keys
+// (an alias and a value each) rather than fixed attributes, with a column
+// header that says how a list shows them.
+//
+// A record keeps its keys in a CNotepadExtendRec, written as child lines
+// <key alias="..." value="..."/>, together with its creation, update and
+// access times (attributes "createtime", "updatetime", "accesstime").
+
+#ifndef ZDS_FRAMEWORK_NOTEPAD_DOC_H_
+#define ZDS_FRAMEWORK_NOTEPAD_DOC_H_
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "framework/vfdl_doc.h"
+
+namespace zds {
+
+struct CNotepadRecKey {
+  std::string alias;
+  std::string value;
+  bool operator==(const CNotepadRecKey&) const = default;
+};
+
+// One column of the header: <index id="0000" alias="Date" width="100"/>.
+struct CNotepadIndex {
+  std::string id;
+  std::string alias;
+  int width = 0;
+  bool operator==(const CNotepadIndex&) const = default;
+};
+
+class CNotepadHeader {
+ public:
+  // Reads the <header> element from the text before the root folder.
+  void Parse(std::string_view prologue);
+  int GetIndexNum() const { return static_cast<int>(columns_.size()); }
+  // Null when `index` is out of range.
+  const CNotepadIndex* GetIndexByIndex(int index) const;
+  const std::string& GetType() const { return type_; }
+
+ private:
+  std::string type_;
+  std::vector<CNotepadIndex> columns_;
+};
+
+class CNotepadExtendRec : public CVFDLExtendBase<CNotepadExtendRec> {
+ public:
+  void AddKey(CNotepadRecKey key) { keys_.push_back(std::move(key)); }
+  // Replaces the first key with the same alias; false when there is none.
+  bool UpdateKey(const CNotepadRecKey& key);
+  const CNotepadRecKey* GetKeyByAlias(std::string_view alias) const;
+  const CNotepadRecKey* GetKeyByIndex(int index) const;
+  // The value of the key, or an empty string.
+  std::string GetValueByAlias(std::string_view alias) const;
+  int GetKeyNum() const { return static_cast<int>(keys_.size()); }
+  void RemoveAllKeys() { keys_.clear(); }
+
+  std::string createtime;
+  std::string updatetime;
+  std::string accesstime;
+
+  bool operator==(const CNotepadExtendRec&) const = default;
+
+ private:
+  std::vector<CNotepadRecKey> keys_;
+};
+
+class CNotepadRec : public CVFDLTypedRec<CNotepadRec, CNotepadExtendRec> {};
+
+class CNotepadDoc : public CVFDLDoc {
+ public:
+  static std::unique_ptr<CRTTIObject> CreateObject() { return CreateRTTIObject<CNotepadDoc>(); }
+  std::string_view GetRTTIClass() const override { return "CNotepadDoc"; }
+
+  bool InitVFDLDoc(std::string_view base_path, std::string_view scheme, std::string_view prefix = "",
+                   int reserved1 = -1, int reserved2 = -1) override;
+  const CNotepadHeader& GetHeader() const { return header_; }
+
+ protected:
+  std::unique_ptr<CVFDLRec> NewRecPointer() const override { return std::make_unique<CNotepadRec>(); }
+  bool InitExtendRecItem(CXMLElementReader& item, CVFDLRec& rec) override;
+  void CreateExtendRecText(const CVFDLRec& rec, CXMLLine& line, std::vector<std::string>& lines) const override;
+
+ private:
+  CNotepadHeader header_;
+};
+
+}  // namespace zds
+
+#endif  // ZDS_FRAMEWORK_NOTEPAD_DOC_H_
