@@ -63,6 +63,20 @@ CVFDLDoc* CCASDVFDLDoc::GetExpandedDoc(const CVFDLNode& node) const {
   return it == expanded_.end() ? nullptr : it->second.get();
 }
 
+CVFDLNode* CCASDVFDLDoc::FindNodeByPos(std::string_view pos) const {
+  if (CVFDLNode* node = GetNodeByPos(pos)) return node;
+  for (const auto& [holder, doc] : expanded_) {
+    // Positions below a document begin with its holder's position.
+    if (!pos.starts_with(doc->GetPosPrefix())) continue;
+    if (auto* casd = dynamic_cast<const CCASDVFDLDoc*>(doc.get())) {
+      if (CVFDLNode* node = casd->FindNodeByPos(pos)) return node;
+    } else if (CVFDLNode* node = doc->GetNodeByPos(pos)) {
+      return node;
+    }
+  }
+  return nullptr;
+}
+
 CVFDLNode* CCASDVFDLDoc::GetFirstChild(const CVFDLNode& node) const {
   if (CVFDLDoc* doc = GetExpandedDoc(node)) return doc->GetRoot()->GetFirstChild();
   return node.IsFolder() ? static_cast<const CVFDLFolder&>(node).GetFirstChild() : nullptr;

@@ -49,6 +49,9 @@ class CCASDVFDLDoc : public CVFDLDoc {
   bool UnloadVFDLDoc(std::string_view pos_or_path);
   CVFDLDoc* GetExpandedDoc(const CVFDLNode& node) const override;
 
+  // The node at `pos` in this document or in any document open below it.
+  CVFDLNode* FindNodeByPos(std::string_view pos) const;
+
   // The class named by a node's content descriptor; kinds with their own
   // descriptor fields override it.
   virtual std::string GetNodeContentClass(const CVFDLNode& node) const { return node.GetContentClass(); }

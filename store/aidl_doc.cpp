@@ -1,0 +1,326 @@
+#include "store/aidl_doc.h"
+
+#include <cstdlib>
+
+#include "resources/string_table.h"
+
+namespace zds {
+namespace {
+
+constexpr std::string_view kServiceTag = "service";
+constexpr std::string_view kVariableTag = "variable";
+
+struct SystemFolderInfo {
+  std::string_view alias;
+  std::string_view content;
+};
+
+// Indexed by CAIDLDoc::SystemKind.
+constexpr SystemFolderInfo kSystemFolders[] = {
+    {"Favorites", "Fav;class=CFavDoc;os=universal"},
+    {"Addresses", "ADR;class=CAdrBookDoc;os=universal"},
+    {"History", "history;class=CHistoryDoc;os=universal"},
+    {"Calendar", "calendar;class=CCalendarDoc;os=universal"},
+};
+
+constexpr std::string_view kVariableAttributes[] = {"normal", "hidden", "undel", "system"};
+
+int ReadVariableAttribute(std::string_view word) {
+  for (int i = 0; i < 4; ++i) {
+    if (kVariableAttributes[i] == word) return i;
+  }
+  return CAIDLVarRec::kSystem;  // missing or unknown: the program's own
+}
+
+std::string_view VariableAttributeWord(int attribute) {
+  return attribute >= 0 && attribute < 4 ? kVariableAttributes[attribute] : kVariableAttributes[3];
+}
+
+}  // namespace
+
+int ServiceExtendType(std::string_view name) {
+  static constexpr std::string_view kKinds[] = {"webmail", "popmail", "news",    "chatroom", "irc",
+                                                "httpsms", "webcast", "homepage", "other"};
+  for (int i = 0; i < 9; ++i) {
+    if (kKinds[i] == name) return i + 3;
+  }
+  return 0;
+}
+
+// ---- CAIDLService ----
+
+CAIDLService::CAIDLService(const CAIDLService& other) : CVFDLNode(other) { AssignValue(other); }
+
+CAIDLService& CAIDLService::operator=(const CAIDLService& other) {
+  AssignValue(other);
+  return *this;
+}
+
+void CAIDLService::AssignValue(const CVFDLNode& other) {
+  if (this == &other) return;
+  CVFDLNode::AssignValue(other);
+  const auto* service = dynamic_cast<const CAIDLService*>(&other);
+  if (service == nullptr) return;
+  name = service->name;
+  extend = service->extend;
+  provider = service->provider;
+  abstract = service->abstract;
+  variables.clear();
+  for (const auto& variable : service->variables) variables.push_back(std::make_unique<CAIDLVarRec>(*variable));
+}
+
+bool CAIDLService::ValueEquals(const CVFDLNode& other) const {
+  const auto* service = dynamic_cast<const CAIDLService*>(&other);
+  if (service == nullptr || !CVFDLNode::ValueEquals(other)) return false;
+  if (name != service->name || extend != service->extend || provider != service->provider ||
+      abstract != service->abstract || variables.size() != service->variables.size()) {
+    return false;
+  }
+  for (size_t i = 0; i < variables.size(); ++i) {
+    if (!(*variables[i] == *service->variables[i])) return false;
+  }
+  return true;
+}
+
+std::string CAIDLService::GetVariable(std::string_view variable_name) const {
+  for (const auto& variable : variables) {
+    if (variable->name == variable_name) return variable->value;
+  }
+  return std::string();
+}
+
+// ---- reading and writing ----
+
+std::string CAIDLDoc::GetTemplateText() const {
+  return LoadTemplate(res::kAidlTemplateHead, res::kAidlTemplateTail);
+}
+
+std::unique_ptr<CVFDLNode> CAIDLDoc::NewOtherPointer(std::string_view tag) const {
+  if (tag == kServiceTag) return std::make_unique<CAIDLService>();
+  return nullptr;
+}
+
+std::string_view CAIDLDoc::GetOtherTag(const CVFDLNode& node) const {
+  return node.GetNodeType() == kNodeService ? kServiceTag : std::string_view();
+}
+
+bool CAIDLDoc::InitExtendFolderItem(CXMLElementReader& item, CVFDLFolder& folder) {
+  if (auto* extend = dynamic_cast<CAIDLExtendFolder*>(folder.GetExtend())) {
+    extend->default_service = item.GetAttrValue("default");
+  }
+  return true;
+}
+
+void CAIDLDoc::CreateExtendFolderText(const CVFDLFolder& folder, CXMLLine& line) const {
+  const auto* extend = dynamic_cast<const CAIDLExtendFolder*>(folder.GetExtend());
+  if (extend && !extend->default_service.empty()) line.AddAttribute("default", extend->default_service);
+}
+
+bool CAIDLDoc::InitOtherItem(CXMLElementReader& item, CVFDLNode& node) {
+  auto* service = dynamic_cast<CAIDLService*>(&node);
+  if (service == nullptr) return false;
+  service->name = item.GetAttrValue("name");
+  service->extend = item.GetAttrValue("extend");
+  service->provider = item.GetAttrValue("provider");
+  service->abstract = item.GetAttrValue("abstract");
+  service->SetSrc(GetActualFilePos(service->GetSrc()));
+  service->variables.clear();
+  for (CXMLElementReader& child : item.GetChildren()) {
+    if (child.GetTag() != kVariableTag) continue;
+    child.MarkRead();
+    auto variable = std::make_unique<CAIDLVarRec>();
+    variable->formname = child.GetAttrValue("formname");
+    variable->name = child.GetAttrValue("name");
+    variable->value = child.GetAttrValue("value");
+    variable->encrypt = child.GetAttrValue("encrypt") == "yes";
+    variable->attribute = ReadVariableAttribute(child.GetAttrValue("attribute"));
+    service->variables.push_back(std::move(variable));
+  }
+  return true;
+}
+
+void CAIDLDoc::CreateOtherItemText(const CVFDLNode& node, CXMLLine& line, std::vector<std::string>& lines) const {
+  const auto* service = dynamic_cast<const CAIDLService*>(&node);
+  if (service == nullptr) return;
+  line.AddAttribute("id", service->GetID());
+  line.AddAttribute("name", service->name);
+  line.AddAttribute("extend", service->extend);
+  line.AddAttribute("provider", service->provider);
+  line.AddAttribute("alias", service->GetAlias());
+  line.AddAttribute("abstract", service->abstract);
+  line.AddAttribute("content", service->GetContent());
+  line.AddAttribute("src", service->GetSrc());
+  if (!service->GetAttribute().empty()) line.AddAttribute("attribute", service->GetAttribute());
+  for (const auto& variable : service->variables) {
+    CXMLLine variable_line;
+    variable_line.SetLine(kVariableTag, true, CXMLLine::Type::kElement);
+    variable_line.AddAttribute("formname", variable->formname);
+    variable_line.AddAttribute("name", variable->name);
+    variable_line.AddAttribute("value", variable->value);
+    variable_line.AddAttribute("encrypt", variable->encrypt ? "yes" : "no");
+    variable_line.AddAttribute("attribute", VariableAttributeWord(variable->attribute));
+    lines.push_back(variable_line.GetLine(true));
+  }
+}
+
+void CAIDLDoc::InitNodeExtendType(CVFDLNode& node) {
+  if (node.IsFolder()) node.SetExtendType(2);
+  else if (node.GetNodeType() == kNodeService) node.SetExtendType(ServiceExtendType(static_cast<CAIDLService&>(node).name));
+}
+
+// ---- system folders ----
+
+CVFDLNode* CAIDLDoc::SystemFolder(SystemKind kind) const {
+  std::string path = GetScheme() + "\\Velmora\\" + std::string(kSystemFolders[kind].alias);
+  CVFDLNode* node = GetNodeByPath(path);
+  return node && node->IsFolder() ? node : nullptr;
+}
+
+std::string CAIDLDoc::SystemFolderPos(SystemKind kind) const {
+  CVFDLNode* node = SystemFolder(kind);
+  return node ? node->GetPos() : std::string();
+}
+
+CVFDLDoc* CAIDLDoc::SystemDoc(SystemKind kind) {
+  CVFDLNode* node = SystemFolder(kind);
+  return node ? LoadVFDLDoc(*node, true) : nullptr;
+}
+
+std::string CAIDLDoc::NewSystemFolder(SystemKind kind, std::string_view path) {
+  if (!GetRoot()) return std::string();
+  CAIDLFolder folder;
+  folder.SetAlias(kSystemFolders[kind].alias);
+  folder.SetAttribute(kAttrSystem);
+  folder.SetContent(kSystemFolders[kind].content);
+  folder.SetSrc(GetActualFilePos(path));
+  std::string pos = AddFolder(GetRoot()->GetPos(), folder, false);
+  if (CVFDLNode* node = GetNodeByPos(pos); node && GetClassRegistry().IsRegistered(node->GetContentClass())) {
+    LoadVFDLDoc(*node, true);
+  }
+  return pos;
+}
+
+// ---- services ----
+
+std::string CAIDLDoc::AddService(std::string_view parent_pos, const CAIDLService& service) {
+  CAIDLService copy(service);
+  copy.SetID(GetLocalID(GetNewID()));
+  return AddNodeCopy(parent_pos, copy, false);
+}
+
+bool CAIDLDoc::UpdateService(std::string_view pos, const CAIDLService& service) {
+  return GetService(pos) != nullptr && UpdateNode(pos, service, false);
+}
+
+bool CAIDLDoc::DelService(std::string_view pos) { return GetService(pos) != nullptr && DelNode(pos, false); }
+
+int CAIDLDoc::DelAllService() {
+  std::vector<std::string> positions;
+  std::vector<CVFDLNode*> pending{GetRoot()};
+  while (!pending.empty()) {
+    CVFDLNode* node = pending.back();
+    pending.pop_back();
+    if (node->GetNodeType() == kNodeService) positions.push_back(node->GetPos());
+    if (!node->IsFolder()) continue;
+    for (CVFDLNode* child = static_cast<CVFDLFolder*>(node)->GetFirstChild(); child; child = child->GetNextSibling()) {
+      pending.push_back(child);
+    }
+  }
+  int removed = 0;
+  for (const std::string& pos : positions) removed += DelNode(pos, false) ? 1 : 0;
+  return removed;
+}
+
+CAIDLService* CAIDLDoc::GetService(std::string_view pos) const {
+  CVFDLNode* node = GetNodeByPos(pos);
+  return node && node->GetNodeType() == kNodeService ? static_cast<CAIDLService*>(node) : nullptr;
+}
+
+std::string CAIDLDoc::GetServiceID(std::string_view pos) const {
+  CAIDLService* service = GetService(pos);
+  return service ? service->GetID() : std::string();
+}
+
+int CAIDLDoc::GetServiceSYNCVersion(std::string_view pos) const {
+  CAIDLService* service = GetService(pos);
+  return service ? std::atoi(service->GetVariable("syncversion").c_str()) : 0;
+}
+
+// ---- links ----
+
+CVFDLNode* CAIDLDoc::FindLink(std::string_view alias) const {
+  if (!GetRoot()) return nullptr;
+  for (CVFDLNode* child = GetRoot()->GetFirstChild(); child; child = child->GetNextSibling()) {
+    if (child->GetNodeType() == kNodeLink && child->GetAlias() == alias) return child;
+  }
+  return nullptr;
+}
+
+std::string CAIDLDoc::NewLink(std::string_view alias, std::string_view path) {
+  if (!GetRoot()) return std::string();
+  CAIDLLink link;
+  link.SetAlias(alias);
+  link.SetAttribute(kAttrSystem);
+  link.SetSrc(path);
+  if (CVFDLNode* existing = FindLink(alias)) {
+    link.SetID(existing->GetID());
+    return UpdateNode(existing->GetPos(), link, false) ? existing->GetPos() : std::string();
+  }
+  return AddNodeCopy(GetRoot()->GetPos(), link, false);
+}
+
+std::string CAIDLDoc::GetIeFavPath() const {
+  CVFDLNode* link = FindLink(kIeFav);
+  return link ? link->GetSrc() : std::string();
+}
+
+std::string CAIDLDoc::GetIeHistoryFilePos() const {
+  CVFDLNode* link = FindLink(kIeHistory);
+  return link ? link->GetPos() : std::string();
+}
+
+int CAIDLDoc::DelAllLink() {
+  int removed = 0;
+  while (GetRoot()) {
+    CVFDLNode* link = nullptr;
+    for (CVFDLNode* child = GetRoot()->GetFirstChild(); child && !link; child = child->GetNextSibling()) {
+      if (child->GetNodeType() == kNodeLink) link = child;
+    }
+    if (link == nullptr || !DelNode(link->GetPos(), false)) break;
+    ++removed;
+  }
+  return removed;
+}
+
+bool CAIDLDoc::DelLinkFile(const CVFDLNode& node) {
+  if (node.GetNodeType() != kNodeLink || node.GetSrc().empty() || !GetDataRoot()) return false;
+  if (!platform::IsSafeStoredPath(node.GetSrc())) return false;
+  return GetDataRoot()->DeleteFile(platform::JoinStoredPath(GetBasePath(), node.GetSrc()));
+}
+
+std::string CAIDLDoc::GetAdvSrc() const {
+  std::string_view prologue = GetPrologue();
+  size_t at = prologue.find("<adv");
+  if (at == std::string_view::npos) return std::string();
+  size_t end = prologue.find('>', at);
+  CXMLLine line(prologue.substr(at, end == std::string_view::npos ? std::string_view::npos : end - at + 1));
+  return line.GetAttrValue("src");
+}
+
+// ---- expansion ----
+
+CVFDLDoc* CAIDLDoc::LoadExpandVFDLDoc(std::string_view pos, bool create) {
+  CVFDLNode* node = FindNodeByPos(pos);
+  if (node == nullptr) return nullptr;
+  auto* holder = dynamic_cast<CCASDVFDLDoc*>(node->GetDoc());
+  return holder ? holder->LoadVFDLDoc(*node, create) : nullptr;
+}
+
+bool CAIDLDoc::UnloadExpandVFDLDoc(std::string_view pos) {
+  CVFDLNode* node = FindNodeByPos(pos);
+  if (node == nullptr) return false;
+  auto* holder = dynamic_cast<CCASDVFDLDoc*>(node->GetDoc());
+  return holder && holder->UnloadVFDLDoc(pos);
+}
+
+}  // namespace zds

@@ -1,0 +1,168 @@
+// The service index: the root document of the store. Its tree holds the
+// user's service folders (e-mail, news, chat, ...), one service element per
+// configured account, and the four system folders that stand for whole
+// documents of their own (favorites, address book, history, calendar).
+// Every virtual store path begins in this tree, at "kov:\Velmora".
+
+#ifndef ZDS_STORE_AIDL_DOC_H_
+#define ZDS_STORE_AIDL_DOC_H_
+
+#include <array>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "framework/xvfdl_doc.h"
+
+namespace zds {
+
+inline constexpr int kNodeService = 256;
+
+// A folder's own field: the folder's default service.
+class CAIDLExtendFolder : public CVFDLExtendBase<CAIDLExtendFolder> {
+ public:
+  std::string default_service;
+  bool operator==(const CAIDLExtendFolder&) const = default;
+};
+
+class CAIDLFolder : public CVFDLFolder {
+ public:
+  CAIDLFolder() { SetExtend(std::make_unique<CAIDLExtendFolder>()); }
+  std::unique_ptr<CVFDLNode> Clone() const override { return std::make_unique<CAIDLFolder>(*this); }
+  CAIDLExtendFolder& GetExtendFolder() { return static_cast<CAIDLExtendFolder&>(*GetExtend()); }
+  const CAIDLExtendFolder& GetExtendFolder() const { return static_cast<const CAIDLExtendFolder&>(*GetExtend()); }
+  bool operator==(const CAIDLFolder& other) const { return ValueEquals(other); }
+  bool operator!=(const CAIDLFolder& other) const { return !ValueEquals(other); }
+};
+
+class CAIDLLink : public CVFDLLink {
+ public:
+  std::unique_ptr<CVFDLNode> Clone() const override { return std::make_unique<CAIDLLink>(*this); }
+  bool operator==(const CAIDLLink& other) const { return ValueEquals(other); }
+  bool operator!=(const CAIDLLink& other) const { return !ValueEquals(other); }
+};
+
+// One "variable" child of a service: a form field's value.
+class CAIDLVarRec : public CVFVarRec {
+ public:
+  enum Attribute { kNormal = 0, kHidden = 1, kUndel = 2, kSystem = 3 };
+  std::string formname;
+  bool encrypt = false;
+  int attribute = kSystem;
+  bool operator==(const CAIDLVarRec&) const = default;
+};
+
+class CAIDLService : public CVFDLNode {
+ public:
+  CAIDLService() : CVFDLNode(kNodeService) {}
+  CAIDLService(const CAIDLService& other);
+  CAIDLService& operator=(const CAIDLService& other);
+
+  std::unique_ptr<CVFDLNode> Clone() const override { return std::make_unique<CAIDLService>(*this); }
+  void AssignValue(const CVFDLNode& other) override;
+  bool ValueEquals(const CVFDLNode& other) const override;
+  bool operator==(const CAIDLService& other) const { return ValueEquals(other); }
+  bool operator!=(const CAIDLService& other) const { return !ValueEquals(other); }
+
+  std::string name;      // service kind keyword ("popmail", "irc", ...)
+  std::string extend;
+  std::string provider;
+  std::string abstract;
+  std::vector<std::unique_ptr<CAIDLVarRec>> variables;
+
+  // The value of the named variable, empty when there is none.
+  std::string GetVariable(std::string_view variable_name) const;
+};
+
+class CAIDLDoc : public CXCASDVFDLDoc {
+ public:
+  static std::unique_ptr<CRTTIObject> CreateObject() { return CreateRTTIObject<CAIDLDoc>(); }
+  std::string_view GetRTTIClass() const override { return "CAIDLDoc"; }
+
+  // The four strings the host hands over before the index is loaded; the
+  // index keeps them for the host and does not interpret them.
+  void SetHostStrings(std::array<std::string, 4> strings) { host_strings_ = std::move(strings); }
+  const std::string& GetHostString(size_t index) const { return host_strings_.at(index); }
+
+  // The system folders and their documents.
+  bool IsFavExisted() const { return SystemFolder(kFavorites) != nullptr; }
+  bool IsAdrBookExisted() const { return SystemFolder(kAddresses) != nullptr; }
+  bool IsCalendarExisted() const { return SystemFolder(kCalendar) != nullptr; }
+  bool IsHistoryExisted() const { return SystemFolder(kHistory) != nullptr; }
+  std::string GetFavIndexPos() const { return SystemFolderPos(kFavorites); }
+  std::string GetAdrIndexPos() const { return SystemFolderPos(kAddresses); }
+  std::string GetCalendarIndexPos() const { return SystemFolderPos(kCalendar); }
+  std::string GetHistoryIndexPos() const { return SystemFolderPos(kHistory); }
+  CVFDLDoc* GetFavDoc() { return SystemDoc(kFavorites); }
+  CVFDLDoc* GetAdrBookDoc() { return SystemDoc(kAddresses); }
+  CVFDLDoc* GetCalendarDoc() { return SystemDoc(kCalendar); }
+  CVFDLDoc* GetHistoryDoc() { return SystemDoc(kHistory); }
+  // Add the system folder naming `path` as its file and open its document
+  // (when its class is registered); the folder's position, empty on failure.
+  std::string NewFavFolder(std::string_view path) { return NewSystemFolder(kFavorites, path); }
+  std::string NewAdrBookFolder(std::string_view path) { return NewSystemFolder(kAddresses, path); }
+  std::string NewCalendarFolder(std::string_view path) { return NewSystemFolder(kCalendar, path); }
+  std::string NewHistoryFolder(std::string_view path) { return NewSystemFolder(kHistory, path); }
+
+  // Services.
+  std::string AddService(std::string_view parent_pos, const CAIDLService& service);
+  bool UpdateService(std::string_view pos, const CAIDLService& service);
+  bool DelService(std::string_view pos);
+  int DelAllService();
+  CAIDLService* GetService(std::string_view pos) const;
+  std::string GetServiceID(std::string_view pos) const;
+  // The synchronisation version kept in the service's "syncversion" variable (0 when absent).
+  int GetServiceSYNCVersion(std::string_view pos) const;
+
+  // The browser favorites and history links, kept under the root folder.
+  std::string NewIeFavLink(std::string_view path) { return NewLink(kIeFav, path); }
+  std::string NewIeHistoryLink(std::string_view path) { return NewLink(kIeHistory, path); }
+  std::string GetIeFavPath() const;
+  std::string GetIeHistoryFilePos() const;
+  int DelAllLink();
+  // Deletes the file a link names (inside the data root).
+  bool DelLinkFile(const CVFDLNode& node);
+
+  // The "src" of the advertisement element.
+  std::string GetAdvSrc() const;
+
+  // Opens / closes the document the node at `pos` stands for, wherever in
+  // the open documents that node is.
+  CVFDLDoc* LoadExpandVFDLDoc(std::string_view pos, bool create = true);
+  bool UnloadExpandVFDLDoc(std::string_view pos);
+
+  static constexpr std::string_view kIeFav = "Iefav";
+  static constexpr std::string_view kIeHistory = "Iehistory";
+
+ protected:
+  std::string GetTemplateText() const override;
+  std::string_view GetRootTag() const override { return "aidl"; }
+  std::unique_ptr<CVFDLFolder> NewFolderPointer() const override { return std::make_unique<CAIDLFolder>(); }
+  std::unique_ptr<CVFDLLink> NewLinkPointer() const override { return std::make_unique<CAIDLLink>(); }
+  std::unique_ptr<CVFDLNode> NewOtherPointer(std::string_view tag) const override;
+  std::string_view GetOtherTag(const CVFDLNode& node) const override;
+  bool InitExtendFolderItem(CXMLElementReader& item, CVFDLFolder& folder) override;
+  void CreateExtendFolderText(const CVFDLFolder& folder, CXMLLine& line) const override;
+  bool InitOtherItem(CXMLElementReader& item, CVFDLNode& node) override;
+  void CreateOtherItemText(const CVFDLNode& node, CXMLLine& line, std::vector<std::string>& lines) const override;
+  void InitNodeExtendType(CVFDLNode& node) override;
+
+ private:
+  enum SystemKind { kFavorites, kAddresses, kHistory, kCalendar };
+  CVFDLNode* SystemFolder(SystemKind kind) const;
+  std::string SystemFolderPos(SystemKind kind) const;
+  CVFDLDoc* SystemDoc(SystemKind kind);
+  std::string NewSystemFolder(SystemKind kind, std::string_view path);
+  std::string NewLink(std::string_view alias, std::string_view path);
+  CVFDLNode* FindLink(std::string_view alias) const;
+
+  std::array<std::string, 4> host_strings_;
+};
+
+// The extension type of a service from its kind keyword (0 when unknown).
+int ServiceExtendType(std::string_view name);
+
+}  // namespace zds
+
+#endif  // ZDS_STORE_AIDL_DOC_H_
