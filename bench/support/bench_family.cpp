@@ -1,0 +1,86 @@
+#include "support/bench_family.h"
+
+#include <array>
+
+#include "framework/xml_line.h"
+#include "framework/xml_text.h"
+
+namespace zds::bench {
+namespace {
+
+using Field = std::string BenchRecExtend::*;
+// In the order of kFieldNames.
+constexpr std::array<Field, kFieldNames.size()> kFields = {
+    &BenchRecExtend::created,  &BenchRecExtend::modified, &BenchRecExtend::subject, &BenchRecExtend::author,
+    &BenchRecExtend::email,    &BenchRecExtend::phone,    &BenchRecExtend::category, &BenchRecExtend::priority,
+    &BenchRecExtend::status,   &BenchRecExtend::url,      &BenchRecExtend::note,     &BenchRecExtend::flags};
+
+}  // namespace
+
+bool BenchDoc::InitExtendRecItem(CXMLElementReader& item, CVFDLRec& rec) {
+  BenchRecExtend& extend = static_cast<BenchRec&>(rec).GetExtendRec();
+  for (size_t i = 0; i < kFields.size(); ++i) extend.*kFields[i] = item.GetAttrValue(kFieldNames[i]);
+  for (CXMLElementReader& child : item.GetChildren()) {
+    if (child.GetTag() != kBenchChildTag) continue;
+    extend.attachments.push_back({child.GetAttrValue("name"), child.GetAttrValue("charset"),
+                                  child.GetAttrValue("size")});
+    child.MarkRead();
+  }
+  return true;
+}
+
+void BenchDoc::CreateExtendRecText(const CVFDLRec& rec, CXMLLine& line, std::vector<std::string>& lines) const {
+  const BenchRecExtend& extend = static_cast<const BenchRec&>(rec).GetExtendRec();
+  for (size_t i = 0; i < kFields.size(); ++i) line.AddAttribute(kFieldNames[i], extend.*kFields[i]);
+  for (const BenchAttachment& attachment : extend.attachments) {
+    CXMLLine child;
+    child.SetLine(kBenchChildTag, true, CXMLLine::Type::kElement);
+    child.AddAttribute("name", attachment.name);
+    child.AddAttribute("charset", attachment.charset);
+    child.AddAttribute("size", attachment.size);
+    lines.push_back(child.GetLine(true));
+  }
+}
+
+BenchRec MakeBenchRec(const GeneratedRecord& values) {
+  BenchRec rec;
+  rec.SetAlias(values.alias);
+  rec.SetAttribute("normal");
+  BenchRecExtend& extend = rec.GetExtendRec();
+  for (size_t i = 0; i < kFields.size(); ++i) extend.*kFields[i] = values.fields[i];
+  for (const GeneratedAttachment& attachment : values.attachments) {
+    extend.attachments.push_back({attachment.name, attachment.charset, attachment.size});
+  }
+  return rec;
+}
+
+CVFDLRec MakePlainRec(const GeneratedRecord& values) {
+  CVFDLRec rec;
+  rec.SetAlias(values.alias);
+  rec.SetAttribute("normal");
+  std::string attributes;
+  for (size_t i = 0; i < kFieldNames.size(); ++i) {
+    attributes += ' ';
+    attributes += kFieldNames[i];
+    attributes += "=\"";
+    AppendEscaped(attributes, values.fields[i]);
+    attributes += '"';
+  }
+  rec.SetUnknownAttributes(std::move(attributes));
+  std::string children;
+  for (const GeneratedAttachment& attachment : values.attachments) {
+    children += "\r\n<";
+    children += kBenchChildTag;
+    children += " name=\"";
+    AppendEscaped(children, attachment.name);
+    children += "\" charset=\"";
+    AppendEscaped(children, attachment.charset);
+    children += "\" size=\"";
+    AppendEscaped(children, attachment.size);
+    children += "\"/>";
+  }
+  rec.SetUnknownContent(std::move(children));
+  return rec;
+}
+
+}  // namespace zds::bench
