@@ -20,11 +20,12 @@ bool Open(CVFDLDoc& doc, const DataRootPtr& root, std::string_view path, bool sa
   doc.SetDataRoot(root);
   int opened = OpenVFDLDoc(doc, path, "");
   if (opened < 0) {
-    err << "zds: " << path << " cannot be read\n";
+    err << "zds: cannot use " << root->NativeRoot() << '/' << path.substr(1)
+        << ": it is damaged or unreadable (left untouched)\n";
     return false;
   }
   if (opened == 0 && save_new && !doc.SaveXMLDoc()) {
-    err << "zds: " << path << " cannot be written\n";
+    err << "zds: cannot write " << root->NativeRoot() << '/' << path.substr(1) << '\n';
     return false;
   }
   return true;
@@ -51,13 +52,17 @@ void Walk(const CVFDLFolder& folder, int depth, const Visit& visit) {
 }  // namespace
 
 std::unique_ptr<CMonitorDoc> StartMonitor(const DataRootPtr& root, std::ostream& err) {
+  if (!root->CreateDirectories("")) {
+    err << "zds: cannot create the data root " << root->NativeRoot() << '\n';
+    return nullptr;
+  }
   auto monitor = std::make_unique<CMonitorDoc>();
   monitor->SetDataRoot(root);
   monitor->SetAutoSaveFlag(true);
   // Never loaded: the monitor only ever holds the current run.
   if (!monitor->NewXMLDoc(kMonitorFile) || !monitor->InitVFDLDoc("", "kov:") ||
       monitor->InsertRec("Monitor Init OK").empty() || monitor->IsModified()) {
-    err << "zds: " << kMonitorFile << " cannot be written\n";
+    err << "zds: cannot write " << root->NativeRoot() << '/' << kMonitorFile.substr(1) << '\n';
     return nullptr;
   }
   return monitor;
