@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/events_commands.h"
 #include "cli/store_commands.h"
 #include "platform/files.h"
 
@@ -16,11 +17,31 @@ constexpr const char kUsage[] =
     "  init         open or create the store and print its tree\n"
     "  ls PATH      list a folder's children (id, kind, alias)\n"
     "  show PATH    print a node's fields\n"
+    "  events       list the event queue, new events marked\n"
+    "  monitor      print the monitor's lines of the last start\n"
+    "  autorun      list the auto-run groups and their items\n"
     "DIR defaults to ./zds-data; PATH is a virtual path such as 'kov:\\Velmora\\E-Mail'.\n";
 
 int Usage(const std::string& problem) {
   std::cerr << "zds: " << problem << '\n' << kUsage;
   return 2;
+}
+
+// Opens the store in start-up order: the monitor afresh, the service index,
+// then the event queue and the auto-run list. The first failure stops it.
+int RunInit(const std::shared_ptr<zds::platform::DataRoot>& root) {
+  auto monitor = zds::cli::StartMonitor(root, std::cerr);
+  if (!monitor) return 1;
+  auto index = zds::cli::OpenServiceIndex(root, true, std::cerr);
+  if (!index) return 1;
+  // Auto-save is on, so an entry still marked modified did not reach the disk.
+  if (monitor->InsertRec("AIDL Init OK").empty() || monitor->IsModified()) {
+    std::cerr << "zds: cannot write the monitor\n";
+    return 1;
+  }
+  if (!zds::cli::OpenEventDocuments(root, std::cerr)) return 1;
+  zds::cli::PrintTree(*index, std::cout);
+  return 0;
 }
 
 int Run(std::vector<std::string> args) {
@@ -33,12 +54,10 @@ int Run(std::vector<std::string> args) {
   const std::string command = args[0];
   auto root = std::make_shared<zds::platform::DataRoot>(root_dir);
 
-  if (command == "init") {
-    auto index = zds::cli::OpenServiceIndex(root, true, std::cerr);
-    if (!index) return 1;
-    zds::cli::PrintTree(*index, std::cout);
-    return 0;
-  }
+  if (command == "init") return RunInit(root);
+  if (command == "events") return zds::cli::RunEventsCommand(root, std::cout, std::cerr);
+  if (command == "monitor") return zds::cli::RunMonitorCommand(root, std::cout, std::cerr);
+  if (command == "autorun") return zds::cli::RunAutoRunCommand(root, std::cout, std::cerr);
   if (command == "ls" || command == "show") {
     if (args.size() != 2) return Usage(command + " takes one PATH");
     auto index = zds::cli::OpenServiceIndex(root, false, std::cerr);
