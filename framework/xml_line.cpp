@@ -30,7 +30,9 @@ bool CXMLLine::SetLine(std::string_view text) {
     if (!probe.ends_with(">")) return false;
     probe.insert(probe.size() - 1, "/");
   }
-  XmlScanner scanner(probe + (declaration ? "<x/>" : ""));
+  // The scanner only views its text, so the text must outlive it.
+  if (declaration) probe += "<x/>";
+  XmlScanner scanner(probe);
   XmlToken token;
   std::vector<XmlAttribute> attributes;
   if (!scanner.Next(token, attributes)) return false;

@@ -9,6 +9,7 @@ namespace {
 // or is closed on that line: +1 open, -1 close, 0 balanced or none.
 struct LineTags {
   std::string_view first_name;
+  bool first_closes = false;  // the first tag is an end tag ("  </rec>")
   int balance = 0;
 };
 
@@ -23,7 +24,10 @@ LineTags ReadLineTags(std::string_view line) {
     if (!special) {
       size_t name_start = pos + (closing ? 2 : 1);
       size_t name_end = line.find_first_of(" \t/>", name_start);
-      if (tags.first_name.empty()) tags.first_name = line.substr(name_start, name_end - name_start);
+      if (tags.first_name.empty()) {
+        tags.first_name = line.substr(name_start, name_end - name_start);
+        tags.first_closes = closing;
+      }
       bool self_closing = line[end - 1] == '/';
       tags.balance += closing ? -1 : self_closing ? 0 : 1;
     }
@@ -69,7 +73,7 @@ std::string CXMLParser::GetLine(int index) const {
 int CXMLParser::GetTagLine(int from, std::string_view tag) const {
   for (int i = from < 0 ? 0 : from; i < GetLineCount(); ++i) {
     LineTags tags = ReadLineTags(lines_[static_cast<size_t>(i)]);
-    if (tags.first_name == tag && !lines_[static_cast<size_t>(i)].starts_with("</")) return i;
+    if (tags.first_name == tag && !tags.first_closes) return i;
   }
   return -1;
 }
