@@ -338,9 +338,15 @@ std::string CVFDLDoc::AddNodeCopy(std::string_view parent_pos, const CVFDLNode& 
 
 void CVFDLDoc::ReplaceValue(CVFDLNode& node, const CVFDLNode& value) {
   std::string id = node.GetID();
+  // What no hook understood belongs to the stored element, not to the value:
+  // a caller that built the value itself never saw it.
+  std::string unknown_attributes = std::move(node.unknown_attributes_);
+  std::string unknown_content = std::move(node.unknown_content_);
   RenameNode(node, value.GetAlias());
   node.AssignValue(value);
   node.id_ = std::move(id);
+  node.unknown_attributes_ = std::move(unknown_attributes);
+  node.unknown_content_ = std::move(unknown_content);
   node.source_ = {};
   InitNodeExtendType(node);
 }
