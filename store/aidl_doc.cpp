@@ -134,6 +134,7 @@ bool CAIDLDoc::InitOtherItem(CXMLElementReader& item, CVFDLNode& node) {
     variable->value = child.GetAttrValue("value");
     variable->encrypt = child.GetAttrValue("encrypt") == "yes";
     variable->attribute = ReadVariableAttribute(child.GetAttrValue("attribute"));
+    child.AppendUnreadAttributes(variable->unknown_attributes);
     service->variables.push_back(std::move(variable));
   }
   return true;
@@ -159,6 +160,7 @@ void CAIDLDoc::CreateOtherItemText(const CVFDLNode& node, CXMLLine& line, std::v
     variable_line.AddAttribute("value", variable->value);
     variable_line.AddAttribute("encrypt", variable->encrypt ? "yes" : "no");
     variable_line.AddAttribute("attribute", VariableAttributeWord(variable->attribute));
+    variable_line.AppendRawAttributes(variable->unknown_attributes);
     lines.push_back(variable_line.GetLine(true));
   }
 }

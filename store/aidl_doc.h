@@ -50,6 +50,9 @@ class CAIDLVarRec : public CVFVarRec {
   std::string formname;
   bool encrypt = false;
   int attribute = kSystem;
+  // Attributes of the stored line that this version does not know, in
+  // their stored spelling, written back unchanged.
+  std::string unknown_attributes;
   bool operator==(const CAIDLVarRec&) const = default;
 };
 
