@@ -1,0 +1,265 @@
+// Loading and saving whole documents: templates, content the program does
+// not understand, ids, damaged files, the create-or-open sequence, saving.
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <string>
+#include <vector>
+
+#include "resources/string_table.h"
+#include "support/note_doc.h"
+#include "support/temp_root.h"
+
+namespace zds {
+namespace {
+
+using test::MakeNote;
+using test::NoteDoc;
+using test::NoteRec;
+using test::TempRoot;
+
+struct TemplateCase {
+  const char* class_name;
+  int first_id, second_id;
+};
+const TemplateCase kTemplates[] = {
+    {"CAIDLDoc", res::kAidlTemplateHead, res::kAidlTemplateTail},
+    {"CAEventDoc", res::kEventTemplate, 0},
+    {"CMonitorDoc", res::kMonitorTemplate, 0},
+    {"CAutoRunDoc", res::kAutoRunTemplate, 0},
+};
+
+TEST(TemplateTest, EveryTemplateIsCreatedSavedAndReadBackByteIdentical) {
+  for (const TemplateCase& c : kTemplates) {
+    SCOPED_TRACE(c.class_name);
+    const std::string text = LoadTemplate(c.first_id, c.second_id);
+    CVFDLDoc generic;
+    ASSERT_TRUE(generic.SetXml(text));
+    EXPECT_EQ(generic.GetXml(), text);
+    TempRoot temp;
+    for (int expected : {0, 1}) {  // created, then read back
+      auto doc = CreateObjectAs<CVFDLDoc>(GetDefaultRegistry(), c.class_name);
+      ASSERT_NE(doc, nullptr);
+      doc->SetDataRoot(temp.root());
+      doc->SetAutoSaveFlag(true);
+      ASSERT_EQ(OpenVFDLDoc(*doc, "\\doc.xml", ""), expected);
+      EXPECT_EQ(doc->GetRoot()->GetID(), "0000");
+      EXPECT_EQ(doc->GetXml(), text);
+      ASSERT_TRUE(doc->SaveXMLDoc());
+      EXPECT_EQ(temp.Read("doc.xml"), text);
+    }
+    EXPECT_EQ(temp.Files(), std::vector<std::string>{"root/doc.xml"});
+  }
+}
+
+TEST(TemplateTest, EveryTemplatePassesXmllint) {
+  for (const TemplateCase& c : kTemplates) ZDS_EXPECT_XMLLINT_ACCEPTS(LoadTemplate(c.first_id, c.second_id));
+}
+
+// A file of a newer program: attributes, elements and child lines this kind
+// does not know, comments, odd spacing, a record the kind refuses.
+const std::string kRich =
+    "<?xml version=\"1.0\" encoding=\"ascii\"?>\n"
+    "<notes ver=\"1.0\" future=\"yes\">\n"
+    "<header type='normal'><index id=\"0000\" alias=\"Date\" width=\"100\"/></header>\n"
+    "<folder id=\"0000\" alias=\"Notes\" attribute=\"root\" colour=\"red\">\n"
+    "  <!-- kept as it stands -->\n"
+    "  <folder id=\"0001\" alias='Schedule'   attribute=\"undel\"/>\n"
+    "  <widget id=\"w1\"><part/></widget>\n"
+    "  <rec id=\"0002\" alias=\"First\" note=\"a &amp; b\" mood=\"calm\" >\n"
+    "    <item value=\"one\"/>\n"
+    "    <extra kind=\"new\">text &lt; here</extra>\n"
+    "    <item value=\"two\"/>\n"
+    "  </rec>\n"
+    "  <rec id=\"0003\" alias=\"Refused\" note=\"no closing line\"/>\n"
+    "  <rec id=\"0004\" alias=\"Second\" note=\"n\"></rec>\n"
+    "</folder>\n"
+    "<trailer/>\n"
+    "</notes>\n";
+
+void ExpectContains(const std::string& text, const std::vector<std::string>& pieces) {
+  for (const std::string& piece : pieces) EXPECT_NE(text.find(piece), std::string::npos) << piece << "\n" << text;
+}
+
+TEST(UnknownContentTest, LoadAndSaveChangeNoByte) {
+  NoteDoc doc;
+  ASSERT_TRUE(doc.SetXml(kRich));
+  EXPECT_EQ(doc.GetXml(), kRich);
+  EXPECT_EQ(doc.GetNodeByID("0003"), nullptr) << "the refused record is not loaded";
+  EXPECT_EQ(doc.GetRootAttribute("future"), "yes");
+  const auto* first = static_cast<NoteRec*>(doc.GetNodeByID("0002"));
+  ASSERT_NE(first, nullptr);
+  EXPECT_EQ(first->GetExtendRec().note, "a & b");
+  EXPECT_EQ(first->GetExtendRec().items, (std::vector<std::string>{"one", "two"}));
+  ZDS_EXPECT_XMLLINT_ACCEPTS(kRich);
+}
+
+TEST(UnknownContentTest, UpdatedRecordKeepsItsUnknownAttributesAndChildren) {
+  NoteDoc doc;
+  ASSERT_TRUE(doc.SetXml(kRich));
+  NoteRec copy = *static_cast<NoteRec*>(doc.GetNodeByID("0002"));
+  copy.GetExtendRec().note = "changed";
+  // A caller may also build the value itself, knowing nothing of the unknown parts.
+  for (const NoteRec& value : {copy, MakeNote("First", "fresh", {"one"})}) {
+    ASSERT_TRUE(doc.UpdateRec("kov:\\Notes\\0002", value, false));
+    const std::string text = doc.GetXml();
+    ExpectContains(text, {" mood=\"calm\"", "<extra kind=\"new\">text &lt; here</extra>",
+                          "note=\"" + value.GetExtendRec().note + "\""});
+    // Only the record's own text changes.
+    EXPECT_TRUE(text.starts_with(kRich.substr(0, kRich.find("<rec id=\"0002\"")))) << text;
+    EXPECT_TRUE(text.ends_with(kRich.substr(kRich.find("\n  <rec id=\"0003\"")))) << text;
+    NoteDoc reloaded;
+    ASSERT_TRUE(reloaded.SetXml(text));
+    EXPECT_TRUE(*static_cast<NoteRec*>(reloaded.GetNodeByID("0002")) == *static_cast<NoteRec*>(doc.GetNodeByID("0002")));
+    ZDS_EXPECT_XMLLINT_ACCEPTS(text);
+  }
+}
+
+TEST(UnknownContentTest, DeletingNeighboursKeepsCommentsAndUnknownElements) {
+  NoteDoc doc;
+  ASSERT_TRUE(doc.SetXml(kRich));
+  ASSERT_TRUE(doc.DelFolder("kov:\\Notes\\0001"));
+  ASSERT_TRUE(doc.DelRec("kov:\\Notes\\0002"));
+  ASSERT_TRUE(doc.DelRec("kov:\\Notes\\0004"));
+  const std::string text = doc.GetXml();
+  ExpectContains(text, {"<!-- kept as it stands -->", "<widget id=\"w1\"><part/></widget>",
+                        "<rec id=\"0003\" alias=\"Refused\" note=\"no closing line\"/>", "<trailer/>",
+                        "colour=\"red\"", "<header type='normal'>"});
+  for (const char* gone : {"Schedule", "First", "Second"}) EXPECT_EQ(text.find(gone), std::string::npos) << gone;
+  EXPECT_TRUE(NoteDoc().SetXml(text));
+  ZDS_EXPECT_XMLLINT_ACCEPTS(text);
+}
+
+TEST(IdTest, DuplicateAndMissingIdsGetNewUniqueOnes) {
+  NoteDoc doc;
+  ASSERT_TRUE(doc.SetXml(
+      "<?xml version=\"1.0\" encoding=\"ascii\"?>\r\n<notes ver=\"1.0\">\r\n"
+      "<folder id=\"0000\" alias=\"Notes\" attribute=\"root\">\r\n<rec id=\"0005\" alias=\"a\"></rec>\r\n"
+      "<rec id=\"0005\" alias=\"b\"></rec>\r\n<rec alias=\"c\"></rec>\r\n<folder id=\"0005\" alias=\"d\"></folder>\r\n"
+      "<rec id=\"x1\" alias=\"e\"></rec>\r\n<rec id=\"123456\" alias=\"f\"></rec>\r\n<rec id=\"x1\" alias=\"g\"></rec>\r\n"
+      "</folder>\r\n</notes>\r\n"));
+  std::set<std::string> ids;
+  for (const char* alias : {"a", "b", "c", "d", "e", "f", "g"}) {
+    CVFDLNode* node = doc.GetNodeByPath(std::string("kov:\\Notes\\") + alias);
+    ASSERT_NE(node, nullptr) << alias;
+    EXPECT_EQ(doc.GetNodeByID(node->GetID()), node);
+    ids.insert(node->GetID());
+  }
+  EXPECT_EQ(ids.size(), 7u);
+  EXPECT_EQ(doc.GetNodeByPath("kov:\\Notes\\a")->GetID(), "0005");
+  EXPECT_EQ(doc.GetNodeByPath("kov:\\Notes\\e")->GetID(), "x1");
+  const std::string added = doc.AddRec("kov:\\Notes\\0000", MakeNote("h", "h"), false);
+  EXPECT_TRUE(ids.insert(doc.GetNodeByPos(added)->GetID()).second) << added;
+  ASSERT_TRUE(doc.DelRec("kov:\\Notes\\123456"));
+  EXPECT_EQ(doc.GetNodeByID("123456"), nullptr);
+  ids.erase("123456");
+  // The new ids are what the file says from now on.
+  NoteDoc reloaded;
+  ASSERT_TRUE(reloaded.SetXml(doc.GetXml()));
+  for (const std::string& id : ids) EXPECT_NE(reloaded.GetNodeByID(id), nullptr) << id;
+  EXPECT_EQ(reloaded.GetXml(), doc.GetXml());
+  ZDS_EXPECT_XMLLINT_ACCEPTS(doc.GetXml());
+}
+
+std::string Replace(std::string text, std::string_view from, std::string_view to) {
+  return text.replace(text.find(from), from.size(), to);
+}
+
+TEST(DamagedFileTest, EachIsRefusedAndLeftUntouched) {
+  const std::string good(test::kNoteTemplate);
+  const std::pair<const char*, std::string> damaged[] = {
+      {"empty", ""},
+      {"blank", "\r\n  \r\n"},
+      {"truncated", good.substr(0, good.size() / 2)},
+      {"unclosed root", good.substr(0, good.find("</notes>"))},
+      {"mis-nested", Replace(good, "</folder>\r\n</folder>", "</notes>\r\n</folder>")},
+      {"binary bytes", Replace(good, "Schedule", std::string("Sch\0\x01\x02", 6))},
+      {"binary between lines", Replace(good, "</folder>\r\n</folder>", "</folder>\x03\r\n</folder>")},
+      {"bad entity", Replace(good, "Schedule", "Sched&ule;")},
+      {"bare ampersand", Replace(good, "Schedule", "A & B")},
+      {"unquoted attribute", Replace(good, "alias=\"Schedule\"", "alias=Schedule")},
+      {"two roots", good + "<notes ver=\"1.0\"><folder id=\"0000\"/></notes>\r\n"},
+      {"no root folder", "<?xml version=\"1.0\" encoding=\"ascii\"?>\r\n<notes ver=\"1.0\">\r\n</notes>\r\n"},
+      {"wrong root tag", Replace(Replace(good, "<notes", "<aidl"), "</notes>", "</aidl>")},
+      {"text outside the root", good + "junk\r\n"},
+      {"declaration not first", "\r\n" + good},
+  };
+  for (const auto& [name, text] : damaged) {
+    SCOPED_TRACE(name);
+    TempRoot temp;
+    temp.Write("notes.xml", text);
+    for (bool auto_save : {false, true}) {
+      NoteDoc doc;
+      doc.SetDataRoot(temp.root());
+      doc.SetAutoSaveFlag(auto_save);
+      const int loaded = doc.LoadXMLDoc("\\notes.xml");
+      EXPECT_TRUE(loaded != 0 && loaded != 1) << loaded;
+      EXPECT_EQ(doc.GetRoot(), nullptr) << "nothing of it is loaded";
+      EXPECT_EQ(OpenVFDLDoc(doc, "\\notes.xml", ""), -1);
+      EXPECT_FALSE(doc.SaveXMLDoc());
+      EXPECT_EQ(doc.AddRec("kov:\\Notes\\0001", MakeNote("x", "y"), true), "");
+    }
+    EXPECT_EQ(temp.Read("notes.xml"), text);
+    EXPECT_EQ(temp.Files(), std::vector<std::string>{"root/notes.xml"});
+  }
+}
+
+TEST(DamagedFileTest, EveryTruncationIsRefusedAndKeepsTheLoadedDocument) {
+  const std::string good(test::kNoteTemplate);
+  NoteDoc doc;
+  ASSERT_TRUE(doc.SetXml(kRich));
+  for (size_t length = 0; length < good.rfind('>'); ++length) {
+    EXPECT_FALSE(doc.SetXml(good.substr(0, length))) << length;
+  }
+  EXPECT_EQ(doc.GetXml(), kRich);
+  EXPECT_NE(doc.GetNodeByPos("kov:\\Notes\\0002"), nullptr);
+}
+
+TEST(CreateOrOpenTest, MissingIsCreatedReadIsOpenedWithoutAutoSaveNothingIsWritten) {
+  TempRoot temp;
+  NoteDoc created, refused, opened;
+  for (NoteDoc* doc : {&created, &refused, &opened}) doc->SetDataRoot(temp.root());
+  EXPECT_EQ(OpenVFDLDoc(created, "\\notes.xml", ""), 0);
+  EXPECT_EQ(created.GetRoot()->GetID(), "0000");
+  EXPECT_EQ(created.GetXml(), test::kNoteTemplate);
+  EXPECT_EQ(OpenVFDLDoc(refused, "\\notes.xml", "", false), -1) << "not created when not asked to";
+  const std::string pos = created.AddRec("kov:\\Notes\\0001", MakeNote("a", "1"), false);
+  EXPECT_TRUE(created.UpdateRec(pos, MakeNote("b", "2"), false));
+  EXPECT_TRUE(created.IsModified());
+  EXPECT_FALSE(temp.Exists("notes.xml")) << "without auto-save the caller saves";
+  EXPECT_TRUE(created.SaveXMLDoc());
+  EXPECT_EQ(OpenVFDLDoc(opened, "\\notes.xml", ""), 1);
+  EXPECT_EQ(opened.GetXml(), created.GetXml());
+  EXPECT_EQ(opened.GetNodeByPos(pos)->GetAlias(), "b");
+  EXPECT_EQ(opened.GetScheme(), "kov:");
+}
+
+TEST(SaveTest, AutoSaveWritesEveryChangeAndLeavesNoTemporaryFile) {
+  TempRoot temp;
+  NoteDoc doc;
+  doc.SetDataRoot(temp.root());
+  doc.SetAutoSaveFlag(true);
+  ASSERT_EQ(OpenVFDLDoc(doc, "\\notes.xml", ""), 0);
+  auto saved = [&] { return temp.Read("notes.xml") == doc.GetXml(); };
+  EXPECT_TRUE(saved());
+  const std::string rec = doc.AddRec("kov:\\Notes\\0001", MakeNote("a", "1"), false);
+  EXPECT_TRUE(saved());
+  EXPECT_TRUE(doc.UpdateRec(rec, MakeNote("b", "2"), false));
+  EXPECT_TRUE(saved());
+  const std::string folder = doc.AddFolder("kov:\\Notes\\0000", CVFDLFolder(), false);
+  EXPECT_TRUE(saved());
+  EXPECT_TRUE(doc.DelRec(rec));
+  EXPECT_TRUE(saved());
+  EXPECT_TRUE(doc.DelFolder(folder));
+  EXPECT_TRUE(saved());
+  doc.SetAutoSaveFlag(false);
+  doc.AddRec("kov:\\Notes\\0001", MakeNote("c", "3"), false);
+  EXPECT_FALSE(saved());
+  doc.AddRec("kov:\\Notes\\0001", MakeNote("e", "5"), true);  // the flag asks for a save
+  EXPECT_TRUE(saved());
+  EXPECT_EQ(temp.Files(), std::vector<std::string>{"root/notes.xml"});
+}
+
+}  // namespace
+}  // namespace zds

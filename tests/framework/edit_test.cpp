@@ -1,0 +1,244 @@
+// Edits of a loaded document, positions and paths within and across
+// documents, documents behind folders, and content descriptors.
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "support/note_doc.h"
+#include "support/temp_root.h"
+
+namespace zds {
+namespace {
+
+using test::MakeNote;
+using test::NoteDoc;
+using test::NoteRec;
+namespace fs = std::filesystem;
+
+constexpr const char* kSchedule = "kov:\\Notes\\0001";
+
+class EditTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    doc_.SetDataRoot(temp_.root());
+    doc_.SetClassRegistry(test::NoteRegistry());
+    ASSERT_EQ(OpenVFDLDoc(doc_, "\\notes.xml", ""), 0);
+  }
+  std::unique_ptr<NoteDoc> Reload() {
+    EXPECT_TRUE(doc_.SaveXMLDoc());
+    auto doc = std::make_unique<NoteDoc>();
+    doc->SetDataRoot(temp_.root());
+    EXPECT_EQ(OpenVFDLDoc(*doc, "\\notes.xml", ""), 1);
+    return doc;
+  }
+  // A folder that stands for a document of the test kind in `src`.
+  std::string AddBackedFolder(std::string_view alias, std::string_view src) {
+    CVFDLFolder folder;
+    folder.SetAlias(alias);
+    folder.ComposeContent("notes", "NoteDoc", "universal");
+    folder.SetSrc(src);
+    return doc_.AddFolder("kov:\\Notes\\0000", folder, false);
+  }
+
+  test::TempRoot temp_;
+  NoteDoc doc_;
+};
+
+TEST_F(EditTest, AddUpdateDeleteRecordsThroughPositionsAndTheIdIndex) {
+  const std::string a = doc_.AddRec(kSchedule, MakeNote("a", "1", {"x"}), false);
+  const std::string b = doc_.AddRec(kSchedule, MakeNote("b", "2"), false);
+  EXPECT_EQ(a, "kov:\\Notes\\0002");
+  EXPECT_EQ(b, "kov:\\Notes\\0003");
+  for (const char* parent : {"kov:\\Notes\\0999", "kov:\\Other\\0001", "kov:\\Notes\\0002"}) {
+    EXPECT_EQ(doc_.AddRec(parent, MakeNote("c", "3"), false), "") << parent;
+  }
+  ASSERT_TRUE(doc_.UpdateRec(a, MakeNote("a2", "changed", {"y", "z"}), false));
+  const auto* updated = static_cast<NoteRec*>(doc_.GetNodeByPos(a));
+  EXPECT_EQ(updated->GetID(), "0002") << "an update keeps the id";
+  EXPECT_EQ(updated->GetExtendRec().items, (std::vector<std::string>{"y", "z"}));
+  EXPECT_EQ(doc_.GetNodeByPath("kov:\\Notes\\Schedule\\a2"), updated);
+  EXPECT_EQ(doc_.GetNodeByPath("kov:\\Notes\\Schedule\\a"), nullptr);
+  EXPECT_FALSE(doc_.UpdateRec(kSchedule, MakeNote("f", "f"), false)) << "a folder is not a record";
+
+  ASSERT_TRUE(doc_.DelRec(a));
+  EXPECT_EQ(doc_.GetNodeByID("0002"), nullptr);
+  EXPECT_EQ(doc_.GetNodeByPos(a), nullptr);
+  EXPECT_FALSE(doc_.DelRec(a));
+  EXPECT_FALSE(doc_.DelRec(kSchedule));
+  const std::string c = doc_.AddRec(kSchedule, MakeNote("c", "3"), false);
+  EXPECT_NE(c, b);
+  auto reloaded = Reload();
+  for (const std::string& pos : {b, c}) {  // positions are stable across a reload
+    ASSERT_NE(reloaded->GetNodeByPos(pos), nullptr) << pos;
+    EXPECT_TRUE(reloaded->GetNodeByPos(pos)->ValueEquals(*doc_.GetNodeByPos(pos))) << pos;
+  }
+  ZDS_EXPECT_XMLLINT_ACCEPTS(doc_.GetXml());
+}
+
+TEST_F(EditTest, FoldersCopiesAndAliases) {
+  CVFDLFolder folder;
+  folder.SetAlias("Trip");
+  const std::string trip = doc_.AddFolder(kSchedule, folder, false);
+  const std::string day = doc_.AddFolder(trip, folder, false);
+  const std::string rec = doc_.AddRec(day, MakeNote("ticket", "t"), false);
+  EXPECT_EQ(doc_.GetNodeByPath("kov:\\Notes\\Schedule\\Trip\\Trip\\ticket"), doc_.GetNodeByPos(rec));
+  EXPECT_EQ(doc_.GetFolderID(rec), doc_.GetNodeByPos(day)->GetID());
+  auto* schedule = static_cast<CVFDLFolder*>(doc_.GetNodeByPos(kSchedule));
+  EXPECT_EQ(doc_.GetNewAlias(*schedule, "Trip"), "Trip (2)");
+  EXPECT_EQ(doc_.GetNewAlias(*schedule, "Other"), "Other");
+
+  const std::string trip_id = doc_.GetNodeByPos(trip)->GetID();
+  ASSERT_FALSE(doc_.AddCopyNodeByID(trip_id, "0000", false).empty());
+  CVFDLNode* copied = doc_.GetNodeByPath("kov:\\Notes\\Trip\\Trip\\ticket");
+  ASSERT_NE(copied, nullptr);
+  EXPECT_NE(copied->GetID(), doc_.GetNodeByPos(rec)->GetID());
+  EXPECT_EQ(static_cast<NoteRec*>(copied)->GetExtendRec().note, "t");
+  EXPECT_EQ(doc_.GetNodeCount(), 8u);
+  EXPECT_EQ(doc_.AddCopyNodeByID(trip_id, doc_.GetNodeByPos(day)->GetID(), false), "") << "not into itself";
+
+  ASSERT_TRUE(doc_.DelFolder(trip));
+  EXPECT_EQ(doc_.GetNodeByPos(day), nullptr);
+  EXPECT_EQ(doc_.GetNodeByPos(rec), nullptr);
+  EXPECT_EQ(doc_.GetNodeCount(), 5u);
+  EXPECT_FALSE(doc_.DelFolder("kov:\\Notes\\0000")) << "the root folder stays";
+  EXPECT_EQ(Reload()->GetXml(), doc_.GetXml());
+  ZDS_EXPECT_XMLLINT_ACCEPTS(doc_.GetXml());
+}
+
+TEST_F(EditTest, AddingToAFolderThatClosesItselfOpensIt) {
+  ASSERT_TRUE(doc_.SetXml(
+      "<?xml version=\"1.0\" encoding=\"ascii\"?>\n<notes ver=\"1.0\">\n<folder id=\"0000\" alias=\"Notes\">\n"
+      "<folder id=\"0001\" alias=\"Schedule\"/>\n</folder>\n</notes>\n"));
+  ASSERT_FALSE(doc_.AddRec(kSchedule, MakeNote("a", "1"), false).empty());
+  NoteDoc reloaded;
+  ASSERT_TRUE(reloaded.SetXml(doc_.GetXml())) << doc_.GetXml();
+  EXPECT_NE(reloaded.GetNodeByPath("kov:\\Notes\\Schedule\\a"), nullptr);
+  ZDS_EXPECT_XMLLINT_ACCEPTS(doc_.GetXml());
+}
+
+// The indexes behind look-ups by id and alias must agree with a walk of the
+// tree whatever edits led to it (aliases repeat on purpose).
+TEST_F(EditTest, LookUpsAgreeWithAWalkAfterRandomEdits) {
+  std::mt19937 random(3);
+  std::vector<std::string> positions;
+  const auto* schedule = static_cast<CVFDLFolder*>(doc_.GetNodeByPos(kSchedule));
+  for (int step = 1; step <= 3000; ++step) {
+    const std::string alias = "n" + std::to_string(random() % 40);
+    const unsigned action = positions.empty() ? 0 : random() % 4;
+    if (action <= 1) {
+      positions.push_back(doc_.AddRec(kSchedule, MakeNote(alias, "x"), false));
+    } else if (action == 2) {
+      ASSERT_TRUE(doc_.UpdateRec(positions[random() % positions.size()], MakeNote(alias, "y"), false));
+    } else {
+      const auto victim = positions.begin() + static_cast<long>(random() % positions.size());
+      ASSERT_TRUE(doc_.DelRec(*victim));
+      EXPECT_EQ(doc_.GetNodeByPos(*victim), nullptr);
+      positions.erase(victim);
+    }
+    if (step % 100 != 0) continue;
+    for (int n = 0; n < 40; ++n) {
+      const std::string wanted = "n" + std::to_string(n);
+      CVFDLNode* first = schedule->GetFirstChild();
+      while (first && first->GetAlias() != wanted) first = first->GetNextSibling();
+      ASSERT_EQ(doc_.GetNodeByPath("kov:\\Notes\\Schedule\\" + wanted), first) << wanted << " at " << step;
+    }
+    for (const std::string& pos : positions) ASSERT_NE(doc_.GetNodeByPos(pos), nullptr) << pos;
+    ASSERT_EQ(schedule->GetChildCount(), positions.size());
+  }
+}
+
+TEST_F(EditTest, DocumentBehindAFolderContinuesPathsAndPositions) {
+  ASSERT_TRUE(temp_.root()->CreateDirectories("\\calendar"));
+  const std::string holder_pos = AddBackedFolder("Calendar", "\\calendar\\index.xml");
+  CVFDLNode* holder = doc_.GetNodeByPos(holder_pos);
+  doc_.SetAutoSaveFlag(true);
+  CVFDLDoc* calendar = doc_.LoadVFDLDoc(*holder);
+  ASSERT_NE(calendar, nullptr);
+  EXPECT_EQ(doc_.LoadVFDLDoc(*holder), calendar) << "opened once";
+  EXPECT_EQ(temp_.Read("calendar/index.xml"), test::kNoteTemplate);
+  EXPECT_EQ(calendar->GetBasePath(), "\\calendar");
+
+  CVFDLNode* schedule = calendar->GetNodeByID("0001");
+  EXPECT_EQ(schedule->GetPath(), "kov:\\Notes\\Calendar\\Schedule");
+  EXPECT_EQ(schedule->GetPos(), holder_pos + "\\0001");
+  EXPECT_EQ(doc_.GetNodeByPath("kov:\\Notes\\Calendar\\Schedule"), schedule);
+  EXPECT_EQ(doc_.FindNodeByPos(schedule->GetPos()), schedule);
+  EXPECT_EQ(doc_.GetFirstChild(*holder), schedule);
+  EXPECT_EQ(static_cast<CCASDVFDLDoc*>(calendar)->GetParentCASDDoc(), &doc_);
+  const std::string entry = calendar->AddRec(schedule->GetPos(), MakeNote("dentist", "9:00"), false);
+  EXPECT_EQ(entry, holder_pos + "\\0002");
+  EXPECT_EQ(doc_.GetNodeByPath("kov:\\Notes\\Calendar\\Schedule\\dentist"), doc_.FindNodeByPos(entry));
+  EXPECT_NE(temp_.Read("calendar/index.xml").find("dentist"), std::string::npos) << "auto-save carries over";
+
+  ASSERT_TRUE(doc_.UnloadVFDLDoc(holder_pos));
+  EXPECT_EQ(doc_.GetNodeByPath("kov:\\Notes\\Calendar\\Schedule"), nullptr);
+  EXPECT_EQ(doc_.FindNodeByPos(entry), nullptr);
+  ASSERT_NE(doc_.LoadVFDLDoc(*holder), nullptr);
+  EXPECT_EQ(doc_.FindNodeByPos(entry)->GetAlias(), "dentist") << "the same position after reopening";
+  ASSERT_TRUE(doc_.DelFolder(holder_pos));
+  EXPECT_EQ(doc_.FindNodeByPos(entry), nullptr);
+  EXPECT_TRUE(temp_.Exists("calendar/index.xml"));
+
+  CVFDLDoc* related = doc_.LoadRelatedVFDLDoc("\\other.xml", "NoteDoc");
+  ASSERT_NE(related, nullptr);
+  EXPECT_EQ(related->GetNodeByID("0001")->GetPos(), "kov:\\Notes\\0001") << "opened on its own";
+  EXPECT_EQ(doc_.LoadRelatedVFDLDoc("\\other.xml", "NoteDoc"), related);
+  EXPECT_EQ(doc_.LoadRelatedVFDLDoc("\\third.xml", "NoSuchDoc"), nullptr);
+  EXPECT_TRUE(doc_.UnloadVFDLDoc("\\other.xml"));
+  const std::string box = AddBackedFolder("Box", "\\box.xml");
+  ASSERT_NE(doc_.LoadVFDLDoc(*doc_.GetNodeByPos(box)), nullptr);
+  ASSERT_TRUE(doc_.DelFolderOnDoc(box));
+  EXPECT_FALSE(temp_.Exists("box.xml"));
+}
+
+TEST_F(EditTest, SrcOutsideTheDataRootIsRefused) {
+  doc_.SetAutoSaveFlag(true);
+  test::WriteNative(temp_.top() / "victim.xml", "keep");  // what "..\victim.xml" names
+  const std::string far = temp_.top().filename().string() + "-escape.xml";
+  const std::vector<std::string> outside = {"..\\victim.xml", "\\..\\victim.xml", "\\a\\..\\..\\" + far,
+                                            "/tmp/" + far,    "C:\\" + far,       "c:" + far,
+                                            "\\\\srv\\share\\" + far, ".."};
+  for (const std::string& src : outside) {
+    SCOPED_TRACE(src);
+    const std::string pos = AddBackedFolder("Out", src);
+    EXPECT_EQ(doc_.LoadVFDLDoc(*doc_.GetNodeByPos(pos)), nullptr);
+    EXPECT_EQ(doc_.LoadRelatedVFDLDoc(src, "NoteDoc"), nullptr);
+    EXPECT_TRUE(doc_.DelFolderOnDoc(pos));
+  }
+  EXPECT_FALSE(fs::exists(temp_.top().parent_path() / far));
+  EXPECT_FALSE(fs::exists("/tmp/" + far));
+  EXPECT_EQ(temp_.Files(), (std::vector<std::string>{"root/notes.xml", "victim.xml"}));
+  EXPECT_EQ(test::ReadNative(temp_.top() / "victim.xml"), "keep");
+  const std::string inside = AddBackedFolder("In", "inside.xml");
+  EXPECT_NE(doc_.LoadVFDLDoc(*doc_.GetNodeByPos(inside)), nullptr) << "a plain relative src is fine";
+}
+
+TEST(ContentDescriptorTest, ComposesAndReadsBackTheThreeFields) {
+  const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
+      {"midl", "CMIDLDoc", "universal", "midl;class=CMIDLDoc;os=universal"},
+      {"midl", "CMIDLDoc", "", "midl;class=CMIDLDoc;"},
+      {"", "CFavDoc", "universal", "class=CFavDoc;os=universal"},
+      {"midl", "", "universal", "midl;os=universal"},
+      {"", "", "universal", "os=universal"},
+      {"", "", "", ""},
+  };
+  for (auto [kind, class_name, os, content] : cases) {
+    CVFDLFolder folder;
+    folder.ComposeContent(kind, class_name, os);
+    EXPECT_EQ(folder.GetContent(), content);
+    EXPECT_EQ(folder.GetContentClass(), class_name) << content;
+    EXPECT_EQ(folder.GetContentOS(), os) << content;
+  }
+  const std::pair<const char*, const char*> kinds[] = {
+      {"", ""}, {"midl", "midl"}, {"midl;class=CMIDLDoc", "midl"}, {"class=CFavDoc;os=universal", "class=CFavDoc"}};
+  for (auto [content, kind] : kinds) EXPECT_EQ(GetContentType(content), kind) << content;
+  EXPECT_EQ(GetContentClass("midl;class=CMIDLDoc"), "CMIDLDoc");
+  EXPECT_EQ(GetContentOS("os=win;class=A;os=posix"), "win");
+}
+
+}  // namespace
+}  // namespace zds

@@ -1,0 +1,105 @@
+// Helpers shared by several test programs (header-only: each test folder is
+// its own program): a throw-away data root, whole-file access, and a check
+// of document text by libxml2's xmllint, a parser no one here wrote.
+
+#ifndef ZDS_TESTS_SUPPORT_TEMP_ROOT_H_
+#define ZDS_TESTS_SUPPORT_TEMP_ROOT_H_
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "platform/files.h"
+
+namespace zds::test {
+
+namespace fs = std::filesystem;
+
+inline std::string ReadNative(const fs::path& path) {
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
+}
+
+inline void WriteNative(const fs::path& path, const std::string& text) {
+  fs::create_directories(path.parent_path());
+  std::ofstream(path, std::ios::binary) << text;
+}
+
+// The data root is the "root" directory inside a fresh one, so a test can
+// also look just outside it for files that must never appear.
+class TempRoot {
+ public:
+  TempRoot() {
+    std::string pattern = (fs::temp_directory_path() / "zds-test-XXXXXX").string();
+    if (mkdtemp(pattern.data()) == nullptr) ADD_FAILURE() << "mkdtemp failed";
+    top_ = pattern;
+    fs::create_directory(dir());
+    root_ = std::make_shared<platform::DataRoot>(dir().string());
+  }
+  ~TempRoot() {
+    std::error_code ignored;
+    fs::remove_all(top_, ignored);
+  }
+  TempRoot(const TempRoot&) = delete;
+  TempRoot& operator=(const TempRoot&) = delete;
+
+  const fs::path& top() const { return top_; }
+  fs::path dir() const { return top_ / "root"; }
+  const std::shared_ptr<platform::DataRoot>& root() const { return root_; }
+  void Write(const std::string& name, const std::string& text) const { WriteNative(dir() / name, text); }
+  std::string Read(const std::string& name) const { return ReadNative(dir() / name); }
+  bool Exists(const std::string& name) const { return fs::exists(dir() / name); }
+
+  // Every regular file below the top directory, relative to it, sorted.
+  std::vector<std::string> Files() const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::recursive_directory_iterator(top_)) {
+      if (entry.is_regular_file()) names.push_back(fs::relative(entry.path(), top_).generic_string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+ private:
+  fs::path top_;
+  std::shared_ptr<platform::DataRoot> root_;
+};
+
+inline bool HaveXmllint() {
+  static const bool have = std::system("command -v xmllint >/dev/null 2>&1") == 0;
+  return have;
+}
+
+inline ::testing::AssertionResult XmllintAccepts(const std::string& text) {
+  TempRoot scratch;
+  const fs::path file = scratch.top() / "doc.xml";
+  WriteNative(file, text);
+  std::string output;
+  if (FILE* pipe = popen(("xmllint --noout '" + file.string() + "' 2>&1").c_str(), "r")) {
+    char buffer[512];
+    while (size_t got = fread(buffer, 1, sizeof buffer, pipe)) output.append(buffer, got);
+    if (pclose(pipe) == 0) return ::testing::AssertionSuccess();
+  }
+  return ::testing::AssertionFailure() << "xmllint refused the text:\n" << output << "--- text ---\n" << text;
+}
+
+}  // namespace zds::test
+
+// At the end of a test: the text must pass xmllint (skipped without it).
+#define ZDS_EXPECT_XMLLINT_ACCEPTS(text)                                         \
+  do {                                                                           \
+    if (!::zds::test::HaveXmllint()) GTEST_SKIP() << "xmllint is not installed"; \
+    EXPECT_TRUE(::zds::test::XmllintAccepts(text));                              \
+  } while (0)
+
+#endif  // ZDS_TESTS_SUPPORT_TEMP_ROOT_H_
