@@ -1,0 +1,151 @@
+// The zds program's store commands (init, ls, show), run as a user would,
+// on fresh, damaged and missing data roots.
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "framework/vfdl_tree.h"
+#include "resources/string_table.h"
+#include "support/temp_root.h"
+
+namespace zds {
+namespace {
+
+using test::TempRoot;
+
+struct Result {
+  int exit_code = -1;  // -1 when killed by a signal
+  std::string out, err;
+};
+
+// Runs zds with the data root `dir`; each argument is single-quoted for the shell.
+Result RunZds(const test::fs::path& dir, const std::vector<std::string>& args) {
+  TempRoot scratch;
+  const test::fs::path err_file = scratch.top() / "stderr";
+  std::string command = std::string("'") + ZDS_CLI_PATH + "' --root '" + dir.string() + "'";
+  for (const std::string& arg : args) command += " '" + arg + "'";
+  command += " 2>'" + err_file.string() + "'";
+  Result result;
+  FILE* pipe = popen(command.c_str(), "r");
+  if (pipe == nullptr) return result;
+  char buffer[4096];
+  while (size_t got = fread(buffer, 1, sizeof buffer, pipe)) result.out.append(buffer, got);
+  int status = pclose(pipe);
+  if (WIFEXITED(status)) result.exit_code = WEXITSTATUS(status);
+  result.err = test::ReadNative(err_file);
+  return result;
+}
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
+
+const char* const kFolders[] = {"E-Mail", "News",      "Chat",      "SMS",     "Cast",
+                                "Other",  "Favorites", "Addresses", "History", "Calendar"};
+
+TEST(ZdsStoreCommandsTest, InitCreatesTheIndexAndPrintsTheTreeByPath) {
+  TempRoot temp;
+  const test::fs::path dir = temp.dir() / "fresh";  // not there yet
+  Result first = RunZds(dir, {"init"});
+  ASSERT_EQ(first.exit_code, 0) << first.err;
+  EXPECT_EQ(first.err, "");
+  const std::string index = test::ReadNative(dir / "aidl.xml");
+  EXPECT_EQ(index, LoadTemplate(res::kAidlTemplateHead, res::kAidlTemplateTail));
+  const std::vector<std::string> lines = Lines(first.out);
+  ASSERT_GE(lines.size(), 11u) << first.out;
+  EXPECT_TRUE(lines[0].starts_with("kov:\\Velmora ")) << lines[0];
+  for (int i = 0; i < 10; ++i) {
+    const std::string path = std::string("kov:\\Velmora\\") + kFolders[i];
+    EXPECT_TRUE(lines[static_cast<size_t>(i) + 1].starts_with(path + " ")) << lines[static_cast<size_t>(i) + 1];
+    EXPECT_NE(lines[static_cast<size_t>(i) + 1].find(CVFTree::GetLocalID(i + 1)), std::string::npos);
+  }
+  for (const std::string& file : temp.Files()) EXPECT_EQ(file.find(".tmp"), std::string::npos) << file;
+
+  Result second = RunZds(dir, {"init"});
+  EXPECT_EQ(second.exit_code, 0);
+  EXPECT_EQ(second.out, first.out);
+  EXPECT_EQ(test::ReadNative(dir / "aidl.xml"), index) << "an existing index is opened, not rewritten";
+}
+
+TEST(ZdsStoreCommandsTest, LsAndShowReadTheTree) {
+  TempRoot temp;
+  ASSERT_EQ(RunZds(temp.dir(), {"init"}).exit_code, 0);
+  Result ls = RunZds(temp.dir(), {"ls", "kov:\\Velmora"});
+  ASSERT_EQ(ls.exit_code, 0) << ls.err;
+  const std::vector<std::string> lines = Lines(ls.out);
+  ASSERT_EQ(lines.size(), 10u) << ls.out;
+  for (int i = 0; i < 10; ++i) {
+    EXPECT_EQ(lines[static_cast<size_t>(i)], CVFTree::GetLocalID(i + 1) + " folder " + kFolders[i]);
+  }
+  Result empty = RunZds(temp.dir(), {"ls", "kov:\\Velmora\\SMS"});
+  EXPECT_EQ(empty.exit_code, 0);
+  EXPECT_EQ(empty.out, "");
+
+  Result show = RunZds(temp.dir(), {"show", "kov:\\Velmora\\Favorites"});
+  ASSERT_EQ(show.exit_code, 0) << show.err;
+  for (const char* field : {"path: kov:\\Velmora\\Favorites", "position: kov:\\Velmora\\0007", "id: 0007",
+                            "attribute: system", "content: Fav;class=CFavDoc;os=universal",
+                            "src: \\favorites\\index.xml"}) {
+    EXPECT_NE(show.out.find(std::string(field) + "\n"), std::string::npos) << field << "\n" << show.out;
+  }
+}
+
+TEST(ZdsStoreCommandsTest, BadPathGetsOneLineAndExitOne) {
+  TempRoot temp;
+  ASSERT_EQ(RunZds(temp.dir(), {"init"}).exit_code, 0);
+  const std::string before = temp.Read("aidl.xml");
+  for (const char* command : {"ls", "show"}) {
+    for (const char* path : {"kov:\\Velmora\\Nowhere", "kov:\\Elsewhere", "", "kov:\\Velmora\\E-Mail\\x\\y"}) {
+      Result result = RunZds(temp.dir(), {command, path});
+      EXPECT_EQ(result.exit_code, 1) << command << " " << path;
+      EXPECT_EQ(result.out, "");
+      EXPECT_EQ(Lines(result.err).size(), 1u) << result.err;
+    }
+  }
+  EXPECT_EQ(temp.Read("aidl.xml"), before);
+}
+
+TEST(ZdsStoreCommandsTest, DamagedIndexIsReportedAndLeftUntouched) {
+  const std::string damaged[] = {
+      "", "<?xml version=\"1.0\" encoding=\"ascii\"?>\r\n<aidl ver=\"1.3\">\r\n<folder id=\"0000\"",
+      std::string("\x7f" "ELF\x02\x01\x01\0\0\0", 10),
+      LoadTemplate(res::kAidlTemplateHead, res::kAidlTemplateTail) + "<aidl/>\r\n"};
+  for (const std::string& text : damaged) {
+    TempRoot temp;
+    temp.Write("aidl.xml", text);
+    for (const std::vector<std::string>& args :
+         {std::vector<std::string>{"init"}, {"ls", "kov:\\Velmora"}, {"show", "kov:\\Velmora"}}) {
+      Result result = RunZds(temp.dir(), args);
+      EXPECT_GT(result.exit_code, 0) << args[0] << " must exit with an error, not crash";
+      EXPECT_EQ(result.out, "");
+      EXPECT_EQ(Lines(result.err).size(), 1u) << result.err;
+      EXPECT_NE(result.err.find("aidl.xml"), std::string::npos) << result.err;
+    }
+    EXPECT_EQ(temp.Read("aidl.xml"), text);
+  }
+}
+
+TEST(ZdsStoreCommandsTest, LsAndShowWithoutAStoreFailCleanly) {
+  TempRoot temp;
+  for (const test::fs::path& dir : {temp.dir(), temp.dir() / "missing"}) {
+    for (const char* command : {"ls", "show"}) {
+      Result result = RunZds(dir, {command, "kov:\\Velmora"});
+      EXPECT_EQ(result.exit_code, 1) << command;
+      EXPECT_EQ(result.out, "");
+      EXPECT_EQ(Lines(result.err).size(), 1u) << result.err;
+    }
+  }
+  EXPECT_TRUE(temp.Files().empty()) << "looking creates nothing";
+  EXPECT_FALSE(test::fs::exists(temp.dir() / "missing"));
+}
+
+}  // namespace
+}  // namespace zds
