@@ -1,0 +1,64 @@
+// CScheCycleRec: the recurrence of a recurring schedule entry.
+//
+// It holds the entry's rule records and touched occurrences (maps) and
+// answers where occurrence n lies, which occurrence holds a moment, whether
+// an occurrence falls on a day or in a span, and how far an occurrence may
+// be moved. Occurrences are numbered from 0; a map numbered n stands in for
+// occurrence n wherever maps are used.
+
+#ifndef ZDS_RECURRENCE_SCHE_CYCLE_REC_H_
+#define ZDS_RECURRENCE_SCHE_CYCLE_REC_H_
+
+#include <string>
+
+#include "recurrence/cycle_arithmetic.h"
+#include "recurrence/cycle_records.h"
+
+namespace zds {
+
+class CScheCycleRec {
+ public:
+  bool operator==(const CScheCycleRec&) const = default;
+
+  // Occurrence `number`: a map with that number when `use_maps`, else the
+  // rule's. For kinds the rule does not expand, `begin` and `end` keep the
+  // values passed in. Public, unlike in the entry's own use, because
+  // `zds cycle range` shows single occurrences.
+  bool GetMapRange(const int& number, CTime& begin, CTime& end, bool use_maps) const;
+  // The occurrence whose span holds `time`, or -1; answered directly, with
+  // the answer of walking the occurrences from 0 (see cycle_search.h).
+  int GetMapNumByTime(const CTime& time, bool use_maps) const;
+  // The span occurrence `number` may occupy without passing its neighbours.
+  bool GetMapMaxRange(const int& number, CTime& lower, CTime& upper) const;
+  bool IsMapRangeSetOK(const int& number, const CTime& begin, const CTime& end) const;
+
+  const CCycleMap* GetMapInfoByNumber(int number) const { return maps.FindByNumber(number); }
+  CCycleMap* GetMapInfoByNumber(int number) { return maps.FindByNumber(number); }
+  CCycleMap* GetMapInfoByID(const std::string& id);
+  // The first map holding `time`; when none holds it, the last map.
+  CCycleMap* GetMapInfoByTime(const CTime& time);
+
+  // Whether an occurrence falls in [begin, end], or on the day from `begin`
+  // when `end` is the time 0. Moves the range's start (and a "timelimited"
+  // end) to midnight in this object, as stored entries expect.
+  bool IsMapExisted(const CTime& begin, const CTime& end);
+
+  std::string Format() const;
+
+  CCycleType cycle_type;
+  CCycleEvent cycle_event;
+  CCycleRange cycle_range;
+  CCycleMapList maps;
+
+ private:
+  CycleRule Rule() const { return CycleRule{cycle_type, cycle_event, cycle_range, CycleStyle::kSchedule}; }
+  bool DayExists(CTime lower, CTime upper) const;
+  bool WeekExists(CTime lower, CTime upper) const;
+  bool WeekCountReaches(CTime day) const;
+  bool MonthExists(CTime lower, CTime upper) const;
+  bool YearExists(CTime lower, CTime upper) const;
+};
+
+}  // namespace zds
+
+#endif  // ZDS_RECURRENCE_SCHE_CYCLE_REC_H_

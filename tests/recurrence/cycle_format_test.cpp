@@ -1,0 +1,87 @@
+// The stored text form of the rule records: each value read over a fresh
+// record and written back, malformed fields degrading one by one; the event
+// day mask.
+
+#include "recurrence/recurrence_testing.h"
+
+namespace zds {
+namespace {
+
+// Reads `text` into a fresh record of `kind` and writes it back.
+std::string ReadAndWrite(const std::string& kind, const char* text) {
+  std::string out;
+  if (kind == "type") {
+    CCycleType type;
+    CCycleFormat::AnalyseCycleType(text, type);
+    CCycleFormat::ComposeCycleType(type, out);
+  } else if (kind == "event") {
+    CCycleEvent event;
+    CCycleFormat::AnalyseCycleEvent(text, event);
+    CCycleFormat::ComposeCycleEvent(event, out);
+  } else if (kind == "range") {
+    CCycleRange range;
+    CCycleFormat::AnalyseCycleRange(text, range);
+    CCycleFormat::ComposeCycleRange(range, out);
+  } else {
+    CCycleMap map;
+    CCycleFormat::AnalyseCycleMap(text, map);
+    CCycleFormat::ComposeCycleMap(map, out);
+  }
+  return out;
+}
+
+TEST(CycleFormat, ReadsAndWritesValuesFieldByField) {
+  struct Case {
+    const char* kind;
+    const char* text;
+    const char* written;
+  };
+  const Case cases[] = {
+      {"type", "week;multiple=01;length=01;from=2004-05-01 09:00;workday=no",
+       "week;multiple=01;length=01;from=2004-05-01 09:00;workday=no"},
+      {"type", "week", "week;multiple=01;length=01;from=1970-01-01 00:00;workday=no"},
+      {"type", "WEEK;Multiple=3;LENGTH=124;workday=YES", "week;multiple=03;length=124;from=1970-01-01 00:00;workday=yes"},
+      {"type", "bogus;multiple=x7;length= -4abc;foo;workday=true", "day;multiple=00;length=-4;from=1970-01-01 00:00;workday=no"},
+      {"type", "year;multiple=2;multiple=5;from=2005-02-30 10:00", "year;multiple=05;length=01;from=1970-01-01 00:00;workday=no"},
+      {"type", "self-defined;multiple=99999999999;from=2005-02-28 10:00:59",
+       "self-defined;multiple=2147483647;length=01;from=2005-02-28 10:00;workday=no"},
+      // All three week numbers come from the first field; day numbers from their own.
+      {"event", "absolute_week;date=02:03:04", "absolute_week;number=1;from=1970-01-01 00:00;to=1970-01-01 00:00;date=02:02:02"},
+      {"event", "absolute_day;date=01:05:17;number=", "absolute_day;from=1970-01-01 00:00;to=1970-01-01 00:00;date=01:05:17"},
+      {"event", "ABSOLUTE_DAY;DATE=7", "absolute_day;number=1;from=1970-01-01 00:00;to=1970-01-01 00:00;date=07:00:00"},
+      {"event", "sequence;date=01:02:03;number=0100010;from=2004-05-01 09:00;to=2004-05-01 10:30",
+       "sequence;number=0100010;from=2004-05-01 09:00;to=2004-05-01 10:30;date="},
+      {"range", "numlimited;number=05;from=2004-05-01 00:00;to=2005-01-01 00:00",
+       "numlimited;number=05;from=2004-05-01 00:00;to=1970-01-01 00:00"},
+      {"range", "timelimited;to=2005-01-01 00:00", "timelimited;number=00;from=1970-01-01 00:00;to=2005-01-01 00:00"},
+      {"map", "07;status=DELETE;event=0012", "07;status=delete;from=1970-01-01 00:00;to=1970-01-01 00:00;event=0012"},
+      {"map", "abc;status=gone;from=junk;to=2004-05-01 10:00",
+       "00;status=virtual;from=1970-01-01 00:00;to=2004-05-01 10:00;event="},
+  };
+  ZDS_USE_TIME_ZONE_OR_SKIP("UTC");
+  for (const Case& c : cases) EXPECT_EQ(ReadAndWrite(c.kind, c.text), c.written) << c.text;
+  CCycleMap map;
+  map.status = 5;
+  std::string text;
+  CCycleFormat::ComposeCycleMap(map, text);
+  EXPECT_EQ(text, "00;status=;from=1970-01-01 00:00;to=1970-01-01 00:00;event=");
+}
+
+TEST(CycleEvent, MaskAnswersOnlyForSequenceEventsInsideTheMask) {
+  CCycleEvent event;
+  event.number = "0100010";
+  EXPECT_EQ(event.IsEventDay(1), 1);
+  EXPECT_EQ(event.IsEventDay(0), 0);
+  EXPECT_EQ(event.IsEventDay(7), 0);
+  EXPECT_EQ(event.IsEventDay(-1), 0);
+  EXPECT_EQ(event.SetEventDay(0, true), 1);
+  EXPECT_EQ(event.SetEventDay(7, true), 0);
+  EXPECT_EQ(event.number, "1100010");
+  event.type = kEventAbsoluteWeek;
+  EXPECT_EQ(event.IsEventDay(1), 0);
+  EXPECT_EQ(event.SetEventDay(2, true), 0);
+  EXPECT_EQ(event.number, "1100010");
+}
+
+}  // namespace
+}  // namespace zds

@@ -1,0 +1,86 @@
+// The timer's rule: its own placement of occurrences where it differs from
+// the schedule's, the last occurrence begun by a moment, and assignment
+// from a schedule rule.
+
+#include "recurrence/recurrence_testing.h"
+
+namespace zds {
+namespace {
+
+constexpr const char* kNineToTen = "sequence;from=2004-05-01 09:00;to=2004-05-01 10:00";
+
+CATimerCycleRec Timer(const char* type, const char* range, std::initializer_list<const char*> maps = {}) {
+  return CATimerCycleRec(cycle_testing::ParseRule(type, kNineToTen, range, maps));
+}
+
+TEST(TimerCycleRec, PlacesOccurrencesWithTheTimersArithmetic) {
+  struct Case {
+    const char *type, *range;
+    int n;
+    const char* expected;
+  };
+  const Case cases[] = {
+      // Workdays from a Friday: Fri, Sat, Tue, Wed, then 4 (and 5) the next Friday, 6 the Saturday after.
+      {"day;workday=yes", "notstop;from=2004-05-07", 1, "2004-05-08 09:00:00"},
+      {"day;workday=yes", "notstop;from=2004-05-07", 2, "2004-05-11 09:00:00"},
+      {"day;workday=yes", "notstop;from=2004-05-07", 4, "2004-05-14 09:00:00"},
+      {"day;workday=yes", "notstop;from=2004-05-07", 6, "2004-05-15 09:00:00"},
+      {"day;multiple=02", "notstop;from=2004-03-01 17:00", 3, "2004-03-07 09:00:00"},
+      // The until-date limits begins: one starting exactly at it is kept; maps ignore it.
+      {"day", "timelimited;from=2004-05-01;to=2004-05-03 09:00", 2, "2004-05-03 09:00:00"},
+      {"day", "timelimited;from=2004-05-01;to=2004-05-03 08:59", 2, "none"},
+      {"day", "timelimited;from=2004-05-01;to=2004-05-03 08:59", 5, "2004-06-02 12:00:00"},
+  };
+  ZDS_USE_TIME_ZONE_OR_SKIP("America/New_York");
+  for (const Case& c : cases) {
+    CATimerCycleRec rec = Timer(c.type, c.range, {"05;from=2004-06-02 12:00;to=2004-06-02 13:00"});
+    CTime begin;
+    EXPECT_EQ(rec.GetMapTime(c.n, begin, true) ? cycle_testing::Show(begin) : "none", c.expected) << c.range << " " << c.n;
+  }
+  CATimerCycleRec weekly = Timer("week", "notstop;from=2004-05-03", {"01;from=2004-05-04 12:00;to=2004-05-04 13:00"});
+  EXPECT_EQ(weekly.GetMapNumByTime(ParseDateTime("2004-05-10 10:00"), false), 1);
+  EXPECT_EQ(weekly.GetMapNumByTime(ParseDateTime("2004-05-10 10:00"), true), -1);
+  EXPECT_EQ(weekly.GetMapNumByTime(ParseDateTime("2004-05-04 12:00"), true), 1);
+  cycle_testing::UseZone("UTC");
+}
+
+TEST(TimerCycleRec, FindsTheLastOccurrenceBegun) {
+  struct Case {
+    const char *range, *moment;
+    int expected;
+    const char* name;
+  };
+  const Case cases[] = {
+      {"notstop;from=2004-05-01", "2004-05-03 09:00", 2, ""},
+      {"notstop;from=2004-05-01", "2004-05-03 08:59:59", 1, "moved"},
+      {"notstop;from=2004-05-01", "2004-05-01 08:59", -1, ""},
+      {"notstop;from=2004-05-01", "2024-05-03 09:00", 7307, ""},
+      // A series that ended before the moment answers -1, with the text of its last occurrence.
+      {"numlimited;number=02;from=2004-05-01", "2004-05-10 09:00", -1, "moved"},
+      {"numlimited;number=03;from=2004-05-01", "2004-05-10 09:00", -1, ""},
+      {"timelimited;from=2004-05-01;to=2004-05-02 09:00", "2004-05-02 09:30", -1, "moved"},
+  };
+  ZDS_USE_TIME_ZONE_OR_SKIP("Europe/Berlin");
+  for (const Case& c : cases) {
+    CATimerCycleRec rec = Timer("day", c.range, {"01;from=2004-05-02 08:00;to=2004-05-02 08:30;event=moved"});
+    std::string name = "stale";
+    EXPECT_EQ(rec.GetBeforeNumber(ParseDateTime(c.moment), name), c.expected) << c.range << " at " << c.moment;
+    EXPECT_EQ(name, c.name) << c.range << " at " << c.moment;
+  }
+  std::string name;
+  EXPECT_EQ(Timer("week;multiple=00", "notstop;from=2004-05-01").GetBeforeNumber(ParseDateTime("2004-05-09"), name), -1)
+      << "a walk that never stops";
+  cycle_testing::UseZone("UTC");
+}
+
+TEST(TimerCycleRec, TakesOverAScheduleRule) {
+  CScheCycleRec schedule = cycle_testing::ParseRule("week", "sequence;number=0100010", "notstop;from=2004-05-03", {"01;event=a"});
+  CATimerCycleRec timer;
+  timer = schedule;
+  schedule.maps[0].event = "b";
+  EXPECT_EQ(timer.maps[0].event, "a");
+  EXPECT_EQ(timer.Format(), "Start from 2004-05-03Every 1 week 's Monday.Friday Never End");
+}
+
+}  // namespace
+}  // namespace zds

@@ -1,0 +1,56 @@
+// CATimerCycleRec: the recurrence of a repeating timer.
+//
+// It holds the same rule records and maps as a schedule entry's
+// CScheCycleRec and can be assigned from one, but expands them with the
+// timer's own arithmetic (anchors compared at the event's time of day, an
+// until-date that limits begins rather than ends). Besides the occurrence
+// holding a moment it answers which occurrence began last by a moment,
+// which is what a firing timer needs.
+
+#ifndef ZDS_TIMERS_TIMER_CYCLE_REC_H_
+#define ZDS_TIMERS_TIMER_CYCLE_REC_H_
+
+#include <string>
+
+#include "recurrence/cycle_arithmetic.h"
+#include "recurrence/cycle_records.h"
+#include "recurrence/sche_cycle_rec.h"
+
+namespace zds {
+
+class CATimerCycleRec {
+ public:
+  CATimerCycleRec() = default;
+  explicit CATimerCycleRec(const CScheCycleRec& schedule) { *this = schedule; }
+  CATimerCycleRec& operator=(const CScheCycleRec& schedule);
+  bool operator==(const CATimerCycleRec&) const = default;
+
+  // Occurrence `number`: a map with that number when `use_maps`, else the
+  // rule's; for kinds the rule does not expand `begin` and `end` keep the
+  // values passed in. Public so that `zds cycle range --timer` can show it.
+  bool GetMapRange(const int& number, CTime& begin, CTime& end, bool use_maps) const;
+  bool GetMapTime(const int& number, CTime& begin, bool use_maps) const;
+  // The occurrence whose span holds `time`, or -1 (answered directly, with
+  // the answer of walking the occurrences from 0).
+  int GetMapNumByTime(const CTime& time, bool use_maps) const;
+  // The last occurrence begun by `time` and its map's text in `name`; -1
+  // when none has begun or when the series ended before `time`.
+  int GetBeforeNumber(CTime time, std::string& name) const;
+
+  const CCycleMap* GetMapInfoByNumber(int number) const { return maps.FindByNumber(number); }
+  CCycleMap* GetMapInfoByNumber(int number) { return maps.FindByNumber(number); }
+
+  std::string Format() const;
+
+  CCycleType cycle_type;
+  CCycleEvent cycle_event;
+  CCycleRange cycle_range;
+  CCycleMapList maps;
+
+ private:
+  CycleRule Rule() const { return CycleRule{cycle_type, cycle_event, cycle_range, CycleStyle::kTimer}; }
+};
+
+}  // namespace zds
+
+#endif  // ZDS_TIMERS_TIMER_CYCLE_REC_H_
