@@ -4,17 +4,6 @@
 
 namespace zds {
 
-int OpenVFDLDoc(CVFDLDoc& doc, std::string_view path, std::string_view base_path, bool create) {
-  int loaded = doc.LoadXMLDoc(path);
-  if (loaded == CXMLDoc::kLoadMissing) {
-    if (!create || !doc.NewXMLDoc(path)) return -1;
-  } else if (loaded != CXMLDoc::kLoadRead) {
-    return -1;
-  }
-  doc.InitVFDLDoc(base_path, "kov:", "", -1, -1);
-  return loaded == CXMLDoc::kLoadRead ? 1 : 0;
-}
-
 CCASDVFDLDoc::CCASDVFDLDoc() : registry_(&GetDefaultRegistry()) {}
 
 CCASDVFDLDoc::~CCASDVFDLDoc() = default;

@@ -4,8 +4,7 @@
 // this document's base directory. Opening such a node creates the document
 // through the class registry; this document owns it until it is unloaded or
 // the node goes away.
-//
-// OpenVFDLDoc is the create-or-open sequence every document is opened with.
+
 
 #ifndef ZDS_FRAMEWORK_CASD_VFDL_DOC_H_
 #define ZDS_FRAMEWORK_CASD_VFDL_DOC_H_
@@ -19,12 +18,6 @@
 #include "framework/vfdl_doc.h"
 
 namespace zds {
-
-// Loads `path` into `doc`, or creates it from its template when the file is
-// missing (only when `create` is set), then initialises it with `base_path`
-// and the scheme "kov:". Returns 1 loaded, 0 created, -1 not available (a
-// file that exists but cannot be used is left untouched).
-int OpenVFDLDoc(CVFDLDoc& doc, std::string_view path, std::string_view base_path, bool create = true);
 
 class CCASDVFDLDoc : public CVFDLDoc {
  public:

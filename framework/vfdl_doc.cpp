@@ -40,6 +40,7 @@ class TreeBuilder {
       if (token_.depth == 1 && token_.name == kFolderTag && token_.kind != XmlToken::Kind::kEnd) break;
     }
     doc_.prologue_ = Between(text_, prologue_start, token_.raw.data());
+    cursor_ = token_.raw.data();  // the prologue holds what stands before the root folder
     if (!BuildFolders()) return false;
     const char* epilogue_start = cursor_;
     while (true) {
@@ -60,7 +61,6 @@ class TreeBuilder {
   bool BuildFolders() {
     std::vector<CVFDLFolder*> open;
     CVFDLFolder* root = AddFolder(nullptr);
-    root->lead_ = {};
     if (token_.kind == XmlToken::Kind::kEmpty) return true;
     open.push_back(root);
     while (!open.empty()) {
@@ -102,12 +102,14 @@ class TreeBuilder {
     element_attributes_.swap(attributes_);
     std::vector<CXMLElementReader> children;
     const char* end = EndOf(start.raw);
+    inner_trailing_ = {};
     if (start.kind == XmlToken::Kind::kStart && !ReadChildren(start, children, end)) return false;
 
     std::unique_ptr<CVFDLNode> node = NewNodeFor(start.name);
     if (!node) return true;
     CXMLElementReader item(start.name, element_attributes_, start.kind == XmlToken::Kind::kStart);
     item.SetChildren(std::move(children));
+    item.SetTrailingText(inner_trailing_);
     doc_.ReadBaseItem(item, *node);
     if (!ReadExtension(item, *node)) return true;
     item.AppendUnreadAttributes(node->unknown_attributes_);
@@ -149,6 +151,7 @@ class TreeBuilder {
       if (!closed) after_previous = EndOf(token_.raw);
     }
     end = EndOf(token_.raw);
+    inner_trailing_ = Between(text_, after_previous, token_.raw.data());
     children.reserve(pending.size());
     for (const Pending& child : pending) {
       children.emplace_back(child.name,
@@ -181,10 +184,22 @@ class TreeBuilder {
   XmlScanner scanner_;
   XmlToken token_;
   const char* cursor_ = nullptr;  // end of the last text a node took
+  std::string_view inner_trailing_;  // text after a leaf's last child
   std::vector<XmlAttribute> attributes_;
   std::vector<XmlAttribute> element_attributes_;
   std::vector<XmlAttribute> child_attributes_;
 };
+
+int OpenVFDLDoc(CVFDLDoc& doc, std::string_view path, std::string_view base_path, bool create) {
+  int loaded = doc.LoadXMLDoc(path);
+  if (loaded == CXMLDoc::kLoadMissing) {
+    if (!create || !doc.NewXMLDoc(path)) return -1;
+  } else if (loaded != CXMLDoc::kLoadRead) {
+    return -1;
+  }
+  doc.InitVFDLDoc(base_path, "kov:", "", -1, -1);
+  return loaded == CXMLDoc::kLoadRead ? 1 : 0;
+}
 
 CVFDLDoc::CVFDLDoc() = default;
 

@@ -145,6 +145,13 @@ class CVFDLDoc : public CXMLDoc, public CVFTree {
   CVFDLNode* holder_ = nullptr;
 };
 
+// The create-or-open sequence every document is opened with: loads `path`
+// into `doc`, or creates it from its template when the file is missing
+// (only when `create` is set), then initialises it with `base_path` and the
+// scheme "kov:". Returns 1 loaded, 0 created, -1 not available (a file that
+// exists but cannot be used is left untouched).
+int OpenVFDLDoc(CVFDLDoc& doc, std::string_view path, std::string_view base_path, bool create = true);
+
 }  // namespace zds
 
 #endif  // ZDS_FRAMEWORK_VFDL_DOC_H_

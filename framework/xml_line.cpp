@@ -79,6 +79,24 @@ std::string CXMLLine::GetLine(bool closed) const {
   return out;
 }
 
+void CXMLLine::AppendRawAttributes(std::string_view spelling) {
+  while (!spelling.empty()) {
+    size_t name_start = spelling.find_first_not_of(" \t\r\n");
+    if (name_start == std::string_view::npos) return;
+    size_t equals = spelling.find('=', name_start);
+    size_t quote = spelling.find_first_of("\"'", equals);
+    size_t close = quote == std::string_view::npos ? quote : spelling.find(spelling[quote], quote + 1);
+    if (close == std::string_view::npos) {  // not from the scanner: keep it whole
+      raw_tail_ += spelling;
+      return;
+    }
+    std::string_view name = spelling.substr(name_start, equals - name_start);
+    while (!name.empty() && (name.back() == ' ' || name.back() == '\t')) name.remove_suffix(1);
+    if (!HasAttribute(name)) raw_tail_ += spelling.substr(0, close + 1);
+    spelling.remove_prefix(close + 1);
+  }
+}
+
 void CXMLLine::AddAttribute(std::string_view name, std::string_view value) {
   attributes_.emplace_back(std::string(name), std::string(value));
 }
@@ -151,12 +169,22 @@ void CXMLElementReader::AppendUnreadAttributes(std::string& out) const {
   }
 }
 
+namespace {
+bool HasText(std::string_view text) { return text.find_first_not_of(" \t\r\n") != std::string_view::npos; }
+}  // namespace
+
 void CXMLElementReader::AppendUnreadChildren(std::string& out) const {
+  // Comments and character data between children are kept too, even next
+  // to children a hook understood: they are not the hook's to drop.
   for (const CXMLElementReader& child : children_) {
-    if (child.read_) continue;
-    out += child.lead_;
-    out += child.raw_;
+    if (!child.read_) {
+      out += child.lead_;
+      out += child.raw_;
+    } else if (HasText(child.lead_)) {
+      out += child.lead_;
+    }
   }
+  if (HasText(trailing_)) out += trailing_;
 }
 
 }  // namespace zds

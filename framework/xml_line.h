@@ -51,8 +51,9 @@ class CXMLLine {
   void RemoveAttribute(std::string_view name);
   size_t GetAttributeCount() const { return attributes_.size(); }
   const std::pair<std::string, std::string>& GetAttribute(size_t index) const { return attributes_[index]; }
-  // Attributes kept in their stored spelling (" name="value"") after the others.
-  void AppendRawAttributes(std::string_view spelling) { raw_tail_ += spelling; }
+  // Attributes kept in their stored spelling (" name="value"") after the
+  // others; any whose name the line already has is left out.
+  void AppendRawAttributes(std::string_view spelling);
 
  private:
   std::string element_;
@@ -85,6 +86,7 @@ class CXMLElementReader {
   // Used by the loader.
   void SetChildren(std::vector<CXMLElementReader> children) { children_ = std::move(children); }
   void SetRawText(std::string_view lead, std::string_view raw) { lead_ = lead; raw_ = raw; }
+  void SetTrailingText(std::string_view text) { trailing_ = text; }
   void AppendUnreadAttributes(std::string& out) const;
   void AppendUnreadChildren(std::string& out) const;
 
@@ -101,6 +103,7 @@ class CXMLElementReader {
   bool read_ = false;
   std::string_view lead_;
   std::string_view raw_;
+  std::string_view trailing_;  // between the last child and the closing tag
   std::vector<CXMLElementReader> children_;
 };
 

@@ -13,13 +13,30 @@ struct LineTags {
   int balance = 0;
 };
 
+// The ">" that ends the tag opened at `pos`, passing over quoted values
+// (a value may hold "/>" when the file was written by another tool).
+size_t TagEnd(std::string_view line, size_t pos) {
+  char quote = 0;
+  for (size_t i = pos; i < line.size(); ++i) {
+    char c = line[i];
+    if (quote != 0) {
+      if (c == quote) quote = 0;
+    } else if (c == '"' || c == '\'') {
+      quote = c;
+    } else if (c == '>') {
+      return i;
+    }
+  }
+  return std::string_view::npos;
+}
+
 LineTags ReadLineTags(std::string_view line) {
   LineTags tags;
   size_t pos = 0;
   while ((pos = line.find('<', pos)) != std::string_view::npos) {
     bool closing = pos + 1 < line.size() && line[pos + 1] == '/';
     bool special = pos + 1 < line.size() && (line[pos + 1] == '?' || line[pos + 1] == '!');
-    size_t end = line.find('>', pos);
+    size_t end = TagEnd(line, pos);
     if (end == std::string_view::npos) break;
     if (!special) {
       size_t name_start = pos + (closing ? 2 : 1);

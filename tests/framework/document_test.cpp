@@ -69,6 +69,7 @@ const std::string kRich =
     "  <widget id=\"w1\"><part/></widget>\n"
     "  <rec id=\"0002\" alias=\"First\" note=\"a &amp; b\" mood=\"calm\" >\n"
     "    <item value=\"one\"/>\n"
+    "    <!-- between the items -->\n"
     "    <extra kind=\"new\">text &lt; here</extra>\n"
     "    <item value=\"two\"/>\n"
     "  </rec>\n"
@@ -104,7 +105,7 @@ TEST(UnknownContentTest, UpdatedRecordKeepsItsUnknownAttributesAndChildren) {
   for (const NoteRec& value : {copy, MakeNote("First", "fresh", {"one"})}) {
     ASSERT_TRUE(doc.UpdateRec("kov:\\Notes\\0002", value, false));
     const std::string text = doc.GetXml();
-    ExpectContains(text, {" mood=\"calm\"", "<extra kind=\"new\">text &lt; here</extra>",
+    ExpectContains(text, {" mood=\"calm\"", "<extra kind=\"new\">text &lt; here</extra>", "<!-- between the items -->",
                           "note=\"" + value.GetExtendRec().note + "\""});
     // Only the record's own text changes.
     EXPECT_TRUE(text.starts_with(kRich.substr(0, kRich.find("<rec id=\"0002\"")))) << text;

@@ -142,6 +142,18 @@ TEST(XMLParserTest, FindsInsertsAndRemovesLines) {
   EXPECT_FALSE(parser.SetXml("<notes><folder></notes>"));
   EXPECT_EQ(parser.GetXml(), edited);
   ZDS_EXPECT_XMLLINT_ACCEPTS(edited);
+
+  // A "/>" inside a quoted value written by another tool closes nothing.
+  ASSERT_TRUE(parser.SetXml("<notes>\n<folder alias=\"a/>b\">\n</folder>\n</notes>\n"));
+  EXPECT_EQ(parser.GetMatchTagLine(1), 2);
+}
+
+TEST(XMLLineTest, KeptAttributesNeverRepeatOneTheLineAlreadyHas) {
+  CXMLLine line;
+  line.SetLine("rec", false, CXMLLine::Type::kElement);
+  line.AddAttribute("module", "");
+  line.AppendRawAttributes(" module=\"old\"\tfuture='x > y'  other = \"1\"");
+  EXPECT_EQ(line.GetLine(false), "<rec module=\"\"\tfuture='x > y'  other = \"1\">");
 }
 
 }  // namespace
