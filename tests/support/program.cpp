@@ -1,0 +1,133 @@
+#include "support/program.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "support/temp_dir.h"
+
+#ifdef _WIN32
+#include "platform/win32/windows_api.h"
+#else
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+
+extern char** environ;
+#endif
+
+namespace zds::test {
+
+namespace {
+
+#ifdef _WIN32
+
+fs::path RunningProgram() {
+  char self[MAX_PATH];
+  DWORD length = GetModuleFileNameA(nullptr, self, MAX_PATH);
+  return length == 0 || length >= MAX_PATH ? fs::path() : fs::path(std::string(self, length));
+}
+
+// The quoting the C runtime undoes when it splits a command line: quotes
+// around each argument, a quote inside escaped, and the backslashes before
+// a quote doubled.
+void AppendQuoted(std::string& line, const std::string& arg) {
+  line += " \"";
+  size_t backslashes = 0;
+  for (char c : arg) {
+    if (c == '\\') {
+      ++backslashes;
+      continue;
+    }
+    line.append(c == '"' ? backslashes * 2 + 1 : backslashes, '\\');
+    backslashes = 0;
+    line += c;
+  }
+  line.append(backslashes * 2, '\\');
+  line += '"';
+}
+
+HANDLE Inheritable(const fs::path& file, DWORD access, DWORD disposition) {
+  SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
+  return CreateFileA(file.string().c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit, disposition,
+                     FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+// An exception ending the program is its exit code here, as a signal is
+// not on POSIX.
+int Run(const std::string& path, const std::vector<std::string>& args, const fs::path& out, const fs::path& err) {
+  std::string line;
+  AppendQuoted(line, path);
+  for (const std::string& arg : args) AppendQuoted(line, arg);
+  STARTUPINFOA startup{};
+  startup.cb = sizeof startup;
+  startup.dwFlags = STARTF_USESTDHANDLES;
+  startup.hStdInput = Inheritable("NUL", GENERIC_READ, OPEN_EXISTING);
+  startup.hStdOutput = Inheritable(out, GENERIC_WRITE, CREATE_ALWAYS);
+  startup.hStdError = Inheritable(err, GENERIC_WRITE, CREATE_ALWAYS);
+  PROCESS_INFORMATION process{};
+  DWORD code = static_cast<DWORD>(-1);
+  if (CreateProcessA(path.c_str(), line.data() + 1, nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
+    WaitForSingleObject(process.hProcess, INFINITE);
+    GetExitCodeProcess(process.hProcess, &code);
+    CloseHandle(process.hThread);
+    CloseHandle(process.hProcess);
+  }
+  for (HANDLE handle : {startup.hStdInput, startup.hStdOutput, startup.hStdError}) {
+    if (handle != INVALID_HANDLE_VALUE) CloseHandle(handle);
+  }
+  return code > 0x7fffffff ? -1 : static_cast<int>(code);
+}
+
+#else
+
+fs::path RunningProgram() {
+  std::error_code error;
+  return fs::read_symlink("/proc/self/exe", error);
+}
+
+int Run(const std::string& program, const std::vector<std::string>& args, const fs::path& out, const fs::path& err) {
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  std::vector<std::string> strings{program};
+  strings.insert(strings.end(), args.begin(), args.end());
+  std::vector<char*> argv;
+  for (std::string& arg : strings) argv.push_back(arg.data());
+  argv.push_back(nullptr);
+  pid_t child = 0;
+  int status = 0;
+  bool started = posix_spawn(&child, program.c_str(), &actions, nullptr, argv.data(), environ) == 0;
+  posix_spawn_file_actions_destroy(&actions);
+  if (!started || waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
+  return WEXITSTATUS(status);
+}
+
+#endif
+
+std::string ReadAll(const fs::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+std::string ProgramPath(const std::string& program) {
+  if (fs::path(program).has_parent_path()) return program;
+  return (RunningProgram().parent_path() / program).string();
+}
+
+}  // namespace
+
+ProgramResult RunProgram(const std::string& program, const std::vector<std::string>& args) {
+  TempDir scratch("zds-run");
+  ProgramResult result;
+  result.exit_code = Run(ProgramPath(program), args, scratch.path() / "out", scratch.path() / "err");
+  result.out = ReadAll(scratch.path() / "out");
+  result.err = ReadAll(scratch.path() / "err");
+  return result;
+}
+
+ProgramResult RunZds(const std::vector<std::string>& args) { return RunProgram(ZDS_CLI_PATH, args); }
+
+}  // namespace zds::test

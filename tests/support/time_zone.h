@@ -1,0 +1,34 @@
+// Setting the local time zone of the test process, on each C runtime.
+
+#ifndef ZDS_TESTS_SUPPORT_TIME_ZONE_H_
+#define ZDS_TESTS_SUPPORT_TIME_ZONE_H_
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+
+namespace zds::test {
+
+// Makes the zone with this IANA name ("UTC", "America/New_York") the local
+// one. False when this platform's C runtime cannot hold it: the Windows
+// runtime knows no IANA names and reads TZ only as "NAMEoffset[DST]", with
+// the US daylight-saving rules for every zone that has summer time.
+bool UseTimeZone(std::string_view iana_name);
+
+// Why UseTimeZone failed, for a skip message.
+std::string TimeZoneUnavailable(std::string_view iana_name);
+
+// False where the C runtime's local-time calls stop at 1970, as the Windows
+// runtime's do; CTime is 0 before then.
+bool RuntimeHasTimesBefore1970();
+
+}  // namespace zds::test
+
+// At the start of a test that depends on the rules of one zone.
+#define ZDS_USE_TIME_ZONE_OR_SKIP(name)                                                          \
+  do {                                                                                           \
+    if (!::zds::test::UseTimeZone(name)) GTEST_SKIP() << ::zds::test::TimeZoneUnavailable(name); \
+  } while (0)
+
+#endif  // ZDS_TESTS_SUPPORT_TIME_ZONE_H_
