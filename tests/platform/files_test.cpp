@@ -1,15 +1,14 @@
 #include "platform/files.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+
+#include "support/failing_writes.h"
+#include "support/temp_dir.h"
 
 namespace zds::platform {
 namespace {
@@ -37,15 +36,9 @@ TEST(StoredPathTest, JoinsMendTheSeparatorAtTheJoint) {
 class DataRootTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/zds-platform-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    top_ = pattern;
+    ASSERT_FALSE(top_.empty());
     fs::create_directory(top_ / "root");
     root_ = DataRoot((top_ / "root").string());
-  }
-  void TearDown() override {
-    std::error_code ignored;
-    fs::remove_all(top_, ignored);
   }
   void Put(const char* name, const std::string& text) { std::ofstream(top_ / name, std::ios::binary) << text; }
   std::string Get(const char* name) {
@@ -55,12 +48,13 @@ class DataRootTest : public ::testing::Test {
   }
   Names Entries(const char* directory) {
     Names names;
-    for (const auto& entry : fs::directory_iterator(top_ / directory)) names.push_back(entry.path().filename());
+    for (const auto& entry : fs::directory_iterator(top_ / directory)) names.push_back(entry.path().filename().string());
     std::sort(names.begin(), names.end());
     return names;
   }
 
-  fs::path top_;
+  test::TempDir temp_{"zds-platform"};
+  const fs::path& top_ = temp_.path();
   DataRoot root_{""};
 };
 
@@ -75,14 +69,30 @@ TEST_F(DataRootTest, NothingOutsideTheRootIsTouched) {
   EXPECT_EQ(Entries(""), (Names{"outside.xml", "root"}));
 }
 
-TEST_F(DataRootTest, MatchesComponentsCaseBlindPreferringTheExactName) {
-  for (const char* dir : {"root/favorites", "root/Notes", "root/notes"}) fs::create_directory(top_ / dir);
-  const std::string native = root_.NativeRoot();
-  EXPECT_EQ(root_.Resolve("\\Favorites\\Index.xml"), native + "/favorites/Index.xml");
-  EXPECT_EQ(root_.Resolve("\\notes"), native + "/notes");
-  EXPECT_EQ(root_.Resolve("\\NOTES"), native + "/Notes");  // first in byte order
+TEST_F(DataRootTest, MatchesComponentsCaseBlind) {
+  fs::create_directory(top_ / "root/favorites");
+  Put("root/favorites/index.xml", "<i/>");
+  std::string contents;
+  EXPECT_EQ(root_.ReadWholeFile("\\Favorites\\INDEX.xml", contents), ReadStatus::kRead);
+  EXPECT_EQ(contents, "<i/>");
+  auto resolved = root_.Resolve("FAVORITES\\Index.XML");
+  ASSERT_TRUE(resolved);
+  EXPECT_TRUE(fs::equivalent(*resolved, top_ / "root/favorites/index.xml"));
   ASSERT_TRUE(root_.WriteFileAtomic("FAVORITES\\a.xml", "<a/>"));
   EXPECT_EQ(Get("root/favorites/a.xml"), "<a/>");
+  EXPECT_TRUE(root_.DirectoryExists("\\FaVoRiTeS"));
+  EXPECT_TRUE(root_.FileExists("\\favorites\\A.XML"));
+}
+
+// Of names differing only in case the exact one wins, then the first in
+// byte order; a missing component keeps its spelling.
+TEST_F(DataRootTest, CaseVariantsPreferTheExactName) {
+  if (test::IgnoresLetterCase(top_)) GTEST_SKIP() << "this file system holds no two names differing only in case";
+  for (const char* dir : {"root/favorites", "root/Notes", "root/notes"}) fs::create_directory(top_ / dir);
+  const fs::path native = root_.NativeRoot();
+  EXPECT_EQ(root_.Resolve("\\Favorites\\Index.xml"), (native / "favorites" / "Index.xml").string());
+  EXPECT_EQ(root_.Resolve("\\notes"), (native / "notes").string());
+  EXPECT_EQ(root_.Resolve("\\NOTES"), (native / "Notes").string());
 }
 
 TEST_F(DataRootTest, ReadTellsMissingFromFailed) {
@@ -100,26 +110,22 @@ TEST_F(DataRootTest, ReadTellsMissingFromFailed) {
 TEST_F(DataRootTest, WriteReplacesTheFileKeepingItsModeAndNoTemporary) {
   Put("root/a.xml", "old and longer");
   fs::permissions(top_ / "root/a.xml", fs::perms::owner_read | fs::perms::owner_write);
+  const fs::perms before = fs::status(top_ / "root/a.xml").permissions();
   ASSERT_TRUE(root_.WriteFileAtomic("\\a.xml", "new"));
   EXPECT_EQ(Get("root/a.xml"), "new");
-  EXPECT_EQ(fs::status(top_ / "root/a.xml").permissions(), fs::perms::owner_read | fs::perms::owner_write);
+  EXPECT_EQ(fs::status(top_ / "root/a.xml").permissions(), before);
   EXPECT_EQ(Entries("root"), Names{"a.xml"});
 }
 
-// The file-size limit fails the write halfway, as a full disk would, and
-// works even for root, who ignores read-only directories.
 TEST_F(DataRootTest, FailedWriteLeavesTheOldFileByteForByte) {
   Put("root/a.xml", "old");
   EXPECT_FALSE(root_.WriteFileAtomic("\\missing\\a.xml", "new"));
-  rlimit saved;
-  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
-  rlimit small = saved;
-  small.rlim_cur = 16;
-  auto old_handler = std::signal(SIGXFSZ, SIG_IGN);
-  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-  bool written = root_.WriteFileAtomic("\\a.xml", std::string(1000, 'n'));
-  setrlimit(RLIMIT_FSIZE, &saved);
-  std::signal(SIGXFSZ, old_handler);
+  bool written = true;
+  {
+    test::FailingWrites failing(top_ / "root/a.xml");
+    ASSERT_TRUE(failing.active());
+    written = root_.WriteFileAtomic("\\a.xml", std::string(1000, 'n'));
+  }
   EXPECT_FALSE(written);
   EXPECT_EQ(Get("root/a.xml"), "old");
   EXPECT_EQ(Entries("root"), Names{"a.xml"});
