@@ -1,5 +1,6 @@
 #include "framework/vfdl_tree.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdio>
 
@@ -16,12 +17,61 @@ int IdNumber(std::string_view id) {
 
 }  // namespace
 
+long CVFIdIndex::Slot(std::string_view id) {
+  // "%04d" of a non-negative int: four digits, or more without a leading zero.
+  if (id.size() < 4 || id.size() > 9 || (id.size() > 4 && id[0] == '0')) return -1;
+  long number = 0;
+  for (char c : id) {
+    if (c < '0' || c > '9') return -1;
+    number = number * 10 + (c - '0');
+  }
+  return number;
+}
+
+CVFDLNode* CVFIdIndex::Find(std::string_view id) const {
+  long slot = Slot(id);
+  if (slot >= 0 && static_cast<size_t>(slot) < by_number_.size() && by_number_[static_cast<size_t>(slot)]) {
+    return by_number_[static_cast<size_t>(slot)];
+  }
+  if (others_.empty()) return nullptr;
+  auto it = others_.find(id);
+  return it == others_.end() ? nullptr : it->second;
+}
+
+void CVFIdIndex::Insert(std::string_view id, CVFDLNode* node) {
+  long slot = Slot(id);
+  // A few stray large numbers must not blow the table up: it only grows to
+  // a size in proportion to the ids it holds.
+  if (slot >= 0 && static_cast<size_t>(slot) < std::max(by_number_.size(), 2 * numbered_ + 65536)) {
+    size_t index = static_cast<size_t>(slot);
+    if (index >= by_number_.size()) by_number_.resize(index + 1);
+    by_number_[index] = node;
+    ++numbered_;
+    return;
+  }
+  others_.emplace(id, node);
+}
+
+void CVFIdIndex::Erase(std::string_view id) {
+  long slot = Slot(id);
+  if (slot >= 0 && static_cast<size_t>(slot) < by_number_.size() && by_number_[static_cast<size_t>(slot)]) {
+    by_number_[static_cast<size_t>(slot)] = nullptr;
+    --numbered_;
+    return;
+  }
+  auto it = others_.find(id);
+  if (it != others_.end()) others_.erase(it);
+}
+
+void CVFIdIndex::Clear() {
+  by_number_.clear();
+  numbered_ = 0;
+  others_.clear();
+}
+
 CVFTree::~CVFTree() = default;
 
-CVFDLNode* CVFTree::GetNodeByID(std::string_view id) const {
-  auto it = by_id_.find(std::string(id));
-  return it == by_id_.end() ? nullptr : it->second;
-}
+CVFDLNode* CVFTree::GetNodeByID(std::string_view id) const { return by_id_.Find(id); }
 
 std::string CVFTree::GetLocalID(int number) {
   char buffer[16];
@@ -50,12 +100,12 @@ void CVFTree::InitNodeExtendType(CVFDLNode& /*node*/) {}
 
 void CVFTree::RegisterID(CVFDLNode& node) {
   int number = IdNumber(node.id_);
-  if (node.id_.empty() || by_id_.count(node.id_) != 0) {
+  if (node.id_.empty() || by_id_.Find(node.id_) != nullptr) {
     number = max_id_ + 1;
     node.id_ = GetLocalID(number);
     node.source_ = {};  // the stored text no longer says what the node is
   }
-  by_id_.emplace(node.id_, &node);
+  by_id_.Insert(node.id_, &node);
   if (number > max_id_) max_id_ = number;
 }
 
@@ -127,7 +177,7 @@ void CVFTree::ReleaseSubtree(CVFDLNode& node) {
     }
   }
   OnNodeRemoving(node);
-  by_id_.erase(node.id_);
+  by_id_.Erase(node.id_);
   size_t slot = node.slot_;
   if (slot + 1 != nodes_.size()) {
     nodes_[slot] = std::move(nodes_.back());
@@ -148,7 +198,7 @@ void CVFTree::RemoveNode(CVFDLNode& node) {
 CVFTree::TreeState CVFTree::TakeTree() {
   TreeState state{std::move(nodes_), std::move(by_id_), root_, max_id_};
   nodes_.clear();
-  by_id_.clear();
+  by_id_.Clear();
   root_ = nullptr;
   max_id_ = 0;
   return state;
@@ -162,7 +212,7 @@ void CVFTree::RestoreTree(TreeState state) {
 }
 
 void CVFTree::ClearTree() {
-  by_id_.clear();
+  by_id_.Clear();
   root_ = nullptr;
   nodes_.clear();
   max_id_ = 0;

@@ -8,6 +8,7 @@
 #ifndef ZDS_FRAMEWORK_VFDL_TREE_H_
 #define ZDS_FRAMEWORK_VFDL_TREE_H_
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -17,6 +18,31 @@
 #include "framework/vfdl_node.h"
 
 namespace zds {
+
+// The id index of a tree. Ids in the form GetLocalID gives ("0042", "12345")
+// sit in a table indexed by their number, so the usual look-up is one array
+// access and adding a node never rehashes; any other id goes to a hash map.
+// Each id has exactly one home, so a look-up checks at most both.
+class CVFIdIndex {
+ public:
+  CVFDLNode* Find(std::string_view id) const;
+  // The caller makes sure the id is not taken yet.
+  void Insert(std::string_view id, CVFDLNode* node);
+  void Erase(std::string_view id);
+  void Clear();
+
+ private:
+  struct Hash {
+    using is_transparent = void;
+    size_t operator()(std::string_view id) const { return std::hash<std::string_view>{}(id); }
+  };
+  // The table slot of an id in GetLocalID form, or -1.
+  static long Slot(std::string_view id);
+
+  std::vector<CVFDLNode*> by_number_;
+  size_t numbered_ = 0;  // filled slots of by_number_
+  std::unordered_map<std::string, CVFDLNode*, Hash, std::equal_to<>> others_;
+};
 
 class CVFTree {
  public:
@@ -55,7 +81,7 @@ class CVFTree {
   // leave the document as it was.
   struct TreeState {
     std::vector<std::unique_ptr<CVFDLNode>> nodes;
-    std::unordered_map<std::string, CVFDLNode*> by_id;
+    CVFIdIndex by_id;
     CVFDLFolder* root = nullptr;
     int max_id = 0;
   };
@@ -72,7 +98,7 @@ class CVFTree {
   void RegisterID(CVFDLNode& node);
 
   std::vector<std::unique_ptr<CVFDLNode>> nodes_;  // slot order; swap-removed
-  std::unordered_map<std::string, CVFDLNode*> by_id_;
+  CVFIdIndex by_id_;
   CVFDLFolder* root_ = nullptr;
   int max_id_ = 0;
 };
