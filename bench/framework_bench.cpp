@@ -28,6 +28,7 @@
 #include <fstream>
 #include <map>
 #include <memory>
+#include <numeric>
 #include <pugixml.hpp>
 #include <string>
 #include <utility>
@@ -287,6 +288,14 @@ void BM_Save(benchmark::State& state) {
 
 enum class Op { kLookupID, kLookupPos, kAdd, kUpdate, kDelete };
 
+// Which records a batch touches. kWorkingSet: the same number of distinct
+// records (1,000, spread over the document) at both sizes, so that the two
+// sizes differ only in the size of the document. kUniform: any record of
+// the document, so at 100,000 records most touches miss the processor's
+// caches; that shows the memory hierarchy more than the framework.
+enum class Keys { kWorkingSet, kUniform };
+constexpr size_t kWorkingSetSize = 1'000;
+
 template <typename Variant>
 struct OpsDocument {
   std::unique_ptr<typename Variant::Doc> doc;
@@ -294,6 +303,7 @@ struct OpsDocument {
   std::vector<std::string> positions;  // of the same records
   std::string folder_pos;              // where adds go
   std::vector<typename Variant::Rec> values;
+  std::vector<size_t> working_set;     // indexes into ids and positions
   BenchRandom random{11};
 
   explicit OpsDocument(size_t records) : doc(LoadDocument<Variant>(records)) {
@@ -307,38 +317,60 @@ struct OpsDocument {
     folder_pos = folders.back()->GetPos();
     BenchRandom value_random(3);
     for (size_t i = 0; i < 2; ++i) values.push_back(Variant::MakeRec(MakeRecord(value_random, 900'000 + i)));
+    working_set.resize(ids.size());
+    std::iota(working_set.begin(), working_set.end(), size_t{0});
+    Shuffle(working_set);
+    working_set.resize(std::min(working_set.size(), kWorkingSetSize));
   }
 
-  // `count` distinct record indexes, drawn at random.
-  std::vector<size_t> Picks(size_t count) {
+  void Shuffle(std::vector<size_t>& list) {
+    for (size_t i = list.size(); i > 1; --i) std::swap(list[i - 1], list[random.Below(i)]);
+  }
+
+  // Up to `count` distinct record indexes, drawn at random, in random order.
+  std::vector<size_t> Picks(size_t count, Keys keys) {
+    const size_t range = keys == Keys::kWorkingSet ? working_set.size() : ids.size();
     std::vector<size_t> picks;
     picks.reserve(count);
-    for (size_t i = 0; i < count; ++i) picks.push_back(random.Below(ids.size()));
+    for (size_t i = 0; i < count; ++i) picks.push_back(random.Below(range));
     std::sort(picks.begin(), picks.end());
     picks.erase(std::unique(picks.begin(), picks.end()), picks.end());
-    for (size_t i = picks.size(); i > 1; --i) std::swap(picks[i - 1], picks[random.Below(i)]);
+    Shuffle(picks);
+    if (keys == Keys::kWorkingSet) {
+      for (size_t& pick : picks) pick = working_set[pick];
+    }
     return picks;
+  }
+
+  // The keys of a batch, copied next to each other as a caller holding
+  // them would have them: the figures then show what the document's own
+  // structures cost at each size, not where the benchmark kept its keys.
+  static std::vector<std::string> KeysOf(const std::vector<std::string>& from, const std::vector<size_t>& picks) {
+    std::vector<std::string> keys;
+    keys.reserve(picks.size());
+    for (size_t i : picks) keys.push_back(from[i]);
+    return keys;
   }
 
   // Runs one batch of the operation; returns the seconds the operations
   // themselves took and how many there were. Setup and clean-up (removing
   // what was added, putting back what was deleted) stay outside the clock.
-  std::pair<double, size_t> Batch(Op op, size_t& sink) {
+  std::pair<double, size_t> Batch(Op op, Keys which, size_t& sink) {
     constexpr size_t kLookups = 1000;
     constexpr size_t kEdits = 100;
     auto& d = *doc;
     switch (op) {
       case Op::kLookupID: {
-        std::vector<size_t> picks = Picks(kLookups);
+        std::vector<std::string> keys = KeysOf(ids, Picks(kLookups, which));
         auto start = Clock::now();
-        for (size_t i : picks) sink += d.GetNodeByID(ids[i]) != nullptr;
-        return {Seconds(start, Clock::now()), picks.size()};
+        for (const std::string& key : keys) sink += d.GetNodeByID(key) != nullptr;
+        return {Seconds(start, Clock::now()), keys.size()};
       }
       case Op::kLookupPos: {
-        std::vector<size_t> picks = Picks(kLookups);
+        std::vector<std::string> keys = KeysOf(positions, Picks(kLookups, which));
         auto start = Clock::now();
-        for (size_t i : picks) sink += d.GetNodeByPos(positions[i]) != nullptr;
-        return {Seconds(start, Clock::now()), picks.size()};
+        for (const std::string& key : keys) sink += d.GetNodeByPos(key) != nullptr;
+        return {Seconds(start, Clock::now()), keys.size()};
       }
       case Op::kAdd: {
         std::vector<std::string> added(kEdits);
@@ -349,15 +381,16 @@ struct OpsDocument {
         return {took, kEdits};
       }
       case Op::kUpdate: {
-        std::vector<size_t> picks = Picks(kEdits);
+        std::vector<std::string> keys = KeysOf(positions, Picks(kEdits, which));
         auto start = Clock::now();
-        for (size_t k = 0; k < picks.size(); ++k) sink += d.UpdateRec(positions[picks[k]], values[k & 1], false);
-        return {Seconds(start, Clock::now()), picks.size()};
+        for (size_t k = 0; k < keys.size(); ++k) sink += d.UpdateRec(keys[k], values[k & 1], false);
+        return {Seconds(start, Clock::now()), keys.size()};
       }
       case Op::kDelete: {
-        std::vector<size_t> picks = Picks(kEdits);
+        std::vector<size_t> picks = Picks(kEdits, which);
+        std::vector<std::string> keys = KeysOf(positions, picks);
         auto start = Clock::now();
-        for (size_t i : picks) sink += d.DelRec(positions[i]);
+        for (const std::string& key : keys) sink += d.DelRec(key);
         double took = Seconds(start, Clock::now());
         for (size_t i : picks) {
           positions[i] = d.AddRec(folder_pos, values[i & 1], false);
@@ -379,7 +412,7 @@ OpsDocument<Variant>& OpsFixture(size_t records) {
 }
 
 template <typename Variant>
-void BM_Op(benchmark::State& state, Op op) {
+void BM_Op(benchmark::State& state, Op op, Keys which) {
   auto& small = OpsFixture<Variant>(kSmall);
   auto& large = OpsFixture<Variant>(kLarge);
   double small_time = 0;
@@ -388,8 +421,8 @@ void BM_Op(benchmark::State& state, Op op) {
   size_t large_ops = 0;
   size_t sink = 0;
   for (auto _ : state) {
-    auto [s_time, s_ops] = small.Batch(op, sink);
-    auto [l_time, l_ops] = large.Batch(op, sink);
+    auto [s_time, s_ops] = small.Batch(op, which, sink);
+    auto [l_time, l_ops] = large.Batch(op, which, sink);
     small_time += s_time;
     large_time += l_time;
     small_ops += s_ops;
@@ -502,7 +535,11 @@ void RegisterVariant(const char* name) {
                                             {"update", Op::kUpdate},
                                             {"delete", Op::kDelete}};
   for (const auto& [op_name, op] : ops) {
-    benchmark::RegisterBenchmark((prefix + "/" + op_name).c_str(), BM_Op<Variant>, op)
+    benchmark::RegisterBenchmark((prefix + "/" + op_name).c_str(), BM_Op<Variant>, op, Keys::kWorkingSet)
+        ->UseManualTime()
+        ->Unit(benchmark::kMicrosecond);
+    if (op == Op::kAdd) continue;  // an add touches no existing record
+    benchmark::RegisterBenchmark((prefix + "/" + op_name + "_uniform").c_str(), BM_Op<Variant>, op, Keys::kUniform)
         ->UseManualTime()
         ->Unit(benchmark::kMicrosecond);
   }
