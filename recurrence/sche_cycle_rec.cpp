@@ -142,29 +142,36 @@ bool CScheCycleRec::WeekExists(CTime lower, CTime upper) const {
   if (!cycle::HasSelectedWeekday(cycle_event)) return false;
   CTime first_sunday = cycle_range.from - CTimeSpan(int64_t{Weekday(cycle_range.from)} * 86400);
   int64_t period = int64_t{cycle_type.multiple} * 604800;
+  WeekCount count(*this);
   for (CTime day = lower; day <= upper; day += kOneDay) {
     int weekday = Weekday(day);
     CTime sunday = day - CTimeSpan(int64_t{weekday} * 86400);
     if (!cycle_event.IsEventDay(weekday) || !IsWholeMultiple((sunday - first_sunday).GetTotalSeconds(), period)) {
       continue;
     }
-    if (cycle_range.type != kRangeNumLimited || WeekCountReaches(day)) return true;
+    if (cycle_range.type != kRangeNumLimited || count.Reaches(day)) return true;
   }
   return false;
 }
 
-// Uses up the count from the range's start, event day by event day, with a
-// weekday index that runs on by itself. Skipped weeks (multiple above 1)
-// use up the count too, so such rules end early; stored rules end there.
-bool CScheCycleRec::WeekCountReaches(CTime day) const {
-  int64_t count = cycle_range.number;
-  int weekday = Weekday(cycle_range.from);
-  for (CTime walk = cycle_range.from;; walk += kOneDay, weekday = (weekday + 1) % 7) {
-    if (!cycle_event.IsEventDay(weekday)) continue;
-    --count;
-    if (walk >= day) return walk == day;
-    if (count == 0) return false;
+CScheCycleRec::WeekCount::WeekCount(const CScheCycleRec& rec)
+    : event_(rec.cycle_event), left_(rec.cycle_range.number), day_(rec.cycle_range.from),
+      weekday_(Weekday(rec.cycle_range.from)) {}
+
+bool CScheCycleRec::WeekCount::Reaches(CTime candidate) {
+  while (!exhausted_) {
+    if (!counted_) {
+      for (; !event_.IsEventDay(weekday_); weekday_ = (weekday_ + 1) % 7) day_ += kOneDay;
+      --left_;
+      counted_ = true;
+    }
+    if (day_ >= candidate) return day_ == candidate;
+    exhausted_ = left_ == 0;
+    counted_ = false;
+    day_ += kOneDay;
+    weekday_ = (weekday_ + 1) % 7;
   }
+  return false;
 }
 
 bool CScheCycleRec::MonthExists(CTime lower, CTime upper) const {

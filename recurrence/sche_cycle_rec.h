@@ -54,7 +54,26 @@ class CScheCycleRec {
   CycleRule Rule() const { return CycleRule{cycle_type, cycle_event, cycle_range, CycleStyle::kSchedule}; }
   bool DayExists(CTime lower, CTime upper) const;
   bool WeekExists(CTime lower, CTime upper) const;
-  bool WeekCountReaches(CTime day) const;
+
+  // The count of a "numlimited" weekly rule, used up from the range's start
+  // event day by event day, with a weekday index that runs on by itself.
+  // Skipped weeks (multiple above 1) use up the count too, so such rules
+  // end early; stored rules end there. Candidates must come in ascending
+  // order: one walk then serves them all.
+  class WeekCount {
+   public:
+    explicit WeekCount(const CScheCycleRec& rec);
+    // Whether the walk meets `candidate` on a counted event day.
+    bool Reaches(CTime candidate);
+
+   private:
+    const CCycleEvent& event_;
+    int64_t left_;
+    CTime day_;
+    int weekday_;
+    bool counted_ = false;    // day_ is an event day already counted
+    bool exhausted_ = false;  // the count ran out before a candidate
+  };
   bool MonthExists(CTime lower, CTime upper) const;
   bool YearExists(CTime lower, CTime upper) const;
 };
