@@ -29,6 +29,7 @@ class CScheCycleRec {
   // the answer of walking the occurrences from 0 (see cycle_search.h).
   int GetMapNumByTime(const CTime& time, bool use_maps) const;
   // The span occurrence `number` may occupy without passing its neighbours.
+  // Public too, so that a view moving an occurrence can show that span.
   bool GetMapMaxRange(const int& number, CTime& lower, CTime& upper) const;
   bool IsMapRangeSetOK(const int& number, const CTime& begin, const CTime& end) const;
 

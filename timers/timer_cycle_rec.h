@@ -29,6 +29,7 @@ class CATimerCycleRec {
   // rule's; for kinds the rule does not expand `begin` and `end` keep the
   // values passed in. Public so that `zds cycle range --timer` can show it.
   bool GetMapRange(const int& number, CTime& begin, CTime& end, bool use_maps) const;
+  // GetMapRange's begin alone.
   bool GetMapTime(const int& number, CTime& begin, bool use_maps) const;
   // The occurrence whose span holds `time`, or -1 (answered directly, with
   // the answer of walking the occurrences from 0).
