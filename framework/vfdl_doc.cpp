@@ -265,8 +265,27 @@ CVFDLNode* CVFDLDoc::GetNodeByPos(std::string_view pos) const {
   size_t cut = pos.rfind('\\');
   if (cut == std::string_view::npos) return nullptr;
   CVFDLNode* node = GetNodeByID(pos.substr(cut + 1));
-  if (node == nullptr || pos.substr(0, cut) != GetPosPrefix()) return nullptr;
-  return node;
+  if (node == nullptr) return nullptr;
+  // The prefix is compared piece by piece, from the end, as GetPosPrefix
+  // would build it: building it costs more than the look-up itself.
+  std::string_view rest = pos.substr(0, cut);
+  for (const CVFDLDoc* doc = this;;) {
+    if (!doc->pos_prefix_.empty()) return rest == doc->pos_prefix_ ? node : nullptr;
+    if (doc->holder_ == nullptr) {
+      std::string_view alias = doc->GetRoot() ? std::string_view(doc->GetRoot()->GetAlias()) : std::string_view();
+      bool same = rest.size() == doc->scheme_.size() + 1 + alias.size() && rest.starts_with(doc->scheme_) &&
+                  rest[doc->scheme_.size()] == '\\' && rest.ends_with(alias);
+      return same ? node : nullptr;
+    }
+    const std::string& holder_id = doc->holder_->GetID();
+    if (doc->holder_->GetDoc() == nullptr) return rest == holder_id ? node : nullptr;
+    if (rest.size() <= holder_id.size() || !rest.ends_with(holder_id) ||
+        rest[rest.size() - holder_id.size() - 1] != '\\') {
+      return nullptr;
+    }
+    rest.remove_suffix(holder_id.size() + 1);
+    doc = doc->holder_->GetDoc();
+  }
 }
 
 CVFDLFolder* CVFDLDoc::GetFolderByPos(std::string_view pos) const {
