@@ -155,15 +155,26 @@ std::string CXMLElementReader::GetAttrValue(std::string_view name) {
   int index = Find(name);
   if (index < 0) return std::string();
   MarkConsumed(static_cast<size_t>(index));
+  std::string_view raw = attributes_[static_cast<size_t>(index)].raw_value;
   std::string value;
+  // Decoding never lengthens a value; reserving keeps the string from
+  // growing by doubling, which would leave up to half of it unused.
+  value.reserve(raw.size());
   // The loader has already checked every reference, so decoding cannot fail.
-  AppendDecoded(value, attributes_[static_cast<size_t>(index)].raw_value);
+  AppendDecoded(value, raw);
   return value;
 }
 
 bool CXMLElementReader::HasAttribute(std::string_view name) const { return Find(name) >= 0; }
 
 void CXMLElementReader::AppendUnreadAttributes(std::string& out) const {
+  // Sized first: the text is kept for as long as the node lives, and
+  // growing it by appends would leave up to half of it unused.
+  size_t size = out.size();
+  for (size_t i = 0; i < attributes_.size(); ++i) {
+    if (!IsConsumed(i)) size += attributes_[i].spelling.size();
+  }
+  out.reserve(size);
   for (size_t i = 0; i < attributes_.size(); ++i) {
     if (!IsConsumed(i)) out += attributes_[i].spelling;
   }
@@ -176,6 +187,16 @@ bool HasText(std::string_view text) { return text.find_first_not_of(" \t\r\n") !
 void CXMLElementReader::AppendUnreadChildren(std::string& out) const {
   // Comments and character data between children are kept too, even next
   // to children a hook understood: they are not the hook's to drop.
+  size_t size = out.size();
+  for (const CXMLElementReader& child : children_) {
+    if (!child.read_) {
+      size += child.lead_.size() + child.raw_.size();
+    } else if (HasText(child.lead_)) {
+      size += child.lead_.size();
+    }
+  }
+  if (HasText(trailing_)) size += trailing_.size();
+  out.reserve(size);  // kept as long as the node lives: no slack from growing
   for (const CXMLElementReader& child : children_) {
     if (!child.read_) {
       out += child.lead_;
