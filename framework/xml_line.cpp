@@ -28,7 +28,10 @@ bool CXMLLine::SetLine(std::string_view text) {
   bool self_closing = probe.ends_with("/>");
   if (!declaration && !self_closing) {
     if (!probe.ends_with(">")) return false;
-    probe.insert(probe.size() - 1, "/");
+    // Replacing the end rather than inserting before it: g++ 12 warns
+    // (-Wrestrict) about a string insert it cannot see is safe.
+    probe.back() = '/';
+    probe += '>';
   }
   // The scanner only views its text, so the text must outlive it.
   if (declaration) probe += "<x/>";
