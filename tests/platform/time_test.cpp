@@ -31,8 +31,19 @@ TEST_F(TimeTest, ConstructorNormalisesOutOfRangeFields) {
 
 // mktime answers -1 both for failure and for this second.
 TEST_F(TimeTest, LastSecondBeforeTheEpochIsNotAFailure) {
-  if (!test::RuntimeHasTimesBefore1970()) GTEST_SKIP() << "the Windows C runtime's local time starts in 1970";
   EXPECT_EQ(CTime(1969, 12, 31, 23, 59, 59).GetTime(), -1);
+}
+
+// Far beyond the years every C runtime places itself (1970 to 3000 on Windows).
+TEST_F(TimeTest, ReachesTheYearsOneThousandToTenThousand) {
+  const CTime first(1000, 1, 1, 0, 0, 0), last(9999, 12, 31, 23, 59, 59);
+  EXPECT_EQ(first.GetTime(), -30610224000);
+  EXPECT_EQ(last.GetTime(), 253402300799);
+  EXPECT_EQ(first.Format(kTimeFormatSeconds), "1000-01-01 00:00:00");
+  EXPECT_EQ(last.Format(kTimeFormatSeconds), "9999-12-31 23:59:59");
+  EXPECT_EQ(CTime(1600, 2, 30, 0, 0, 0).Format(kTimeFormatDate), "1600-03-01");
+  EXPECT_EQ(CTime(1600, 1, 1, 12, 0, 0).GetDayOfWeek(), 7);  // Saturday
+  EXPECT_EQ(CTime(1969, 12, 31, 0, 0, 0).GetDayOfWeek(), 4);  // Wednesday
 }
 
 TEST_F(TimeTest, DayOfWeekCountsFromSunday) {

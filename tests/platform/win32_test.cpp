@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "platform/files.h"
-#include "platform/time.h"
 #include "platform/window.h"
 #include "platform/win32/windows_api.h"
 #include "support/temp_dir.h"
@@ -125,11 +124,6 @@ TEST_F(Win32FilesTest, NamesWindowsReadsDifferentlyAreRefused) {
   EXPECT_FALSE(root_.DeleteFile("\\calendar"));
   EXPECT_TRUE(root_.DirectoryExists("\\calendar\\2005"));
   EXPECT_EQ(Entries(dir_), (std::vector<std::string>{"a.xml", "calendar"}));
-}
-
-TEST(Win32TimeTest, BeforeTheRuntimesCalendarThereIsNoTime) {
-  EXPECT_EQ(CTime(1969, 12, 31, 23, 59, 59).GetTime(), 0);
-  EXPECT_EQ(CTime(1970, 1, 2, 0, 0, 0).GetDay(), 2);
 }
 
 }  // namespace

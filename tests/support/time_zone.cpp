@@ -19,11 +19,8 @@ struct WindowsZone {
 };
 constexpr WindowsZone kWindowsZones[] = {
     {"UTC", "UTC0"},
-    {"Etc/UTC", "UTC0"},
     {"America/New_York", "EST5EDT"},
     {"America/Chicago", "CST6CDT"},
-    {"America/Denver", "MST7MDT"},
-    {"America/Los_Angeles", "PST8PDT"},
     {"Asia/Tokyo", "JST-9"},
 };
 
@@ -42,14 +39,10 @@ bool UseTimeZone(std::string_view iana_name) {
 
 std::string TimeZoneUnavailable(std::string_view iana_name) {
   return "the Windows C runtime cannot hold the time zone " + std::string(iana_name) +
-         ": it knows no IANA names and applies the US daylight-saving rules to every TZ value";
+         ": it knows no IANA names, and gives any TZ value with summer time the US rules";
 }
 
-bool RuntimeHasTimesBefore1970() { return false; }
-
 #else
-
-bool RuntimeHasTimesBefore1970() { return true; }
 
 namespace {
 

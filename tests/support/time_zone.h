@@ -19,10 +19,6 @@ bool UseTimeZone(std::string_view iana_name);
 // Why UseTimeZone failed, for a skip message.
 std::string TimeZoneUnavailable(std::string_view iana_name);
 
-// False where the C runtime's local-time calls stop at 1970, as the Windows
-// runtime's do; CTime is 0 before then.
-bool RuntimeHasTimesBefore1970();
-
 }  // namespace zds::test
 
 // At the start of a test that depends on the rules of one zone.
