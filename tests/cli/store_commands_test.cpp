@@ -2,15 +2,14 @@
 // on fresh, damaged and missing data roots.
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
-#include <cstdio>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "framework/vfdl_tree.h"
 #include "resources/string_table.h"
+#include "support/program.h"
 #include "support/temp_root.h"
 
 namespace zds {
@@ -18,27 +17,11 @@ namespace {
 
 using test::TempRoot;
 
-struct Result {
-  int exit_code = -1;  // -1 when killed by a signal
-  std::string out, err;
-};
+using Result = test::ProgramResult;
 
-// Runs zds with the data root `dir`; each argument is single-quoted for the shell.
-Result RunZds(const test::fs::path& dir, const std::vector<std::string>& args) {
-  TempRoot scratch;
-  const test::fs::path err_file = scratch.top() / "stderr";
-  std::string command = std::string("'") + ZDS_CLI_PATH + "' --root '" + dir.string() + "'";
-  for (const std::string& arg : args) command += " '" + arg + "'";
-  command += " 2>'" + err_file.string() + "'";
-  Result result;
-  FILE* pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) return result;
-  char buffer[4096];
-  while (size_t got = fread(buffer, 1, sizeof buffer, pipe)) result.out.append(buffer, got);
-  int status = pclose(pipe);
-  if (WIFEXITED(status)) result.exit_code = WEXITSTATUS(status);
-  result.err = test::ReadNative(err_file);
-  return result;
+Result RunZds(const test::fs::path& dir, std::vector<std::string> args) {
+  args.insert(args.begin(), {"--root", dir.string()});
+  return test::RunZds(args);
 }
 
 std::vector<std::string> Lines(const std::string& text) {

@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <filesystem>
 #include <fstream>
@@ -13,6 +12,9 @@
 #include "events/monitor_doc.h"
 #include "framework/casd_vfdl_doc.h"
 #include "resources/string_table.h"
+#include "support/program.h"
+#include "support/temp_dir.h"
+#include "support/temp_root.h"
 
 namespace zds {
 namespace {
@@ -23,12 +25,9 @@ const std::regex kEntry(R"(\d{4}-\d\d-\d\d \d\d:\d\d  (.*))");
 class EventsTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    char pattern[] = "/tmp/zds-events-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern), nullptr);
-    dir_ = pattern;
+    ASSERT_FALSE(dir_.empty());
     root_ = std::make_shared<platform::DataRoot>(dir_.string());
   }
-  void TearDown() override { std::filesystem::remove_all(dir_, ignored_); }
   void Put(const std::string& name, const std::string& text) { std::ofstream(dir_ / name, std::ios::binary) << text; }
   std::string Get(const std::string& name) {
     std::ostringstream text;
@@ -44,9 +43,9 @@ class EventsTest : public ::testing::Test {
   template <typename Rec>
   static Rec& At(const CVFDLDoc& doc, const std::string& pos) { return dynamic_cast<Rec&>(*doc.GetNodeByPos(pos)); }
 
-  std::filesystem::path dir_;
+  test::TempDir temp_{"zds-events"};
+  const std::filesystem::path& dir_ = temp_.path();
   std::shared_ptr<platform::DataRoot> root_;
-  std::error_code ignored_;
 };
 
 TEST_F(EventsTest, EachFamilyStartsFromItsTemplateAndLeavesUnusableFilesAlone) {
@@ -207,7 +206,7 @@ TEST_F(EventsTest, AutoRunItemsKeepTypeAndDescriptionAndOnlyDefaultGroupIsMadeOn
 }
 
 TEST_F(EventsTest, SavedDocumentsPassXmllint) {
-  if (std::system("command -v xmllint >/dev/null 2>&1") != 0) GTEST_SKIP() << "xmllint is not on PATH";
+  if (!test::HaveXmllint()) GTEST_SKIP() << "xmllint is not on PATH";
   const std::string text = "quotes \" ' amp & lt < gt > tab\tline\r\nend";
   auto events = Open<CAEventDoc>("XEvent.xml");
   auto monitor = Open<CMonitorDoc>("Monitor.xml");
@@ -224,26 +223,27 @@ TEST_F(EventsTest, SavedDocumentsPassXmllint) {
   for (CVFDLDoc* doc : std::initializer_list<CVFDLDoc*>{events.get(), monitor.get(), autorun.get()}) {
     ASSERT_TRUE(doc->SaveXMLDoc());
     std::string file = doc->GetFilePath().substr(1);
-    EXPECT_EQ(std::system(("xmllint --noout '" + (dir_ / file).string() + "'").c_str()), 0) << Get(file);
+    EXPECT_TRUE(test::XmllintAccepts(Get(file)));
   }
 }
 
 // The zds commands on a fresh root, once `zds` runs them.
 TEST_F(EventsTest, ZdsCommandsOnAFreshRoot) {
-  auto zds = [this](const std::string& command) {
-    std::string line = std::string(ZDS_CLI_PATH) + " --root '" + dir_.string() + "' " + command;
-    return std::system((line + " >'" + (dir_ / "out").string() + "' 2>'" + (dir_ / "err").string() + "'").c_str());
+  test::ProgramResult last;
+  auto zds = [this, &last](const std::string& command) {
+    last = test::RunZds({"--root", dir_.string(), command});
+    return last.exit_code;
   };
-  ASSERT_EQ(zds("init"), 0) << Get("err");
+  ASSERT_EQ(zds("init"), 0) << last.err;
   if (!std::filesystem::exists(dir_ / "Monitor.xml")) GTEST_SKIP() << "zds init does not start the monitor yet";
   EXPECT_TRUE(std::filesystem::exists(dir_ / "XEvent.xml") && std::filesystem::exists(dir_ / "autorun.xml"));
   EXPECT_EQ(zds("monitor"), 0);
-  EXPECT_TRUE(std::regex_match(Get("out"), std::regex("[-0-9 :]{16}  Monitor Init OK\n[-0-9 :]{16}  AIDL Init OK\n")))
-      << Get("out");
-  for (const char* listing : {"events", "autorun"}) EXPECT_TRUE(zds(listing) == 0 && Get("out").empty()) << listing;
+  EXPECT_TRUE(std::regex_match(last.out, std::regex("[-0-9 :]{16}  Monitor Init OK\n[-0-9 :]{16}  AIDL Init OK\n")))
+      << last.out;
+  for (const char* listing : {"events", "autorun"}) EXPECT_TRUE(zds(listing) == 0 && last.out.empty()) << listing;
   Put("XEvent.xml", "<AEvent ver=\"1.0\">");
   EXPECT_NE(zds("events"), 0);
-  std::string err = Get("err");
+  std::string err = last.err;
   EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << err;
   EXPECT_EQ(Get("XEvent.xml"), "<AEvent ver=\"1.0\">");
 }

@@ -12,6 +12,11 @@
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <string_view>
 
 extern char** environ;
 #endif
@@ -79,7 +84,25 @@ int Run(const std::string& path, const std::vector<std::string>& args, const fs:
   return code > 0x7fffffff ? -1 : static_cast<int>(code);
 }
 
+std::string Search(const std::string& name) {
+  char found[MAX_PATH];
+  DWORD length = SearchPathA(nullptr, name.c_str(), ".exe", MAX_PATH, found, nullptr);
+  return length == 0 || length >= MAX_PATH ? std::string() : std::string(found, length);
+}
+
 #else
+
+std::string Search(const std::string& name) {
+  const char* path = std::getenv("PATH");
+  std::string_view rest = path != nullptr ? path : "";
+  while (!rest.empty()) {
+    size_t end = std::min(rest.find(':'), rest.size());
+    fs::path candidate = fs::path(rest.substr(0, end)) / name;
+    if (end > 0 && access(candidate.c_str(), X_OK) == 0) return candidate.string();
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+  }
+  return "";
+}
 
 fs::path RunningProgram() {
   std::error_code error;
@@ -107,9 +130,19 @@ int Run(const std::string& program, const std::vector<std::string>& args, const 
 
 #endif
 
-std::string ReadAll(const fs::path& file) {
+// A Windows program's text output ends its lines with CR LF; the tests
+// compare lines.
+std::string ReadOutput(const fs::path& file) {
   std::ifstream in(file, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  std::string text(std::istreambuf_iterator<char>(in), {});
+#ifdef _WIN32
+  std::string lines;
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '\r' || i + 1 == text.size() || text[i + 1] != '\n') lines += text[i];
+  }
+  text = std::move(lines);
+#endif
+  return text;
 }
 
 std::string ProgramPath(const std::string& program) {
@@ -123,10 +156,12 @@ ProgramResult RunProgram(const std::string& program, const std::vector<std::stri
   TempDir scratch("zds-run");
   ProgramResult result;
   result.exit_code = Run(ProgramPath(program), args, scratch.path() / "out", scratch.path() / "err");
-  result.out = ReadAll(scratch.path() / "out");
-  result.err = ReadAll(scratch.path() / "err");
+  result.out = ReadOutput(scratch.path() / "out");
+  result.err = ReadOutput(scratch.path() / "err");
   return result;
 }
+
+std::string FindOnPath(const std::string& name) { return Search(name); }
 
 ProgramResult RunZds(const std::vector<std::string>& args) { return RunProgram(ZDS_CLI_PATH, args); }
 

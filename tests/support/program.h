@@ -18,6 +18,9 @@ struct ProgramResult {
 // without a directory is the one beside the running test program.
 ProgramResult RunProgram(const std::string& program, const std::vector<std::string>& args);
 
+// The full path of the program as PATH finds it; empty when it is not there.
+std::string FindOnPath(const std::string& name);
+
 // The zds program of this build, with the arguments.
 ProgramResult RunZds(const std::vector<std::string>& args);
 

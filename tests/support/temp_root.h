@@ -6,11 +6,8 @@
 #define ZDS_TESTS_SUPPORT_TEMP_ROOT_H_
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -19,6 +16,8 @@
 #include <vector>
 
 #include "platform/files.h"
+#include "support/program.h"
+#include "support/temp_dir.h"
 
 namespace zds::test {
 
@@ -40,21 +39,12 @@ inline void WriteNative(const fs::path& path, const std::string& text) {
 class TempRoot {
  public:
   TempRoot() {
-    std::string pattern = (fs::temp_directory_path() / "zds-test-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) ADD_FAILURE() << "mkdtemp failed";
-    top_ = pattern;
     fs::create_directory(dir());
     root_ = std::make_shared<platform::DataRoot>(dir().string());
   }
-  ~TempRoot() {
-    std::error_code ignored;
-    fs::remove_all(top_, ignored);
-  }
-  TempRoot(const TempRoot&) = delete;
-  TempRoot& operator=(const TempRoot&) = delete;
 
-  const fs::path& top() const { return top_; }
-  fs::path dir() const { return top_ / "root"; }
+  const fs::path& top() const { return temp_.path(); }
+  fs::path dir() const { return top() / "root"; }
   const std::shared_ptr<platform::DataRoot>& root() const { return root_; }
   void Write(const std::string& name, const std::string& text) const { WriteNative(dir() / name, text); }
   std::string Read(const std::string& name) const { return ReadNative(dir() / name); }
@@ -63,20 +53,21 @@ class TempRoot {
   // Every regular file below the top directory, relative to it, sorted.
   std::vector<std::string> Files() const {
     std::vector<std::string> names;
-    for (const auto& entry : fs::recursive_directory_iterator(top_)) {
-      if (entry.is_regular_file()) names.push_back(fs::relative(entry.path(), top_).generic_string());
+    for (const auto& entry : fs::recursive_directory_iterator(top())) {
+      if (entry.is_regular_file()) names.push_back(fs::relative(entry.path(), top()).generic_string());
     }
     std::sort(names.begin(), names.end());
     return names;
   }
 
  private:
-  fs::path top_;
+  TempDir temp_;
   std::shared_ptr<platform::DataRoot> root_;
 };
 
+// On Windows there is none to find, and the check is skipped.
 inline bool HaveXmllint() {
-  static const bool have = std::system("command -v xmllint >/dev/null 2>&1") == 0;
+  static const bool have = !FindOnPath("xmllint").empty();
   return have;
 }
 
@@ -84,13 +75,9 @@ inline ::testing::AssertionResult XmllintAccepts(const std::string& text) {
   TempRoot scratch;
   const fs::path file = scratch.top() / "doc.xml";
   WriteNative(file, text);
-  std::string output;
-  if (FILE* pipe = popen(("xmllint --noout '" + file.string() + "' 2>&1").c_str(), "r")) {
-    char buffer[512];
-    while (size_t got = fread(buffer, 1, sizeof buffer, pipe)) output.append(buffer, got);
-    if (pclose(pipe) == 0) return ::testing::AssertionSuccess();
-  }
-  return ::testing::AssertionFailure() << "xmllint refused the text:\n" << output << "--- text ---\n" << text;
+  ProgramResult result = RunProgram(FindOnPath("xmllint"), {"--noout", file.string()});
+  if (result.exit_code == 0) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << "xmllint refused the text:\n" << result.err << "--- text ---\n" << text;
 }
 
 }  // namespace zds::test
