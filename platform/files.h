@@ -11,7 +11,10 @@
 // path with a ".." component, a ":" (drive letter or stream), a "/", a NUL
 // or an empty component (a UNC path, "\a\\b", a trailing "\") is refused.
 // One leading "\" is optional; "" and "\" name the root itself, which can
-// be read as a directory but never written, deleted or moved. Symbolic
+// be read as a directory but never written, deleted or moved. On Windows a
+// component Win32 would read as a device (CON, NUL, COM1.txt ...) or
+// rewrite (a trailing dot or blank), or one with a wildcard or another
+// character Windows names cannot hold, is refused as well. Symbolic
 // links inside the root are followed like any directory or file, wherever
 // they lead: whoever can plant one there can already change the data.
 //

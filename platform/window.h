@@ -3,8 +3,11 @@
 //
 // Messages are always posted, never sent, so no window is re-entered while
 // the store is being changed. On Windows a handle is a real HWND and posting
-// is PostMessageA. Elsewhere windows live in an in-process MessageQueue that
-// the host pumps from its main loop.
+// is PostMessageA; a MessageQueue's windows are hidden message-only windows
+// of the thread that creates them, which the host's own message loop or
+// Pump serves. Elsewhere windows live in an in-process MessageQueue that
+// the host pumps from its main loop. Message numbers start at WM_APP
+// (0x8000), since Windows refuses to post some system messages.
 
 #ifndef ZDS_PLATFORM_WINDOW_H_
 #define ZDS_PLATFORM_WINDOW_H_
