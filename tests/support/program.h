@@ -14,12 +14,10 @@ struct ProgramResult {
   std::string out, err;
 };
 
-// Runs the program with empty input and waits for it. A program named
-// without a directory is the one beside the running test program.
+// Runs the program with empty input and waits for it. A name without a
+// directory is looked for as the system looks for commands; on Windows
+// that starts beside the running test program.
 ProgramResult RunProgram(const std::string& program, const std::vector<std::string>& args);
-
-// The full path of the program as PATH finds it; empty when it is not there.
-std::string FindOnPath(const std::string& name);
 
 // The zds program of this build, with the arguments.
 ProgramResult RunZds(const std::vector<std::string>& args);
