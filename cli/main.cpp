@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/cycle_command.h"
 #include "cli/events_commands.h"
 #include "cli/store_commands.h"
 #include "platform/files.h"
@@ -20,6 +21,7 @@ constexpr const char kUsage[] =
     "  events       list the event queue, new events marked\n"
     "  monitor      print the monitor's lines of the last start\n"
     "  autorun      list the auto-run groups and their items\n"
+    "  cycle ...    what a stored recurrence rule means (see docs/cli.md)\n"
     "DIR defaults to ./zds-data; PATH is a virtual path such as 'kov:\\Velmora\\E-Mail'.\n";
 
 int Usage(const std::string& problem) {
@@ -52,6 +54,7 @@ int Run(std::vector<std::string> args) {
   }
   if (args.empty()) return Usage("no command given");
   const std::string command = args[0];
+  if (command == "cycle") return zds::cli::RunCycleCommand({args.begin() + 1, args.end()}, std::cout, std::cerr);
   auto root = std::make_shared<zds::platform::DataRoot>(root_dir);
 
   if (command == "init") return RunInit(root);

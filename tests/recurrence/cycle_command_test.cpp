@@ -5,7 +5,7 @@
 #include <sstream>
 
 // The command lives in the host program, not in the library; compiled in here.
-#include "cli/cycle_command.cpp"
+#include "cli/cycle_command.h"
 #include "recurrence/recurrence_testing.h"
 
 namespace zds {
