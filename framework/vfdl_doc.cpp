@@ -111,7 +111,11 @@ class TreeBuilder {
     item.SetChildren(std::move(children));
     item.SetTrailingText(inner_trailing_);
     doc_.ReadBaseItem(item, *node);
-    if (!ReadExtension(item, *node)) return true;
+    if (!ReadExtension(item, *node)) {
+      // The refused element stays in the file, so its id stays taken.
+      doc_.ReserveID(node->GetID());
+      return true;
+    }
     item.AppendUnreadAttributes(node->unknown_attributes_);
     item.AppendUnreadChildren(node->unknown_content_);
     node->lead_ = Between(text_, cursor_, start.raw.data());

@@ -96,6 +96,11 @@ int CVFTree::GetNodeIndex(const CVFDLNode& node) const {
   return index;
 }
 
+void CVFTree::ReserveID(std::string_view id) {
+  int number = IdNumber(id);
+  if (number > max_id_) max_id_ = number;
+}
+
 void CVFTree::InitNodeExtendType(CVFDLNode& /*node*/) {}
 
 void CVFTree::RegisterID(CVFDLNode& node) {

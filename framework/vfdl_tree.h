@@ -57,6 +57,8 @@ class CVFTree {
 
   // A number not used by any node yet; GetLocalID turns it into an id.
   int GetNewID() const { return max_id_ + 1; }
+  // Keeps GetNewID above an id that is in the file but not in the tree.
+  void ReserveID(std::string_view id);
   static std::string GetLocalID(int number);
   // `alias`, or "alias (2)", "alias (3)"... whichever no child of `parent` has.
   std::string GetNewAlias(CVFDLFolder& parent, std::string_view alias) const;

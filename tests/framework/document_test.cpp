@@ -163,6 +163,16 @@ TEST(IdTest, DuplicateAndMissingIdsGetNewUniqueOnes) {
   ZDS_EXPECT_XMLLINT_ACCEPTS(doc.GetXml());
 }
 
+TEST(IdTest, ARefusedRecordKeepsItsIdTaken) {
+  NoteDoc doc;
+  ASSERT_TRUE(doc.SetXml(
+      "<?xml version=\"1.0\" encoding=\"ascii\"?>\r\n<notes ver=\"1.0\">\r\n"
+      "<folder id=\"0000\" alias=\"Notes\" attribute=\"root\">\r\n<rec id=\"0009\" alias=\"refused\"/>\r\n"
+      "</folder>\r\n</notes>\r\n"));
+  const std::string added = doc.AddRec("kov:\\Notes\\0000", MakeNote("new", "n"), false);
+  EXPECT_EQ(added, "kov:\\Notes\\0010");
+}
+
 std::string Replace(std::string text, std::string_view from, std::string_view to) {
   return text.replace(text.find(from), from.size(), to);
 }
