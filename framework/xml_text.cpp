@@ -1,11 +1,40 @@
 #include "framework/xml_text.h"
 
+#include <cstdint>
 #include <cstring>
 
 namespace zds {
 namespace {
 
-bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+// Byte classes, looked up once per byte: the scanner reads every byte of
+// a document, so the tests below are on its hottest path.
+enum : unsigned char {
+  kBlankClass = 1,
+  kNameStartClass = 2,
+  kNameCharClass = 4,
+  kLookInText = 8,    // a byte below 0x20 or "&": text must be checked byte by byte
+  kLookInValue = 16,  // the same or "<", in an attribute value
+};
+
+constexpr unsigned char ClassOf(unsigned c) {
+  bool blank = c == ' ' || c == '\t' || c == '\r' || c == '\n';
+  bool name_start = c >= 0x80 || c == '_' || c == ':' || ((c | 0x20) >= 'a' && (c | 0x20) <= 'z');
+  bool name_char = !blank && c != '=' && c != '>' && c != '/' && c != '<' && c != '"' && c != '\'' && c >= 0x20;
+  bool look = c < 0x20 || c == '&';
+  return static_cast<unsigned char>((blank ? kBlankClass : 0) | (name_start ? kNameStartClass : 0) |
+                                    (name_char ? kNameCharClass : 0) | (look ? kLookInText : 0) |
+                                    (look || c == '<' ? kLookInValue : 0));
+}
+
+struct ByteClasses {
+  unsigned char of[256];
+  constexpr ByteClasses() : of() {
+    for (unsigned c = 0; c < 256; ++c) of[c] = ClassOf(c);
+  }
+};
+constexpr ByteClasses kClasses;
+
+bool IsBlank(char c) { return kClasses.of[static_cast<unsigned char>(c)] & kBlankClass; }
 
 // Bytes that may not stand raw in the text (everything below a blank but
 // tab, line feed and carriage return).
@@ -15,13 +44,30 @@ bool NeedsEscape(unsigned char c) {
   return c == '&' || c == '<' || c == '>' || c == '"' || c < 0x20 || c == 0x7f;
 }
 
-bool IsNameStart(unsigned char c) {
-  return c >= 0x80 || c == '_' || c == ':' || ((c | 0x20) >= 'a' && (c | 0x20) <= 'z');
+bool IsNameStart(unsigned char c) { return kClasses.of[c] & kNameStartClass; }
+
+// The end of the run of name characters that starts at `pos`.
+size_t NameEnd(std::string_view text, size_t pos) {
+  const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+  const size_t size = text.size();
+  while (pos + 4 <= size && (kClasses.of[bytes[pos]] & kClasses.of[bytes[pos + 1]] & kClasses.of[bytes[pos + 2]] &
+                             kClasses.of[bytes[pos + 3]] & kNameCharClass)) {
+    pos += 4;
+  }
+  while (pos < size && (kClasses.of[bytes[pos]] & kNameCharClass)) ++pos;
+  return pos;
 }
 
-bool IsNameChar(unsigned char c) {
-  return !IsBlank(static_cast<char>(c)) && c != '=' && c != '>' && c != '/' && c != '<' && c != '"' && c != '\'' &&
-         c >= 0x20;
+// Eight bytes at a time: whether a word may hold a byte below 0x20, a "&"
+// or (with `lt`) a "<". Exact about "none", so a word that passes needs no
+// closer look; one that does not is looked at byte by byte.
+constexpr uint64_t kOnes = 0x0101010101010101ULL;
+constexpr uint64_t kHighs = 0x8080808080808080ULL;
+uint64_t ZeroBytes(uint64_t word) { return (word - kOnes) & ~word & kHighs; }
+uint64_t MayNeedLook(uint64_t word, bool lt) {
+  uint64_t hits = ((word - kOnes * 0x20) & ~word & kHighs) | ZeroBytes(word ^ (kOnes * '&'));
+  if (lt) hits |= ZeroBytes(word ^ (kOnes * '<'));
+  return hits;
 }
 
 void AppendCodePoint(std::string& out, unsigned long code) {
@@ -133,10 +179,35 @@ bool XmlScanner::Fail() {
   return false;
 }
 
-bool XmlScanner::CheckText(std::string_view text) const {
-  for (size_t i = 0; i < text.size(); ++i) {
-    unsigned char c = static_cast<unsigned char>(text[i]);
-    if (IsForbiddenControl(c)) return false;
+bool XmlScanner::CheckText(std::string_view text, bool reject_lt) const {
+  // Most text holds nothing to look at: a word-wise pass says so, and only
+  // text where it finds something gets the byte-wise check.
+  const char* data = text.data();
+  const size_t size = text.size();
+  uint64_t hits = 0;
+  uint64_t word;
+  size_t i = 0;
+  for (; i + 8 <= size; i += 8) {
+    std::memcpy(&word, data + i, 8);
+    hits |= MayNeedLook(word, reject_lt);
+  }
+  // The rest by overlapping loads: looking at a byte twice is harmless.
+  if (i < size && size >= 8) {
+    std::memcpy(&word, data + size - 8, 8);
+    hits |= MayNeedLook(word, reject_lt);
+  } else if (size >= 4) {
+    uint32_t head;
+    uint32_t tail;
+    std::memcpy(&head, data, 4);
+    std::memcpy(&tail, data + size - 4, 4);
+    hits |= MayNeedLook((uint64_t{head} << 32) | tail, reject_lt);
+  } else {
+    for (; i < size; ++i) hits |= kClasses.of[static_cast<unsigned char>(data[i])] & (reject_lt ? kLookInValue : kLookInText);
+  }
+  if (hits == 0) return true;
+  for (i = 0; i < size; ++i) {
+    unsigned char c = static_cast<unsigned char>(data[i]);
+    if (IsForbiddenControl(c) || (reject_lt && c == '<')) return false;
     if (c == '&' && DecodeReference(text.substr(i), nullptr) == 0) return false;
   }
   return true;
@@ -170,8 +241,8 @@ bool XmlScanner::ScanAttributes(size_t& pos, std::vector<XmlAttribute>& attribut
     if (c == '>' || c == '/' || c == '?') return true;
     if (pos == spelling_start || !IsNameStart(static_cast<unsigned char>(c))) return false;
     size_t name_start = pos;
-    while (pos < size && IsNameChar(static_cast<unsigned char>(text_[pos]))) ++pos;
-    std::string_view name = text_.substr(name_start, pos - name_start);
+    pos = NameEnd(text_, pos);
+    std::string_view name(text_.data() + name_start, pos - name_start);
     while (pos < size && IsBlank(text_[pos])) ++pos;
     if (pos >= size || text_[pos] != '=') return false;
     ++pos;
@@ -181,10 +252,10 @@ bool XmlScanner::ScanAttributes(size_t& pos, std::vector<XmlAttribute>& attribut
     const char* end = static_cast<const char*>(std::memchr(text_.data() + pos, quote, size - pos));
     if (end == nullptr) return false;
     size_t value_end = static_cast<size_t>(end - text_.data());
-    std::string_view value = text_.substr(pos, value_end - pos);
-    if (value.find('<') != std::string_view::npos || !CheckText(value)) return false;
+    std::string_view value(text_.data() + pos, value_end - pos);
+    if (!CheckText(value, true)) return false;
     pos = value_end + 1;
-    attributes.push_back({name, value, text_.substr(spelling_start, pos - spelling_start)});
+    attributes.push_back({name, value, std::string_view(text_.data() + spelling_start, pos - spelling_start)});
   }
 }
 
@@ -197,8 +268,8 @@ bool XmlScanner::ScanTag(size_t pos, XmlToken& token, std::vector<XmlAttribute>&
   if (closing || declaration) ++pos;
   size_t name_start = pos;
   if (pos >= size || !IsNameStart(static_cast<unsigned char>(text_[pos]))) return false;
-  while (pos < size && IsNameChar(static_cast<unsigned char>(text_[pos]))) ++pos;
-  token.name = text_.substr(name_start, pos - name_start);
+  pos = NameEnd(text_, pos);
+  token.name = std::string_view(text_.data() + name_start, pos - name_start);
   if (closing) {
     while (pos < size && IsBlank(text_[pos])) ++pos;
     if (pos >= size || text_[pos] != '>') return false;

@@ -60,7 +60,9 @@ class XmlScanner {
   bool SkipMarkup(size_t& pos);  // comments, processing instructions, doctype
   bool ScanTag(size_t pos, XmlToken& token, std::vector<XmlAttribute>& attributes);
   bool ScanAttributes(size_t& pos, std::vector<XmlAttribute>& attributes);
-  bool CheckText(std::string_view text) const;
+  // Every reference well-formed, no forbidden control byte and, with
+  // `reject_lt` (attribute values), no "<".
+  bool CheckText(std::string_view text, bool reject_lt = false) const;
   bool CheckNesting(XmlToken& token);
 
   std::string_view text_;
