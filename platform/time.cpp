@@ -1,10 +1,64 @@
 #include "platform/time.h"
 
+#include <algorithm>
 #include <cctype>
 
 namespace zds {
 
+namespace {
+
+constexpr int64_t kDay = 86400;
+
+int64_t FloorDiv(int64_t a, int64_t b) { return a / b - ((a % b != 0) && ((a < 0) != (b < 0)) ? 1 : 0); }
+
+// Days from 1970-01-01 to a proleptic Gregorian date (month 1-12).
+int64_t DaysFromCivil(int64_t year, int64_t month, int64_t day) {
+  year -= month <= 2 ? 1 : 0;
+  int64_t era = FloorDiv(year, 400);
+  int64_t year_of_era = year - era * 400;
+  int64_t day_of_year = (153 * (month > 2 ? month - 3 : month + 9) + 2) / 5 + day - 1;
+  int64_t day_of_era = year_of_era * 365 + year_of_era / 4 - year_of_era / 100 + day_of_year;
+  return era * 146097 + day_of_era - 719468;
+}
+
+// The fields read as if they were UTC, normalised arithmetically.
+int64_t WallSeconds(int64_t year, int64_t month, int64_t day, int64_t hour, int64_t minute, int64_t second) {
+  year += FloorDiv(month - 1, 12);
+  month -= 12 * FloorDiv(month - 1, 12);
+  return (DaysFromCivil(year, month, 1) + day - 1) * kDay + hour * 3600 + minute * 60 + second;
+}
+
+// How far local wall time is ahead of UTC at `moment`.
+int64_t UtcOffsetAt(int64_t moment) {
+  std::tm fields = platform::LocalTimeOf(moment);
+  return WallSeconds(fields.tm_year + 1900LL, fields.tm_mon + 1, fields.tm_mday, fields.tm_hour, fields.tm_min,
+                     fields.tm_sec) -
+         moment;
+}
+
+}  // namespace
+
+CTime CTime::FromLocalFields(int64_t year, int64_t month, int64_t day, int64_t hour, int64_t minute,
+                             int64_t second) {
+  int64_t wall = WallSeconds(year, month, day, hour, minute, second);
+  // The offsets a day either side; between them lies at most one change.
+  int64_t offset_before = UtcOffsetAt(wall - kDay);
+  int64_t offset_after = UtcOffsetAt(wall + kDay);
+  int64_t before = wall - offset_before;
+  int64_t after = wall - offset_after;
+  if (offset_before == offset_after) return CTime(before);
+  bool before_fits = UtcOffsetAt(before) == offset_before;
+  bool after_fits = UtcOffsetAt(after) == offset_after;
+  if (before_fits && after_fits) return CTime(std::min(before, after));
+  if (after_fits) return CTime(after);
+  return CTime(before);  // fits, or the hour is missing and moves forward
+}
+
 CTime::CTime(int year, int month, int day, int hour, int minute, int second, int daylight) {
+  if (daylight < 0) {
+    seconds_ = FromLocalFields(year, month, day, hour, minute, second).seconds_;
+    return;
+  }
   std::tm fields{};
   fields.tm_year = year - 1900;
   fields.tm_mon = month - 1;

@@ -47,6 +47,14 @@ class CTime {
   // daylight: 1 summer time, 0 standard time, -1 let the system decide.
   // A moment the C library cannot represent gives the time 0.
   CTime(int year, int month, int day, int hour, int minute, int second, int daylight = -1);
+  // Local time from calendar fields of any size, normalised arithmetically
+  // (month 13 is January of the next year, day 0 the last of the month
+  // before). A wall time that occurs twice (the autumn change) is the
+  // earlier moment; one that does not occur (the spring change) moves
+  // forward by the change, as mktime does. Unlike some C libraries' mktime
+  // the answer never depends on earlier calls.
+  static CTime FromLocalFields(int64_t year, int64_t month, int64_t day, int64_t hour, int64_t minute,
+                               int64_t second);
 
   static CTime GetCurrentTime();
 

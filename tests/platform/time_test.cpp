@@ -52,5 +52,20 @@ TEST_F(TimeTest, DayOfWeekCountsFromSunday) {
   EXPECT_EQ(CTime(2005, 1, 2, 12, 0, 0).GetDayOfWeek(), 1);  // Sunday
 }
 
+// A wall time the autumn change repeats is its earlier reading and one the
+// spring change skips moves forward, whatever was asked before.
+TEST(DaylightTest, RepeatedAndMissingHoursHaveOneAnswer) {
+  ZDS_USE_TIME_ZONE_OR_SKIP("Europe/Berlin");
+  const int64_t repeated = 1193531400;  // 2007-10-28 02:30 CEST (00:30 UTC)
+  const int64_t skipped = 1174786200;   // 2007-03-25 03:30 CEST: 02:30 does not exist
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(CTime(2007, 7, 1, 12, 0, 0).GetLocalTm().tm_isdst, 1);  // a summer answer before...
+    EXPECT_EQ(CTime(2007, 10, 28, 2, 30, 0).GetTime(), repeated);
+    EXPECT_EQ(CTime(2007, 1, 1, 12, 0, 0).GetLocalTm().tm_isdst, 0);  // ...and a winter one
+    EXPECT_EQ(CTime(2007, 10, 28, 2, 30, 0).GetTime(), repeated);
+    EXPECT_EQ(CTime(2007, 3, 25, 2, 30, 0).GetTime(), skipped);
+  }
+}
+
 }  // namespace
 }  // namespace zds
