@@ -1,5 +1,7 @@
 #include "framework/xml_line.h"
 
+#include <cstring>
+
 namespace zds {
 namespace {
 const std::string kEmpty;
@@ -148,8 +150,16 @@ bool CXMLElementReader::IsConsumed(size_t index) const {
 }
 
 int CXMLElementReader::Find(std::string_view name) const {
+  // Length and first byte decide almost every miss; a comparison call for
+  // each of an element's attributes costs more than the whole loop.
+  const size_t size = name.size();
+  const char first = size ? name[0] : '\0';
   for (size_t i = 0; i < attributes_.size(); ++i) {
-    if (attributes_[i].name == name) return static_cast<int>(i);
+    std::string_view candidate = attributes_[i].name;
+    if (candidate.size() == size && (size == 0 || (candidate[0] == first &&
+                                                   std::memcmp(candidate.data(), name.data(), size) == 0))) {
+      return static_cast<int>(i);
+    }
   }
   return -1;
 }
