@@ -199,6 +199,18 @@ bool RuleBegin(const CycleRule& rule, int64_t n, CTime& begin) {
   }
 }
 
+bool MappedOccurrence(const CycleRule& rule, const CCycleMapList& maps, int64_t n, CTime& begin, CTime& end,
+                      bool use_maps) {
+  if (use_maps && n >= INT_MIN && n <= INT_MAX) {
+    if (const CCycleMap* map = maps.FindByNumber(static_cast<int>(n))) {
+      begin = map->from;
+      end = map->to;
+      return true;
+    }
+  }
+  return RuleOccurrence(rule, n, begin, end);
+}
+
 bool RuleOccurrence(const CycleRule& rule, int64_t n, CTime& begin, CTime& end) {
   if (rule.range.type == kRangeNumLimited && n > int64_t{rule.range.number} - 1) return false;
   if (!IsExpandedKind(rule.type.type)) return !PassesRangeEnd(rule, begin, end);

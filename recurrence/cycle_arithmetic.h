@@ -99,6 +99,12 @@ bool RuleBegin(const CycleRule& rule, int64_t n, CTime& begin);
 // and only the range's end condition is tested on them.
 bool RuleOccurrence(const CycleRule& rule, int64_t n, CTime& begin, CTime& end);
 
+// Occurrence n as both rule classes place it: a touched occurrence (with
+// `use_maps`) is where its map puts it, whatever its status; any other
+// follows the rule.
+bool MappedOccurrence(const CycleRule& rule, const CCycleMapList& maps, int64_t n, CTime& begin, CTime& end,
+                      bool use_maps);
+
 }  // namespace cycle
 }  // namespace zds
 

@@ -30,14 +30,7 @@ bool IsWholeMultiple(int64_t value, int64_t period) { return period == 0 ? value
 }  // namespace
 
 bool CScheCycleRec::GetMapRange(const int& number, CTime& begin, CTime& end, bool use_maps) const {
-  if (use_maps) {
-    if (const CCycleMap* map = maps.FindByNumber(number)) {
-      begin = map->from;
-      end = map->to;
-      return true;
-    }
-  }
-  return cycle::RuleOccurrence(Rule(), number, begin, end);
+  return cycle::MappedOccurrence(Rule(), maps, number, begin, end, use_maps);
 }
 
 int CScheCycleRec::GetMapNumByTime(const CTime& time, bool use_maps) const {

@@ -14,14 +14,7 @@ CATimerCycleRec& CATimerCycleRec::operator=(const CScheCycleRec& schedule) {
 }
 
 bool CATimerCycleRec::GetMapRange(const int& number, CTime& begin, CTime& end, bool use_maps) const {
-  if (use_maps) {
-    if (const CCycleMap* map = maps.FindByNumber(number)) {
-      begin = map->from;
-      end = map->to;
-      return true;
-    }
-  }
-  return cycle::RuleOccurrence(Rule(), number, begin, end);
+  return cycle::MappedOccurrence(Rule(), maps, number, begin, end, use_maps);
 }
 
 bool CATimerCycleRec::GetMapTime(const int& number, CTime& begin, bool use_maps) const {
