@@ -1,6 +1,8 @@
 #include "framework/vfdl_doc.h"
 
 #include <algorithm>
+#include <functional>
+#include <new>
 
 namespace zds {
 namespace {
@@ -229,16 +231,99 @@ bool CVFDLDoc::SetXml(std::string text) {
   return true;
 }
 
+// A document's text as it is written, in pieces: runs of the text the tree
+// was read from are referred to rather than copied, and neighbouring runs
+// join (an unchanged document is a single run); only what is written anew
+// is copied.
+class XmlTextSink {
+ public:
+  explicit XmlTextSink(std::string_view source) : source_(source) {}
+
+  void Add(std::string_view piece) {
+    if (piece.empty()) return;
+    size_ += piece.size();
+    std::less<const char*> before;
+    bool in_source = !before(piece.data(), source_.data()) &&
+                     !before(source_.data() + source_.size(), piece.data() + piece.size());
+    if (in_source) {
+      size_t offset = static_cast<size_t>(piece.data() - source_.data());
+      if (!spans_.empty() && spans_.back().in_source && spans_.back().offset + spans_.back().size == offset) {
+        spans_.back().size += piece.size();
+      } else {
+        spans_.push_back({true, offset, piece.size()});
+      }
+      return;
+    }
+    if (!spans_.empty() && !spans_.back().in_source) {
+      spans_.back().size += piece.size();
+    } else {
+      spans_.push_back({false, copies_.size(), piece.size()});
+    }
+    copies_ += piece;
+  }
+  // Where an element is put together before it is added.
+  std::string& Scratch() { return scratch_; }
+
+  size_t size() const { return size_; }
+  void AppendTo(std::string& out) const {
+    out.reserve(out.size() + size_);
+    for (const Span& span : spans_) out.append(View(span));
+  }
+  // Views into the source and into the sink: valid while both live unchanged.
+  std::vector<std::string_view> Pieces() const {
+    std::vector<std::string_view> pieces;
+    pieces.reserve(spans_.size());
+    for (const Span& span : spans_) pieces.push_back(View(span));
+    return pieces;
+  }
+
+ private:
+  struct Span {
+    bool in_source;
+    size_t offset;
+    size_t size;
+  };
+  std::string_view View(const Span& span) const {
+    return span.in_source ? source_.substr(span.offset, span.size)
+                          : std::string_view(copies_).substr(span.offset, span.size);
+  }
+
+  std::string_view source_;
+  std::vector<Span> spans_;
+  std::string copies_;
+  std::string scratch_;
+  size_t size_ = 0;
+};
+
+void CVFDLDoc::WriteDocument(XmlTextSink& out) const {
+  out.Add(head_);
+  out.Add(prologue_);
+  WriteFolder(*GetRoot(), out);
+  out.Add(epilogue_);
+  out.Add(tail_);
+}
+
 std::string CVFDLDoc::GetXml() const {
   std::string out;
   if (!GetRoot()) return out;
-  out.reserve(text_ ? text_->size() + 4096 : 4096);
-  out += head_;
-  out += prologue_;
-  WriteFolder(*GetRoot(), out);
-  out += epilogue_;
-  out += tail_;
+  XmlTextSink sink(text_ ? std::string_view(*text_) : std::string_view());
+  WriteDocument(sink);
+  sink.AppendTo(out);
   return out;
+}
+
+// The text goes to the file in pieces: the unchanged runs straight from the
+// loaded text. A save then copies nothing but what changed, and does not
+// first fault in a buffer as large as the file.
+bool CVFDLDoc::WriteXmlTo(const platform::DataRoot& root, std::string_view path) const {
+  try {
+    XmlTextSink sink(text_ ? std::string_view(*text_) : std::string_view());
+    if (GetRoot()) WriteDocument(sink);
+    std::vector<std::string_view> pieces = sink.Pieces();
+    return root.WriteFileAtomicFromPieces(path, pieces);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
 }
 
 bool CVFDLDoc::InitVFDLDoc(std::string_view base_path, std::string_view scheme, std::string_view prefix, int, int) {
@@ -516,7 +601,7 @@ std::string_view CVFDLDoc::TagOf(const CVFDLNode& node) const {
   }
 }
 
-void CVFDLDoc::WriteElement(const CVFDLNode& node, std::string& out) const {
+void CVFDLDoc::WriteElement(const CVFDLNode& node, XmlTextSink& sink) const {
   CXMLLine line;
   std::string_view tag = TagOf(node);
   line.SetLine(tag, false, CXMLLine::Type::kElement);
@@ -537,46 +622,49 @@ void CVFDLDoc::WriteElement(const CVFDLNode& node, std::string& out) const {
       CreateOtherItemText(node, line, lines);
   }
   line.AppendRawAttributes(node.unknown_attributes_);
+  std::string& out = sink.Scratch();
+  out.clear();
   line.AppendLine(out, false);
-  if (node.IsFolder()) return;
-  for (const std::string& child : lines) {
+  if (!node.IsFolder()) {
+    for (const std::string& child : lines) {
+      out += newline_;
+      out += child;
+    }
+    out += node.unknown_content_;
     out += newline_;
-    out += child;
+    out += "</";
+    out += tag;
+    out += '>';
   }
-  out += node.unknown_content_;
-  out += newline_;
-  out += "</";
-  out += tag;
-  out += '>';
+  sink.Add(out);
 }
 
-void CVFDLDoc::WriteNode(const CVFDLNode& node, std::string& out) const {
+void CVFDLDoc::WriteNode(const CVFDLNode& node, XmlTextSink& out) const {
   if (node.IsFolder()) {
     WriteFolder(static_cast<const CVFDLFolder&>(node), out);
     return;
   }
-  out += node.lead_;
-  if (!node.source_.empty()) out += node.source_;
+  out.Add(node.lead_);
+  if (!node.source_.empty()) out.Add(node.source_);
   else WriteElement(node, out);
 }
 
-void CVFDLDoc::WriteFolder(const CVFDLFolder& folder, std::string& out) const {
-  out += folder.lead_;
+void CVFDLDoc::WriteFolder(const CVFDLFolder& folder, XmlTextSink& out) const {
+  out.Add(folder.lead_);
   bool keeps_own_text = !folder.source_.empty() && !(folder.self_closing_ && folder.child_count_ > 0);
   if (keeps_own_text && folder.self_closing_) {
-    out += folder.source_;
+    out.Add(folder.source_);
     return;
   }
-  if (keeps_own_text) out += folder.source_;
+  if (keeps_own_text) out.Add(folder.source_);
   else WriteElement(folder, out);
   for (const CVFDLNode* child = folder.first_child_; child; child = child->next_) WriteNode(*child, out);
   if (!folder.close_source_.empty()) {
-    out += folder.close_lead_;
-    out += folder.close_source_;
+    out.Add(folder.close_lead_);
+    out.Add(folder.close_source_);
   } else {
-    out += folder.close_lead_.empty() ? newline_ : folder.close_lead_;
-    out += "</folder>";
+    out.Add(folder.close_lead_.empty() ? newline_ : folder.close_lead_);
+    out.Add("</folder>");
   }
 }
-
 }  // namespace zds

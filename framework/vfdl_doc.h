@@ -30,6 +30,8 @@
 
 namespace zds {
 
+class XmlTextSink;
+
 class CVFDLDoc : public CXMLDoc, public CVFTree {
  public:
   CVFDLDoc();
@@ -39,7 +41,9 @@ class CVFDLDoc : public CXMLDoc, public CVFTree {
   std::string_view GetRTTIClass() const override { return "CVFDLDoc"; }
 
   bool SetXml(std::string text) override;
-  std::string GetXml() const override;
+  // Final: a save writes the same text through WriteXmlTo without building
+  // this string, so the two must not part ways in a kind.
+  std::string GetXml() const final;
 
   // Sets the base directory (a stored path; "" is the data root) and the
   // scheme. A non-empty `prefix` replaces the position prefix.
@@ -110,6 +114,7 @@ class CVFDLDoc : public CXMLDoc, public CVFTree {
   virtual void CreateOtherItemText(const CVFDLNode& /*node*/, CXMLLine& /*line*/,
                                    std::vector<std::string>& /*lines*/) const {}
 
+  bool WriteXmlTo(const platform::DataRoot& root, std::string_view path) const override;
   CVFDLDoc* TreeDoc() override { return this; }
   // Called after a new text replaced the tree, before the old nodes go.
   virtual void OnTreeReplaced() {}
@@ -126,9 +131,10 @@ class CVFDLDoc : public CXMLDoc, public CVFTree {
   void DeleteNode(CVFDLNode& node);
   std::string_view Hold(std::string text);
   std::string_view TagOf(const CVFDLNode& node) const;
-  void WriteNode(const CVFDLNode& node, std::string& out) const;
-  void WriteElement(const CVFDLNode& node, std::string& out) const;
-  void WriteFolder(const CVFDLFolder& folder, std::string& out) const;
+  void WriteDocument(XmlTextSink& out) const;
+  void WriteNode(const CVFDLNode& node, XmlTextSink& out) const;
+  void WriteElement(const CVFDLNode& node, XmlTextSink& out) const;
+  void WriteFolder(const CVFDLFolder& folder, XmlTextSink& out) const;
   std::unique_ptr<CVFDLNode> CloneSubtree(const CVFDLNode& node) const;
 
   std::unique_ptr<std::string> text_;  // the text the tree was read from

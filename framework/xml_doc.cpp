@@ -34,7 +34,7 @@ bool CXMLDoc::NewXMLDoc(std::string_view path) {
 
 bool CXMLDoc::SaveXMLDoc() {
   if (!root_ || file_path_.empty() || file_path_ == refused_path_) return false;
-  if (!root_->WriteFileAtomic(file_path_, GetXml())) return false;
+  if (!WriteXmlTo(*root_, file_path_)) return false;
   modified_ = false;
   return true;
 }

@@ -53,6 +53,12 @@ class CXMLDoc : public CRTTIObject {
   virtual std::string GetXml() const = 0;
 
  protected:
+  // Writes the whole text to `path` atomically; SaveXMLDoc's last step.
+  // The default writes GetXml(); a kind that can hand its text over in
+  // pieces avoids building it as one string first.
+  virtual bool WriteXmlTo(const platform::DataRoot& root, std::string_view path) const {
+    return root.WriteFileAtomic(path, GetXml());
+  }
   // The template a new document of this kind starts from.
   virtual std::string GetTemplateText() const { return std::string(); }
   // Records a change; saves when `save` or auto-save asks for it.

@@ -27,6 +27,7 @@
 #define ZDS_PLATFORM_FILES_H_
 
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -48,6 +49,10 @@ class DataRoot {
 
   ReadStatus ReadWholeFile(std::string_view stored_path, std::string& contents) const;
   bool WriteFileAtomic(std::string_view stored_path, std::string_view contents) const;
+  // The same for contents held in pieces, written one after the other: a
+  // document can then write the unchanged runs of its text straight from
+  // where they are instead of first copying the whole text together.
+  bool WriteFileAtomicFromPieces(std::string_view stored_path, std::span<const std::string_view> pieces) const;
   // Creates the directory and any missing parents up to and including the
   // root itself (never above it); true when it exists afterwards.
   bool CreateDirectories(std::string_view stored_path) const;

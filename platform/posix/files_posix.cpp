@@ -3,14 +3,17 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <memory>
 #include <new>
 #include <utility>
+#include <vector>
 
 #include "platform/files.h"
 
@@ -94,12 +97,29 @@ std::string NativeDirectoryOf(const std::string& path) {
   return last == 0 ? "/" : path.substr(0, last);
 }
 
-bool WriteAll(int fd, std::string_view contents) {
-  while (!contents.empty()) {
-    ssize_t written = write(fd, contents.data(), contents.size());
+// Gathers up to IOV_MAX pieces per call; an unchanged document is a
+// single piece, a lightly edited one a few per changed node.
+bool WriteAllPieces(int fd, std::span<const std::string_view> pieces) {
+  std::vector<iovec> batch;
+  size_t next = 0;     // first piece not (wholly) written
+  size_t skipped = 0;  // bytes of pieces[next] already written
+  while (next < pieces.size()) {
+    batch.clear();
+    for (size_t i = next; i < pieces.size() && batch.size() < IOV_MAX; ++i) {
+      std::string_view piece = pieces[i].substr(i == next ? skipped : 0);
+      if (!piece.empty()) batch.push_back({const_cast<char*>(piece.data()), piece.size()});
+    }
+    if (batch.empty()) return true;
+    ssize_t written = writev(fd, batch.data(), static_cast<int>(batch.size()));
     if (written < 0 && errno == EINTR) continue;
     if (written <= 0) return false;
-    contents.remove_prefix(static_cast<size_t>(written));
+    auto left = static_cast<size_t>(written);
+    while (next < pieces.size() && left >= pieces[next].size() - skipped) {
+      left -= pieces[next].size() - skipped;
+      skipped = 0;
+      ++next;
+    }
+    skipped += left;
   }
   return true;
 }
@@ -141,14 +161,14 @@ Descriptor CreateTemporary(const std::string& target, std::string& temporary) {
 
 // Everything up to the rename can fail without touching the target. The
 // old file's permissions carry over, so a file kept private stays private.
-bool ReplaceAtomically(const std::string& target, std::string_view contents) {
+bool ReplaceAtomically(const std::string& target, std::span<const std::string_view> pieces) {
   std::string temporary;
   Descriptor fd = CreateTemporary(target, temporary);
   if (!fd.valid()) return false;
   struct stat old_file;
   bool keep_mode = stat(target.c_str(), &old_file) == 0 && S_ISREG(old_file.st_mode);
-  bool written = WriteAll(fd.get(), contents) && (!keep_mode || fchmod(fd.get(), old_file.st_mode & 07777) == 0) &&
-                 fsync(fd.get()) == 0;
+  bool written = WriteAllPieces(fd.get(), pieces) &&
+                 (!keep_mode || fchmod(fd.get(), old_file.st_mode & 07777) == 0) && fsync(fd.get()) == 0;
   if (!fd.Close() || !written || rename(temporary.c_str(), target.c_str()) != 0) {
     unlink(temporary.c_str());
     return false;
@@ -216,8 +236,17 @@ ReadStatus DataRoot::ReadWholeFile(std::string_view stored_path, std::string& co
 }
 
 bool DataRoot::WriteFileAtomic(std::string_view stored_path, std::string_view contents) const {
+  return WriteFileAtomicFromPieces(stored_path, std::span<const std::string_view>(&contents, 1));
+}
+
+bool DataRoot::WriteFileAtomicFromPieces(std::string_view stored_path,
+                                         std::span<const std::string_view> pieces) const {
   auto path = ResolveEntry(*this, stored_path);
-  return path && ReplaceAtomically(*path, contents);
+  try {
+    return path && ReplaceAtomically(*path, pieces);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
 }
 
 bool DataRoot::CreateDirectories(std::string_view stored_path) const {

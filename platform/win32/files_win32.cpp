@@ -141,11 +141,13 @@ Handle CreateTemporary(const std::string& target, std::string& temporary) {
 
 // Everything up to the move can fail without touching the target; the
 // move itself replaces it in one step and returns only once it is on disk.
-bool ReplaceAtomically(const std::string& target, std::string_view contents) {
+bool ReplaceAtomically(const std::string& target, std::span<const std::string_view> pieces) {
   std::string temporary;
   Handle file = CreateTemporary(target, temporary);
   if (!file.valid()) return false;
-  bool written = WriteAll(file.get(), contents) && FlushFileBuffers(file.get());
+  bool written = true;
+  for (std::string_view piece : pieces) written = written && WriteAll(file.get(), piece);
+  written = written && FlushFileBuffers(file.get());
   if (!file.Close() || !written ||
       !MoveFileExA(temporary.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
     DeleteFileA(temporary.c_str());
@@ -203,8 +205,13 @@ ReadStatus DataRoot::ReadWholeFile(std::string_view stored_path, std::string& co
 }
 
 bool DataRoot::WriteFileAtomic(std::string_view stored_path, std::string_view contents) const {
+  return WriteFileAtomicFromPieces(stored_path, std::span<const std::string_view>(&contents, 1));
+}
+
+bool DataRoot::WriteFileAtomicFromPieces(std::string_view stored_path,
+                                         std::span<const std::string_view> pieces) const {
   auto path = ResolveEntry(*this, stored_path);
-  return path && ReplaceAtomically(*path, contents);
+  return path && ReplaceAtomically(*path, pieces);
 }
 
 bool DataRoot::CreateDirectories(std::string_view stored_path) const {
