@@ -109,7 +109,7 @@ bool CCASDVFDLDoc::DelFolderOnDoc(std::string_view pos) {
   std::vector<std::string> files;
   CollectBackingFiles(*node, files);
   if (!DelFolder(pos)) return false;
-  for (const std::string& file : files) GetDataRoot()->DeleteFile(file);
+  for (const std::string& file : files) GetDataRoot()->RemoveFile(file);
   return true;
 }
 

@@ -56,9 +56,9 @@ class DataRoot {
   // Creates the directory and any missing parents up to and including the
   // root itself (never above it); true when it exists afterwards.
   bool CreateDirectories(std::string_view stored_path) const;
-  bool DeleteFile(std::string_view stored_path) const;
+  bool RemoveFile(std::string_view stored_path) const;
   // Never replaces an existing file: moving onto one fails.
-  bool MoveFile(std::string_view from, std::string_view to) const;
+  bool RenameFile(std::string_view from, std::string_view to) const;
   bool FileExists(std::string_view stored_path) const;
   bool DirectoryExists(std::string_view stored_path) const;
 

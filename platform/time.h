@@ -18,6 +18,13 @@
 #include <string>
 #include <string_view>
 
+// <windows.h> keeps GetCurrentTime() from Win16 as a macro for GetTickCount(),
+// which would rename CTime::GetCurrentTime in a host that includes it first.
+// MFC's CTime has the same member and drops the macro the same way.
+#ifdef GetCurrentTime
+#undef GetCurrentTime
+#endif
+
 namespace zds {
 
 class CTimeSpan {

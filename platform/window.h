@@ -42,7 +42,7 @@ class MessageQueue {
   MessageQueue(const MessageQueue&) = delete;
   MessageQueue& operator=(const MessageQueue&) = delete;
 
-  WindowHandle CreateWindow(WindowProcedure procedure);
+  WindowHandle NewWindow(WindowProcedure procedure);
   void DestroyWindow(WindowHandle window);
   // Delivers every message queued so far, in posting order, including those
   // posted while pumping; returns how many were delivered.

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <climits>
 
+#include "platform/checked_math.h"
+
 namespace zds::cycle {
 
 namespace {
@@ -18,8 +20,8 @@ constexpr int64_t kLastCalendarYear = 10100;
 bool Advance(CTime begin, int64_t steps, int64_t step, CTime& result) {
   int64_t offset = 0;
   int64_t moment = 0;
-  if (__builtin_mul_overflow(steps, step, &offset)) return false;
-  if (__builtin_add_overflow(begin.GetTime(), offset, &moment)) return false;
+  if (!platform::CheckedMul(steps, step, offset)) return false;
+  if (!platform::CheckedAdd(begin.GetTime(), offset, moment)) return false;
   result = CTime(moment);
   return true;
 }
@@ -122,7 +124,7 @@ int64_t SelectedDayCount(const CCycleEvent& event) {
 
 int64_t Duration(const CCycleEvent& event) {
   int64_t duration = 0;
-  if (__builtin_sub_overflow(event.to.GetTime(), event.from.GetTime(), &duration)) {
+  if (!platform::CheckedSub(event.to.GetTime(), event.from.GetTime(), duration)) {
     return event.to > event.from ? INT64_MAX : INT64_MIN;
   }
   return duration;

@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/checked_math.h"
+
 namespace zds::cycle {
 
 namespace {
@@ -28,7 +30,7 @@ int64_t CeilDiv(int64_t a, int64_t b) { return a / b + ((a % b != 0) && ((a < 0)
 
 int64_t SaturatedAdd(int64_t a, int64_t b) {
   int64_t sum = 0;
-  if (__builtin_add_overflow(a, b, &sum)) return b > 0 ? INT64_MAX : INT64_MIN;
+  if (!platform::CheckedAdd(a, b, sum)) return b > 0 ? INT64_MAX : INT64_MIN;
   return sum;
 }
 

@@ -297,7 +297,7 @@ int CAIDLDoc::DelAllLink() {
 bool CAIDLDoc::DelLinkFile(const CVFDLNode& node) {
   if (node.GetNodeType() != kNodeLink || node.GetSrc().empty() || !GetDataRoot()) return false;
   if (!platform::IsSafeStoredPath(node.GetSrc())) return false;
-  return GetDataRoot()->DeleteFile(platform::JoinStoredPath(GetBasePath(), node.GetSrc()));
+  return GetDataRoot()->RemoveFile(platform::JoinStoredPath(GetBasePath(), node.GetSrc()));
 }
 
 std::string CAIDLDoc::GetAdvSrc() const {

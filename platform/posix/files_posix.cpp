@@ -265,12 +265,12 @@ bool DataRoot::CreateDirectories(std::string_view stored_path) const {
   return true;
 }
 
-bool DataRoot::DeleteFile(std::string_view stored_path) const {
+bool DataRoot::RemoveFile(std::string_view stored_path) const {
   auto path = ResolveEntry(*this, stored_path);
   return path && unlink(path->c_str()) == 0;
 }
 
-bool DataRoot::MoveFile(std::string_view from, std::string_view to) const {
+bool DataRoot::RenameFile(std::string_view from, std::string_view to) const {
   auto native_from = ResolveEntry(*this, from);
   auto native_to = ResolveEntry(*this, to);
   return native_from && native_to && RenameNoReplace(*native_from, *native_to);

@@ -30,7 +30,7 @@ MessageQueue::MessageQueue() : state_(std::make_unique<State>()) {}
 
 MessageQueue::~MessageQueue() = default;
 
-WindowHandle MessageQueue::CreateWindow(WindowProcedure procedure) {
+WindowHandle MessageQueue::NewWindow(WindowProcedure procedure) {
   auto window = std::make_unique<WindowObject>();
   window->pending = &state_->pending;
   window->procedure = std::make_shared<const WindowProcedure>(std::move(procedure));

@@ -228,7 +228,7 @@ bool DataRoot::CreateDirectories(std::string_view stored_path) const {
 // The shell deletes whole trees and expands wildcards, so only a file is
 // handed to it (names with wildcards never resolve); it wants a full path,
 // in a list that ends with an empty name.
-bool DataRoot::DeleteFile(std::string_view stored_path) const {
+bool DataRoot::RemoveFile(std::string_view stored_path) const {
   auto path = ResolveEntry(*this, stored_path);
   if (!path || !IsFile(*path)) return false;
   char full[MAX_PATH];
@@ -244,7 +244,7 @@ bool DataRoot::DeleteFile(std::string_view stored_path) const {
 }
 
 // Without MOVEFILE_REPLACE_EXISTING the move fails onto an existing file.
-bool DataRoot::MoveFile(std::string_view from, std::string_view to) const {
+bool DataRoot::RenameFile(std::string_view from, std::string_view to) const {
   auto native_from = ResolveEntry(*this, from);
   auto native_to = ResolveEntry(*this, to);
   return native_from && native_to && MoveFileExA(native_from->c_str(), native_to->c_str(), 0);

@@ -103,7 +103,7 @@ MessageQueue::~MessageQueue() {
   for (const auto& record : state_->windows) DestroyWindow(reinterpret_cast<WindowHandle>(record->window));
 }
 
-WindowHandle MessageQueue::CreateWindow(WindowProcedure procedure) {
+WindowHandle MessageQueue::NewWindow(WindowProcedure procedure) {
   auto record = std::make_unique<WindowRecord>();
   record->procedure = std::make_shared<const WindowProcedure>(std::move(procedure));
   record->deliveries = &state_->deliveries;

@@ -1,10 +1,9 @@
 // <windows.h> for the Win32 side of the platform seam.
 //
-// The seam's own names (DataRoot::DeleteFile, DataRoot::MoveFile,
-// MessageQueue::CreateWindow, CTime::GetCurrentTime) are macros in
-// <windows.h> that would silently become their ...A variants in one
-// translation unit and not in the others; they are undone here, so the
-// Win32 calls are spelled with their A suffix wherever they are used.
+// <windows.h> defines many names as macros for their ...A or ...W variants;
+// the seam spells every Win32 call with its A suffix, so the ones that
+// could meet one of our names are undone here. CTime::GetCurrentTime keeps
+// its name against the Win16 macro of the same name (see platform/time.h).
 
 #ifndef ZDS_PLATFORM_WIN32_WINDOWS_API_H_
 #define ZDS_PLATFORM_WIN32_WINDOWS_API_H_

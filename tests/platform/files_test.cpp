@@ -62,7 +62,7 @@ TEST_F(DataRootTest, NothingOutsideTheRootIsTouched) {
   Put("outside.xml", "keep");
   EXPECT_FALSE(root_.Resolve("\\..\\outside.xml"));
   EXPECT_FALSE(root_.WriteFileAtomic("\\..\\outside.xml", "lost"));
-  EXPECT_FALSE(root_.DeleteFile("..\\outside.xml"));
+  EXPECT_FALSE(root_.RemoveFile("..\\outside.xml"));
   EXPECT_FALSE(root_.CreateDirectories("\\..\\made"));
   EXPECT_FALSE(root_.WriteFileAtomic("\\", "x"));
   EXPECT_EQ(Get("outside.xml"), "keep");
@@ -143,10 +143,10 @@ TEST_F(DataRootTest, CreatesDirectoriesThroughCaseVariants) {
 TEST_F(DataRootTest, MoveNeverReplacesAndDeleteRemovesOnlyFiles) {
   Put("root/a.xml", "a");
   Put("root/b.xml", "b");
-  EXPECT_FALSE(root_.MoveFile("\\a.xml", "\\B.xml"));
-  EXPECT_TRUE(root_.MoveFile("\\A.xml", "\\c.xml"));
-  EXPECT_TRUE(root_.DeleteFile("\\C.XML"));
-  EXPECT_FALSE(root_.DeleteFile("\\"));
+  EXPECT_FALSE(root_.RenameFile("\\a.xml", "\\B.xml"));
+  EXPECT_TRUE(root_.RenameFile("\\A.xml", "\\c.xml"));
+  EXPECT_TRUE(root_.RemoveFile("\\C.XML"));
+  EXPECT_FALSE(root_.RemoveFile("\\"));
   EXPECT_EQ(Entries("root"), Names{"b.xml"});
 }
 

@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 TEST(Win32WindowTest, PostedMessageArrivesThroughTheMessageLoop) {
   MessageQueue queue;
   std::vector<WindowMessage> seen;
-  WindowHandle window = queue.CreateWindow([&](const WindowMessage& m) { seen.push_back(m); });
+  WindowHandle window = queue.NewWindow([&](const WindowMessage& m) { seen.push_back(m); });
   HWND native = reinterpret_cast<HWND>(window);
   ASSERT_TRUE(IsWindow(native));
   EXPECT_EQ(GetWindowThreadProcessId(native, nullptr), GetCurrentThreadId());
@@ -48,7 +48,7 @@ TEST(Win32WindowTest, PostedMessageArrivesThroughTheMessageLoop) {
 TEST(Win32WindowTest, PumpLeavesTheQuitMessageForTheHost) {
   MessageQueue queue;
   int delivered = 0;
-  WindowHandle window = queue.CreateWindow([&](const WindowMessage&) { ++delivered; });
+  WindowHandle window = queue.NewWindow([&](const WindowMessage&) { ++delivered; });
   PostWindowMessage(window, WM_APP, 0, 0);
   PostQuitMessage(3);
   EXPECT_EQ(queue.Pump(), 1u);
@@ -105,9 +105,9 @@ TEST_F(Win32FilesTest, BackslashPathsInAnyCaseResolveNatively) {
   EXPECT_EQ(contents, "<i/>");
   EXPECT_TRUE(root_.CreateDirectories("\\CALENDAR\\2005\\May"));
   EXPECT_EQ(Entries(dir_), std::vector<std::string>{"calendar"});
-  EXPECT_TRUE(root_.MoveFile("\\Calendar\\2005\\Index.xml", "\\calendar\\2005\\MAY\\moved.xml"));
+  EXPECT_TRUE(root_.RenameFile("\\Calendar\\2005\\Index.xml", "\\calendar\\2005\\MAY\\moved.xml"));
   EXPECT_TRUE(root_.FileExists("\\calendar\\2005\\may\\MOVED.XML"));
-  EXPECT_TRUE(root_.DeleteFile("\\Calendar\\2005\\May\\Moved.xml"));
+  EXPECT_TRUE(root_.RemoveFile("\\Calendar\\2005\\May\\Moved.xml"));
   EXPECT_EQ(Entries(dir_ / "calendar/2005"), std::vector<std::string>{"May"});
 }
 
@@ -119,9 +119,9 @@ TEST_F(Win32FilesTest, NamesWindowsReadsDifferentlyAreRefused) {
                            "\\calendar.\\x", "\\a<b", "\\a|b"}) {
     EXPECT_FALSE(root_.Resolve(path)) << path;
     EXPECT_FALSE(root_.WriteFileAtomic(path, "lost")) << path;
-    EXPECT_FALSE(root_.DeleteFile(path)) << path;
+    EXPECT_FALSE(root_.RemoveFile(path)) << path;
   }
-  EXPECT_FALSE(root_.DeleteFile("\\calendar"));
+  EXPECT_FALSE(root_.RemoveFile("\\calendar"));
   EXPECT_TRUE(root_.DirectoryExists("\\calendar\\2005"));
   EXPECT_EQ(Entries(dir_), (std::vector<std::string>{"a.xml", "calendar"}));
 }

@@ -14,8 +14,8 @@ constexpr uint32_t kApp = 0x8000;
 TEST(MessageQueueTest, DeliversInPostingOrderIncludingPostsMadeWhilePumping) {
   MessageQueue queue;
   std::vector<uint32_t> seen;
-  WindowHandle second = queue.CreateWindow([&](const WindowMessage& m) { seen.push_back(m.message); });
-  WindowHandle first = queue.CreateWindow([&](const WindowMessage& m) {
+  WindowHandle second = queue.NewWindow([&](const WindowMessage& m) { seen.push_back(m.message); });
+  WindowHandle first = queue.NewWindow([&](const WindowMessage& m) {
     seen.push_back(m.message);
     if (m.message == kApp + 1) PostWindowMessage(second, kApp + 4, 0, 0);
   });
@@ -32,9 +32,9 @@ TEST(MessageQueueTest, DeliversInPostingOrderIncludingPostsMadeWhilePumping) {
 TEST(MessageQueueTest, DestroyedWindowsGetNothing) {
   MessageQueue queue;
   std::vector<uint32_t> seen;
-  WindowHandle gone = queue.CreateWindow([&](const WindowMessage& m) { seen.push_back(m.message); });
+  WindowHandle gone = queue.NewWindow([&](const WindowMessage& m) { seen.push_back(m.message); });
   WindowHandle self = nullptr;
-  self = queue.CreateWindow([&queue, &self, &gone, log = &seen](const WindowMessage& m) {
+  self = queue.NewWindow([&queue, &self, &gone, log = &seen](const WindowMessage& m) {
     queue.DestroyWindow(gone);
     queue.DestroyWindow(self);
     log->push_back(m.message);
