@@ -37,8 +37,8 @@
 #include <utility>
 #include <vector>
 
-#include "framework/vfdl_doc.h"
-#include "platform/files.h"
+#include "zds/framework/vfdl_doc.h"
+#include "zds/platform/files.h"
 #include "support/bench_family.h"
 #include "support/document_generator.h"
 

@@ -11,9 +11,9 @@
 #include <ctime>
 #include <string>
 
-#include "recurrence/cycle_format.h"
-#include "recurrence/sche_cycle_rec.h"
-#include "timers/timer_cycle_rec.h"
+#include "zds/recurrence/cycle_format.h"
+#include "zds/recurrence/sche_cycle_rec.h"
+#include "zds/timers/timer_cycle_rec.h"
 
 namespace {
 

@@ -5,10 +5,10 @@
 #include <cstdlib>
 #include <optional>
 
-#include "recurrence/cycle_arithmetic.h"
-#include "recurrence/cycle_format.h"
-#include "recurrence/sche_cycle_rec.h"
-#include "timers/timer_cycle_rec.h"
+#include "zds/recurrence/cycle_arithmetic.h"
+#include "zds/recurrence/cycle_format.h"
+#include "zds/recurrence/sche_cycle_rec.h"
+#include "zds/timers/timer_cycle_rec.h"
 
 namespace zds::cli {
 

@@ -1,6 +1,6 @@
-#include "framework/path_controller.h"
+#include "zds/framework/path_controller.h"
 
-#include "platform/time.h"
+#include "zds/platform/time.h"
 
 namespace zds {
 

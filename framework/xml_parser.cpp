@@ -1,6 +1,6 @@
-#include "framework/xml_parser.h"
+#include "zds/framework/xml_parser.h"
 
-#include "framework/xml_text.h"
+#include "zds/framework/xml_text.h"
 
 namespace zds {
 namespace {

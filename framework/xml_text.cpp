@@ -1,4 +1,4 @@
-#include "framework/xml_text.h"
+#include "zds/framework/xml_text.h"
 
 #include <cstdint>
 #include <cstring>

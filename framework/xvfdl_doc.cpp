@@ -1,4 +1,4 @@
-#include "framework/xvfdl_doc.h"
+#include "zds/framework/xvfdl_doc.h"
 
 namespace zds {
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
-#include "framework/casd_vfdl_doc.h"
-#include "framework/vfdl_doc.h"
+#include "zds/framework/casd_vfdl_doc.h"
+#include "zds/framework/vfdl_doc.h"
 
 namespace zds {
 

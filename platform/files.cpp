@@ -1,6 +1,6 @@
 // The stored-path rules every operating system shares: which paths stay
 // inside the data root, and how paths are split and joined.
-#include "platform/files.h"
+#include "zds/platform/files.h"
 
 #include <utility>
 

@@ -1,4 +1,4 @@
-#include "platform/time.h"
+#include "zds/platform/time.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,9 +1,9 @@
-#include "recurrence/cycle_arithmetic.h"
+#include "zds/recurrence/cycle_arithmetic.h"
 
 #include <algorithm>
 #include <climits>
 
-#include "platform/checked_math.h"
+#include "zds/platform/checked_math.h"
 
 namespace zds::cycle {
 

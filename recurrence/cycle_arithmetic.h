@@ -14,8 +14,8 @@
 
 #include <cstdint>
 
-#include "platform/time.h"
-#include "recurrence/cycle_records.h"
+#include "zds/platform/time.h"
+#include "zds/recurrence/cycle_records.h"
 
 namespace zds {
 

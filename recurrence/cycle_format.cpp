@@ -1,4 +1,4 @@
-#include "recurrence/cycle_format.h"
+#include "zds/recurrence/cycle_format.h"
 
 #include <array>
 #include <cctype>

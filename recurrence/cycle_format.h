@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-#include "recurrence/cycle_records.h"
+#include "zds/recurrence/cycle_records.h"
 
 namespace zds {
 

@@ -1,4 +1,4 @@
-#include "recurrence/cycle_records.h"
+#include "zds/recurrence/cycle_records.h"
 
 #include <algorithm>
 

@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/time.h"
+#include "zds/platform/time.h"
 
 namespace zds {
 

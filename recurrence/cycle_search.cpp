@@ -1,11 +1,11 @@
-#include "recurrence/cycle_search.h"
+#include "zds/recurrence/cycle_search.h"
 
 #include <algorithm>
 #include <climits>
 #include <utility>
 #include <vector>
 
-#include "platform/checked_math.h"
+#include "zds/platform/checked_math.h"
 
 namespace zds::cycle {
 

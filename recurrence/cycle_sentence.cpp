@@ -1,9 +1,9 @@
-#include "recurrence/cycle_sentence.h"
+#include "zds/recurrence/cycle_sentence.h"
 
 #include <initializer_list>
 #include <string_view>
 
-#include "resources/string_table.h"
+#include "zds/resources/string_table.h"
 
 namespace zds {
 

@@ -9,7 +9,7 @@
 
 #include <string>
 
-#include "recurrence/cycle_records.h"
+#include "zds/recurrence/cycle_records.h"
 
 namespace zds {
 

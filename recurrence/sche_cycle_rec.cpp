@@ -1,10 +1,10 @@
-#include "recurrence/sche_cycle_rec.h"
+#include "zds/recurrence/sche_cycle_rec.h"
 
 #include <algorithm>
 #include <climits>
 
-#include "recurrence/cycle_search.h"
-#include "recurrence/cycle_sentence.h"
+#include "zds/recurrence/cycle_search.h"
+#include "zds/recurrence/cycle_sentence.h"
 
 namespace zds {
 

@@ -11,8 +11,8 @@
 
 #include <string>
 
-#include "recurrence/cycle_arithmetic.h"
-#include "recurrence/cycle_records.h"
+#include "zds/recurrence/cycle_arithmetic.h"
+#include "zds/recurrence/cycle_records.h"
 
 namespace zds {
 

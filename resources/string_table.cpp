@@ -1,4 +1,4 @@
-#include "resources/string_table.h"
+#include "zds/resources/string_table.h"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
-#include "timers/timer_cycle_rec.h"
+#include "zds/timers/timer_cycle_rec.h"
 
-#include "recurrence/cycle_search.h"
-#include "recurrence/cycle_sentence.h"
+#include "zds/recurrence/cycle_search.h"
+#include "zds/recurrence/cycle_sentence.h"
 
 namespace zds {
 

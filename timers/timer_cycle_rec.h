@@ -12,9 +12,9 @@
 
 #include <string>
 
-#include "recurrence/cycle_arithmetic.h"
-#include "recurrence/cycle_records.h"
-#include "recurrence/sche_cycle_rec.h"
+#include "zds/recurrence/cycle_arithmetic.h"
+#include "zds/recurrence/cycle_records.h"
+#include "zds/recurrence/sche_cycle_rec.h"
 
 namespace zds {
 

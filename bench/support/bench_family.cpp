@@ -2,8 +2,8 @@
 
 #include <array>
 
-#include "framework/xml_line.h"
-#include "framework/xml_text.h"
+#include "zds/framework/xml_line.h"
+#include "zds/framework/xml_text.h"
 
 namespace zds::bench {
 namespace {

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "framework/vfdl_doc.h"
+#include "zds/framework/vfdl_doc.h"
 #include "support/document_generator.h"
 
 namespace zds::bench {

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "framework/xml_text.h"
+#include "zds/framework/xml_text.h"
 
 namespace zds::bench {
 namespace {

@@ -1,7 +1,7 @@
 // POSIX side of the time types: the C library's local-time conversions.
 #include <time.h>
 
-#include "platform/time.h"
+#include "zds/platform/time.h"
 
 namespace zds::platform {
 

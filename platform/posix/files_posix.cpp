@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/files.h"
+#include "zds/platform/files.h"
 
 namespace zds::platform {
 

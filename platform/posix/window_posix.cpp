@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/window.h"
+#include "zds/platform/window.h"
 
 namespace zds::platform {
 

@@ -10,7 +10,7 @@
 
 #include <climits>
 
-#include "platform/time.h"
+#include "zds/platform/time.h"
 
 namespace zds::platform {
 

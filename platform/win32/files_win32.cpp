@@ -8,8 +8,8 @@
 #include <new>
 #include <utility>
 
-#include "platform/files.h"
-#include "platform/win32/windows_api.h"
+#include "zds/platform/files.h"
+#include "zds/platform/win32/windows_api.h"
 
 #include <shellapi.h>  // after <windows.h>, which it needs
 

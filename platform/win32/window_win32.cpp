@@ -11,8 +11,8 @@
 #include <utility>
 #include <vector>
 
-#include "platform/window.h"
-#include "platform/win32/windows_api.h"
+#include "zds/platform/window.h"
+#include "zds/platform/win32/windows_api.h"
 
 namespace zds::platform {
 

@@ -1,7 +1,7 @@
 #include <iostream>
 
-#include "resources/string_table.h"
-#include "store/aidl_doc.h"
+#include "zds/resources/string_table.h"
+#include "zds/store/aidl_doc.h"
 
 int main() {
   zds::CAIDLDoc index;

@@ -1,4 +1,4 @@
-#include "platform/files.h"
+#include "zds/platform/files.h"
 
 #include <gtest/gtest.h>
 

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/files.h"
+#include "zds/platform/files.h"
 #include "support/temp_root.h"
 
 namespace zds::platform {

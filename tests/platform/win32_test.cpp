@@ -7,9 +7,9 @@
 #include <fstream>
 #include <vector>
 
-#include "platform/files.h"
-#include "platform/window.h"
-#include "platform/win32/windows_api.h"
+#include "zds/platform/files.h"
+#include "zds/platform/window.h"
+#include "zds/platform/win32/windows_api.h"
 #include "support/temp_dir.h"
 
 namespace zds::platform {

@@ -1,4 +1,4 @@
-#include "platform/window.h"
+#include "zds/platform/window.h"
 
 #include <gtest/gtest.h>
 

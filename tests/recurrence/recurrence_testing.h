@@ -14,10 +14,10 @@
 
 #include <gtest/gtest.h>
 
-#include "recurrence/cycle_format.h"
+#include "zds/recurrence/cycle_format.h"
 #include "support/time_zone.h"
-#include "recurrence/sche_cycle_rec.h"
-#include "timers/timer_cycle_rec.h"
+#include "zds/recurrence/sche_cycle_rec.h"
+#include "zds/timers/timer_cycle_rec.h"
 
 namespace zds::cycle_testing {
 

@@ -7,7 +7,7 @@
 #include "support/temp_dir.h"
 
 #ifdef _WIN32
-#include "platform/win32/windows_api.h"
+#include "zds/platform/win32/windows_api.h"
 #else
 #include <fcntl.h>
 #include <spawn.h>

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/files.h"
+#include "zds/platform/files.h"
 #include "support/program.h"
 #include "support/temp_dir.h"
 
