@@ -1,24 +1,24 @@
-#include "framework/casd_vfdl_doc.h"
+#include "zds/framework/casd_vfdl_doc.h"
 
-#include "platform/files.h"
+#include "zds/platform/files.h"
 
 namespace zds {
 
-CCASDVFDLDoc::CCASDVFDLDoc() : registry_(&GetDefaultRegistry()) {}
+CCASDVFDLDoc::CCASDVFDLDoc() = default;
 
 CCASDVFDLDoc::~CCASDVFDLDoc() = default;
 
 std::unique_ptr<CVFDLDoc> CCASDVFDLDoc::OpenChild(std::string_view class_name, std::string_view src,
                                                  bool create) const {
-  if (src.empty() || !platform::IsSafeStoredPath(src)) return nullptr;
+  if (registry_ == nullptr || src.empty() || !platform::IsSafeStoredPath(src)) return nullptr;
   std::unique_ptr<CVFDLDoc> doc = CreateObjectAs<CVFDLDoc>(*registry_, class_name);
   if (!doc) return nullptr;
   doc->SetDataRoot(GetDataRoot());
   doc->SetAutoSaveFlag(GetAutoSaveFlag());
-  if (auto* casd = dynamic_cast<CCASDVFDLDoc*>(doc.get())) casd->SetClassRegistry(*registry_);
+  if (auto* casd = dynamic_cast<CCASDVFDLDoc*>(doc.get())) casd->SetClassRegistry(registry_);
   std::string file = platform::JoinStoredPath(GetBasePath(), src);
   std::string base = platform::JoinStoredPath(GetBasePath(), platform::StoredDirectoryOf(src));
-  if (OpenVFDLDoc(*doc, file, base, create) < 0) return nullptr;
+  if (!IsOpen(OpenVFDLDoc(*doc, file, base, create))) return nullptr;
   return doc;
 }
 
@@ -87,19 +87,23 @@ void CCASDVFDLDoc::OnTreeReplaced() {
   related_.clear();
 }
 
-bool CCASDVFDLDoc::DelFolder(std::string_view pos) { return CVFDLDoc::DelFolder(pos); }
-
-void CCASDVFDLDoc::CollectBackingFiles(const CVFDLNode& node, std::vector<std::string>& files) const {
-  if (CVFDLDoc* doc = GetExpandedDoc(node)) {
-    if (auto* casd = dynamic_cast<CCASDVFDLDoc*>(doc)) casd->CollectBackingFiles(*doc->GetRoot(), files);
-  }
-  if (!node.GetSrc().empty() && platform::IsSafeStoredPath(node.GetSrc())) {
-    files.push_back(platform::JoinStoredPath(GetBasePath(), node.GetSrc()));
-  }
-  if (!node.IsFolder()) return;
-  for (CVFDLNode* child = static_cast<const CVFDLFolder&>(node).GetFirstChild(); child;
-       child = child->GetNextSibling()) {
-    CollectBackingFiles(*child, files);
+// Depth first without recursion, into the open documents below too.
+void CCASDVFDLDoc::CollectBackingFiles(const CVFDLNode& top, std::vector<std::string>& files) const {
+  std::vector<std::pair<const CCASDVFDLDoc*, const CVFDLNode*>> pending{{this, &top}};
+  while (!pending.empty()) {
+    auto [doc, node] = pending.back();
+    pending.pop_back();
+    if (auto* below = dynamic_cast<const CCASDVFDLDoc*>(doc->GetExpandedDoc(*node))) {
+      pending.emplace_back(below, below->GetRoot());
+    }
+    if (!node->GetSrc().empty() && platform::IsSafeStoredPath(node->GetSrc())) {
+      files.push_back(platform::JoinStoredPath(doc->GetBasePath(), node->GetSrc()));
+    }
+    if (!node->IsFolder()) continue;
+    for (CVFDLNode* child = static_cast<const CVFDLFolder*>(node)->GetFirstChild(); child;
+         child = child->GetNextSibling()) {
+      pending.emplace_back(doc, child);
+    }
   }
 }
 
@@ -109,7 +113,7 @@ bool CCASDVFDLDoc::DelFolderOnDoc(std::string_view pos) {
   std::vector<std::string> files;
   CollectBackingFiles(*node, files);
   if (!DelFolder(pos)) return false;
-  for (const std::string& file : files) GetDataRoot()->RemoveFile(file);
+  for (const std::string& file : files) GetDataRoot()->RemoveFile(file);  // a file already gone is no failure
   return true;
 }
 

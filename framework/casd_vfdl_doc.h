@@ -2,9 +2,9 @@
 // stand for whole documents of their own. A node's content descriptor names
 // the document class ("class=CFavDoc") and its "src" the file, relative to
 // this document's base directory. Opening such a node creates the document
-// through the class registry; this document owns it until it is unloaded or
-// the node goes away.
-
+// through the class registry the document was given; this document owns it
+// until it is unloaded or the node goes away. Without a registry no
+// document is opened behind a node.
 
 #ifndef ZDS_FRAMEWORK_CASD_VFDL_DOC_H_
 #define ZDS_FRAMEWORK_CASD_VFDL_DOC_H_
@@ -15,7 +15,7 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "framework/vfdl_doc.h"
+#include "zds/framework/vfdl_doc.h"
 
 namespace zds {
 
@@ -27,8 +27,10 @@ class CCASDVFDLDoc : public CVFDLDoc {
   static std::unique_ptr<CRTTIObject> CreateObject() { return CreateRTTIObject<CCASDVFDLDoc>(); }
   std::string_view GetRTTIClass() const override { return "CCASDVFDLDoc"; }
 
-  void SetClassRegistry(const CRTTIRegistry& registry) { registry_ = &registry; }
-  const CRTTIRegistry& GetClassRegistry() const { return *registry_; }
+  // The registry documents behind nodes are created through; it must
+  // outlive this document. Documents opened here get it too.
+  void SetClassRegistry(const CRTTIRegistry* registry) { registry_ = registry; }
+  const CRTTIRegistry* GetClassRegistry() const { return registry_; }
 
   // Opens (or returns the already open) document behind `node`. With
   // `create` a missing file is made from the class's template. Null when the
@@ -58,8 +60,7 @@ class CCASDVFDLDoc : public CVFDLDoc {
 
   // Deleting a folder closes the documents behind it and below it;
   // DelFolderOnDoc also deletes their files.
-  bool DelFolder(std::string_view pos) override;
-  bool DelFolderOnDoc(std::string_view pos);
+  [[nodiscard]] bool DelFolderOnDoc(std::string_view pos);
 
  protected:
   void OnNodeRemoving(CVFDLNode& node) override;
@@ -69,7 +70,7 @@ class CCASDVFDLDoc : public CVFDLDoc {
   std::unique_ptr<CVFDLDoc> OpenChild(std::string_view class_name, std::string_view src, bool create) const;
   void CollectBackingFiles(const CVFDLNode& node, std::vector<std::string>& files) const;
 
-  const CRTTIRegistry* registry_;
+  const CRTTIRegistry* registry_ = nullptr;
   std::unordered_map<const CVFDLNode*, std::unique_ptr<CVFDLDoc>> expanded_;
   std::map<std::string, std::unique_ptr<CVFDLDoc>, std::less<>> related_;
 };

@@ -1,8 +1,32 @@
-#include "framework/notepad_doc.h"
+#include "zds/framework/notepad_doc.h"
 
-#include <cstdlib>
+#include "zds/framework/field_codec.h"
+#include "zds/framework/xml_text.h"
 
 namespace zds {
+namespace {
+
+constexpr std::string_view kHeaderTag = "header";
+
+// Where the <header> element lies in `prologue`; empty at the end when
+// there is none.
+std::pair<size_t, size_t> FindHeader(std::string_view prologue) {
+  std::string text = "<p>" + std::string(prologue) + "</p>";
+  XmlScanner scanner(text);
+  XmlToken token;
+  std::vector<XmlAttribute> attributes;
+  size_t start = std::string_view::npos;
+  while (scanner.Next(token, attributes)) {
+    if (token.depth != 1 || token.name != kHeaderTag) continue;
+    size_t at = static_cast<size_t>(token.raw.data() - text.data()) - 3;
+    if (token.kind == XmlToken::Kind::kEmpty) return {at, at + token.raw.size()};
+    if (token.kind == XmlToken::Kind::kStart) start = at;
+    if (token.kind == XmlToken::Kind::kEnd && start != std::string_view::npos) return {start, at + token.raw.size()};
+  }
+  return {prologue.size(), prologue.size()};
+}
+
+}  // namespace
 
 void CNotepadHeader::Parse(std::string_view prologue) {
   type_.clear();
@@ -19,14 +43,45 @@ void CNotepadHeader::Parse(std::string_view prologue) {
       }
       return std::string();
     };
-    if (token.name == "header") type_ = value("type");
-    if (token.name == "index") columns_.push_back({value("id"), value("alias"), std::atoi(value("width").c_str())});
+    if (token.name == kHeaderTag) type_ = value("type");
+    if (token.name == "index") columns_.push_back({value("id"), value("alias"), field::ParseAtoi(value("width"))});
   }
+}
+
+std::string CNotepadHeader::Compose(std::string_view newline) const {
+  CXMLLine header;
+  header.SetLine(kHeaderTag, false, CXMLLine::Type::kElement);
+  header.AddAttribute("type", type_);
+  std::string text = header.GetLine(false);
+  for (const CNotepadIndex& column : columns_) {
+    CXMLLine index;
+    index.SetLine("index", true, CXMLLine::Type::kElement);
+    index.AddAttribute("id", column.id);
+    index.AddAttribute("alias", column.alias);
+    index.AddAttribute("width", field::FormatInt(column.width));
+    text += newline;
+    text += index.GetLine(true);
+  }
+  text += newline;
+  text += "</header>";
+  return text;
 }
 
 const CNotepadIndex* CNotepadHeader::GetIndexByIndex(int index) const {
   if (index < 0 || index >= GetIndexNum()) return nullptr;
   return &columns_[static_cast<size_t>(index)];
+}
+
+bool CNotepadHeader::SetIndex(int index, CNotepadIndex column) {
+  if (index < 0 || index >= GetIndexNum()) return false;
+  columns_[static_cast<size_t>(index)] = std::move(column);
+  return true;
+}
+
+bool CNotepadHeader::RemoveIndex(int index) {
+  if (index < 0 || index >= GetIndexNum()) return false;
+  columns_.erase(columns_.begin() + index);
+  return true;
 }
 
 bool CNotepadExtendRec::UpdateKey(const CNotepadRecKey& key) {
@@ -62,29 +117,43 @@ bool CNotepadDoc::InitVFDLDoc(std::string_view base_path, std::string_view schem
   return CVFDLDoc::InitVFDLDoc(base_path, scheme, prefix, reserved1, reserved2);
 }
 
-bool CNotepadDoc::InitExtendRecItem(CXMLElementReader& item, CVFDLRec& rec) {
-  auto* extend = dynamic_cast<CNotepadExtendRec*>(rec.GetExtend());
-  if (extend == nullptr) return true;
-  extend->createtime = item.GetAttrValue("createtime");
-  extend->updatetime = item.GetAttrValue("updatetime");
-  extend->accesstime = item.GetAttrValue("accesstime");
-  extend->RemoveAllKeys();
+bool CNotepadDoc::SetHeader(const CNotepadHeader& header, bool flag) {
+  std::string_view prologue = GetPrologue();
+  auto [start, end] = FindHeader(prologue);
+  std::string text(prologue.substr(0, start));
+  if (start == prologue.size()) {  // none yet: on a line of its own before the root folder
+    text = std::string(Newline()) + header.Compose(Newline()) + std::string(prologue);
+  } else {
+    text += header.Compose(Newline());
+    text += prologue.substr(end);
+  }
+  if (!SetPrologue(text, flag)) return false;
+  header_ = header;
+  return true;
+}
+
+namespace {
+constexpr auto kNotepadTimes = field::List(field::Of("createtime", &CNotepadExtendRec::createtime, field::kTextUnlessEmpty),
+                                           field::Of("updatetime", &CNotepadExtendRec::updatetime, field::kTextUnlessEmpty),
+                                           field::Of("accesstime", &CNotepadExtendRec::accesstime, field::kTextUnlessEmpty));
+}  // namespace
+
+bool CNotepadDoc::InitExtendRecItem(CXMLElementReader& item, CNotepadExtendRec& extend) {
+  kNotepadTimes.Read(item, extend);
+  extend.RemoveAllKeys();
   for (CXMLElementReader& child : item.GetChildren()) {
     if (child.GetTag() != "key") continue;
     child.MarkRead();
-    extend->AddKey({child.GetAttrValue("alias"), child.GetAttrValue("value")});
+    extend.AddKey({child.GetAttrValue("alias"), child.GetAttrValue("value")});
   }
   return true;
 }
 
-void CNotepadDoc::CreateExtendRecText(const CVFDLRec& rec, CXMLLine& line, std::vector<std::string>& lines) const {
-  const auto* extend = dynamic_cast<const CNotepadExtendRec*>(rec.GetExtend());
-  if (extend == nullptr) return;
-  if (!extend->createtime.empty()) line.AddAttribute("createtime", extend->createtime);
-  if (!extend->updatetime.empty()) line.AddAttribute("updatetime", extend->updatetime);
-  if (!extend->accesstime.empty()) line.AddAttribute("accesstime", extend->accesstime);
-  for (int i = 0; i < extend->GetKeyNum(); ++i) {
-    const CNotepadRecKey* key = extend->GetKeyByIndex(i);
+void CNotepadDoc::CreateExtendRecText(const CNotepadExtendRec& extend, CXMLLine& line,
+                                      std::vector<std::string>& lines) const {
+  kNotepadTimes.Write(extend, line);
+  for (int i = 0; i < extend.GetKeyNum(); ++i) {
+    const CNotepadRecKey* key = extend.GetKeyByIndex(i);
     CXMLLine key_line;
     key_line.SetLine("key", true, CXMLLine::Type::kElement);
     key_line.AddAttribute("alias", key->alias);

@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-#include "framework/vfdl_doc.h"
+#include "zds/framework/family.h"
 
 namespace zds {
 
@@ -35,10 +35,20 @@ class CNotepadHeader {
  public:
   // Reads the <header> element from the text before the root folder.
   void Parse(std::string_view prologue);
+  // The <header> element, its columns on lines of their own.
+  std::string Compose(std::string_view newline) const;
+
   int GetIndexNum() const { return static_cast<int>(columns_.size()); }
   // Null when `index` is out of range.
   const CNotepadIndex* GetIndexByIndex(int index) const;
   const std::string& GetType() const { return type_; }
+  void SetType(std::string_view type) { type_ = type; }
+  void AddIndex(CNotepadIndex column) { columns_.push_back(std::move(column)); }
+  // False when `index` is out of range.
+  bool SetIndex(int index, CNotepadIndex column);
+  bool RemoveIndex(int index);
+
+  bool operator==(const CNotepadHeader&) const = default;
 
  private:
   std::string type_;
@@ -69,7 +79,7 @@ class CNotepadExtendRec : public CVFDLExtendBase<CNotepadExtendRec> {
 
 class CNotepadRec : public CVFDLTypedRec<CNotepadRec, CNotepadExtendRec> {};
 
-class CNotepadDoc : public CVFDLDoc {
+class CNotepadDoc : public CVFDLTypedDoc<CVFDLDoc, CNotepadRec> {
  public:
   static std::unique_ptr<CRTTIObject> CreateObject() { return CreateRTTIObject<CNotepadDoc>(); }
   std::string_view GetRTTIClass() const override { return "CNotepadDoc"; }
@@ -77,11 +87,14 @@ class CNotepadDoc : public CVFDLDoc {
   bool InitVFDLDoc(std::string_view base_path, std::string_view scheme, std::string_view prefix = "",
                    int reserved1 = -1, int reserved2 = -1) override;
   const CNotepadHeader& GetHeader() const { return header_; }
+  // Writes `header` in place of the document's header (or before the root
+  // folder when it has none); the rest of the prologue stays as it is.
+  [[nodiscard]] bool SetHeader(const CNotepadHeader& header, bool flag);
 
  protected:
-  std::unique_ptr<CVFDLRec> NewRecPointer() const override { return std::make_unique<CNotepadRec>(); }
-  bool InitExtendRecItem(CXMLElementReader& item, CVFDLRec& rec) override;
-  void CreateExtendRecText(const CVFDLRec& rec, CXMLLine& line, std::vector<std::string>& lines) const override;
+  bool InitExtendRecItem(CXMLElementReader& item, CNotepadExtendRec& extend) override;
+  void CreateExtendRecText(const CNotepadExtendRec& extend, CXMLLine& line,
+                           std::vector<std::string>& lines) const override;
 
  private:
   CNotepadHeader header_;

@@ -1,4 +1,4 @@
-#include "framework/rtti.h"
+#include "zds/framework/rtti.h"
 
 namespace zds {
 
@@ -13,15 +13,6 @@ bool CRTTIRegistry::IsRegistered(std::string_view class_name) const {
 std::unique_ptr<CRTTIObject> CRTTIRegistry::CreateObject(std::string_view class_name) const {
   auto it = factories_.find(class_name);
   return it == factories_.end() ? nullptr : it->second();
-}
-
-const CRTTIRegistry& GetDefaultRegistry() {
-  static const CRTTIRegistry registry = [] {
-    CRTTIRegistry filled;
-    RegisterAllClasses(filled);
-    return filled;
-  }();
-  return registry;
 }
 
 }  // namespace zds

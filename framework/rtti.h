@@ -1,9 +1,11 @@
 // The run-time class registry: documents are created from the class name a
 // folder's content descriptor names ("midl;class=CMIDLDoc;os=universal").
 //
-// Every class is registered explicitly from one function (see
-// RegisterAllClasses) rather than by static objects, which a static link
-// would silently drop.
+// A registry is a plain object that its owner fills (the facade owns the
+// store's) and hands to the documents that open others. Classes are
+// registered explicitly, each folder's by one function (RegisterFamily in
+// family.h), rather than by static objects, which a static link would
+// silently drop.
 
 #ifndef ZDS_FRAMEWORK_RTTI_H_
 #define ZDS_FRAMEWORK_RTTI_H_
@@ -33,11 +35,6 @@ class CRTTIRegistry {
  private:
   std::map<std::string, RTTIFactory, std::less<>> factories_;
 };
-
-// Registers every class of the library; defined once, beside the classes.
-void RegisterAllClasses(CRTTIRegistry& registry);
-// The registry filled by RegisterAllClasses, built on first use and never changed.
-const CRTTIRegistry& GetDefaultRegistry();
 
 // Helper for the static CreateObject every registered class carries.
 template <typename T>

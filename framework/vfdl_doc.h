@@ -1,11 +1,19 @@
-// CVFDLDoc: a record document, the base of every document kind. It parses
-// its file into the node tree in one pass, offers the edits (add, update,
-// delete of records and folders) and serialises the tree back.
+// CVFDLDoc: a record document, the base of every document kind. It builds
+// its node tree from its file in one pass (vfdl_reader.cpp), offers the
+// edits (add, update, delete of records and folders, the root element's
+// attributes, the prologue) and writes the tree back (vfdl_writer.cpp).
 //
-// A document kind derives from it and overrides the hooks: its template,
-// root tag, record tag, the node classes it creates, how its records' and
-// folders' own fields are read from and written to their elements, and the
-// extension type of each node.
+// Every edit either applies completely, saved when a save is due, or leaves
+// the document as it was: an edit whose save fails is undone and reports
+// failure. A value whose extension is of another class than the document
+// gives its nodes is refused, so a family's records always hold the
+// family's extension.
+//
+// A document kind derives from it, usually through CVFDLFamily
+// (family.h), and supplies the hooks: its template, root tag, record tag,
+// the node classes it creates, how its records' and folders' own fields are
+// read from and written to their elements, and the extension type of each
+// node.
 //
 // Positions: a node's position is the position prefix of its document, a
 // "\" and the node's id. The prefix is that of the node the document was
@@ -23,14 +31,22 @@
 #include <string_view>
 #include <vector>
 
-#include "framework/vfdl_node.h"
-#include "framework/vfdl_tree.h"
-#include "framework/xml_doc.h"
-#include "framework/xml_line.h"
+#include "zds/framework/vfdl_node.h"
+#include "zds/framework/vfdl_tree.h"
+#include "zds/framework/xml_doc.h"
+#include "zds/framework/xml_line.h"
 
 namespace zds {
 
 class XmlTextSink;
+
+// Why the last edit of a document did or did not happen.
+enum class EditStatus {
+  kDone,
+  kNotFound,  // no node of the wanted kind at the position
+  kRefused,   // the value does not fit there (extension of another class, the root folder, ...)
+  kNotSaved,  // the save the edit needed failed; the document is as it was
+};
 
 class CVFDLDoc : public CXMLDoc, public CVFTree {
  public:
@@ -40,13 +56,14 @@ class CVFDLDoc : public CXMLDoc, public CVFTree {
   static std::unique_ptr<CRTTIObject> CreateObject() { return CreateRTTIObject<CVFDLDoc>(); }
   std::string_view GetRTTIClass() const override { return "CVFDLDoc"; }
 
-  bool SetXml(std::string text) override;
+  [[nodiscard]] bool SetXml(std::string text) override;
   // Final: a save writes the same text through WriteXmlTo without building
   // this string, so the two must not part ways in a kind.
   std::string GetXml() const final;
 
   // Sets the base directory (a stored path; "" is the data root) and the
-  // scheme. A non-empty `prefix` replaces the position prefix.
+  // scheme, between the version hooks. A non-empty `prefix` replaces the
+  // position prefix.
   virtual bool InitVFDLDoc(std::string_view base_path, std::string_view scheme, std::string_view prefix = "",
                            int reserved1 = -1, int reserved2 = -1);
   const std::string& GetBasePath() const { return base_path_; }
@@ -66,28 +83,36 @@ class CVFDLDoc : public CXMLDoc, public CVFTree {
   std::string GetFolderID(std::string_view pos) const;
 
   // Edits. `flag` asks for a save after the change (auto-save always saves).
-  // Adding returns the new node's position, empty on failure.
-  virtual std::string AddRec(std::string_view parent_pos, const CVFDLRec& rec, bool flag);
-  virtual bool UpdateRec(std::string_view pos, const CVFDLRec& rec, bool flag);
-  virtual bool DelRec(std::string_view pos);
-  virtual std::string AddFolder(std::string_view parent_pos, const CVFDLFolder& folder, bool flag);
-  virtual bool UpdateFolder(std::string_view pos, const CVFDLFolder& folder, bool flag);
-  virtual bool DelFolder(std::string_view pos);
+  // Adding returns the new node's position, empty on failure; the others
+  // return false on failure. GetLastEditStatus tells why.
+  [[nodiscard]] virtual std::string AddRec(std::string_view parent_pos, const CVFDLRec& rec, bool flag);
+  [[nodiscard]] virtual bool UpdateRec(std::string_view pos, const CVFDLRec& rec, bool flag);
+  [[nodiscard]] virtual bool DelRec(std::string_view pos);
+  [[nodiscard]] virtual std::string AddFolder(std::string_view parent_pos, const CVFDLFolder& folder, bool flag);
+  [[nodiscard]] virtual bool UpdateFolder(std::string_view pos, const CVFDLFolder& folder, bool flag);
+  [[nodiscard]] virtual bool DelFolder(std::string_view pos);
   // The same for any kind of node (links, a kind's own nodes).
-  std::string AddNodeCopy(std::string_view parent_pos, const CVFDLNode& node, bool flag, int index = -1);
-  bool UpdateNode(std::string_view pos, const CVFDLNode& node, bool flag);
-  bool DelNode(std::string_view pos, bool flag);
+  [[nodiscard]] std::string AddNodeCopy(std::string_view parent_pos, const CVFDLNode& node, bool flag,
+                                        int index = -1);
+  [[nodiscard]] bool UpdateNode(std::string_view pos, const CVFDLNode& node, bool flag);
+  [[nodiscard]] bool DelNode(std::string_view pos, bool flag);
   // Copies the node with `id` (a whole folder with its contents) under the
   // folder with `parent_id`; returns the copy's position.
-  std::string AddCopyNodeByID(std::string_view id, std::string_view parent_id, bool flag);
+  [[nodiscard]] std::string AddCopyNodeByID(std::string_view id, std::string_view parent_id, bool flag);
+  EditStatus GetLastEditStatus() const { return last_status_; }
 
   // A synchronisation line for `text`: the document's root tag, its file and the text.
   std::string FormatSYNCLine(std::string_view text) const;
   const std::string& GetRootTagName() const { return root_tag_; }
   // The root element's attribute ("ver", ...), empty when absent.
   std::string GetRootAttribute(std::string_view name) const;
-  // The text between the root element and the root folder (headers and the like).
+  // Sets (or adds) an attribute of the root element; the rest of the
+  // element keeps its spelling.
+  [[nodiscard]] bool SetRootAttribute(std::string_view name, std::string_view value, bool flag);
+  // The text between the root element and the root folder (a column header
+  // and the like), and its replacement, which must be well-formed content.
   std::string_view GetPrologue() const { return prologue_; }
+  [[nodiscard]] bool SetPrologue(std::string_view text, bool flag);
 
  protected:
   // Hooks of a document kind.
@@ -103,16 +128,23 @@ class CVFDLDoc : public CXMLDoc, public CVFTree {
 
   // Reading: false refuses the element, which is then kept as it stands but
   // not loaded. Writing: attributes go on `line`, child lines into `lines`.
+  // The record and folder hooks receive nodes the document made itself
+  // (NewRecPointer, NewFolderPointer); CVFDLTypedDoc hands them on typed.
   virtual void ReadBaseItem(CXMLElementReader& item, CVFDLNode& node);
   virtual void CreateBaseText(const CVFDLNode& node, CXMLLine& line) const;
-  virtual bool InitExtendRecItem(CXMLElementReader& /*item*/, CVFDLRec& /*rec*/) { return true; }
-  virtual void CreateExtendRecText(const CVFDLRec& /*rec*/, CXMLLine& /*line*/,
-                                   std::vector<std::string>& /*lines*/) const {}
-  virtual bool InitExtendFolderItem(CXMLElementReader& /*item*/, CVFDLFolder& /*folder*/) { return true; }
-  virtual void CreateExtendFolderText(const CVFDLFolder& /*folder*/, CXMLLine& /*line*/) const {}
+  virtual bool ReadRecExtend(CXMLElementReader& /*item*/, CVFDLRec& /*rec*/) { return true; }
+  virtual void WriteRecExtend(const CVFDLRec& /*rec*/, CXMLLine& /*line*/,
+                              std::vector<std::string>& /*lines*/) const {}
+  virtual bool ReadFolderExtend(CXMLElementReader& /*item*/, CVFDLFolder& /*folder*/) { return true; }
+  virtual void WriteFolderExtend(const CVFDLFolder& /*folder*/, CXMLLine& /*line*/) const {}
   virtual bool InitOtherItem(CXMLElementReader& /*item*/, CVFDLNode& /*node*/) { return true; }
   virtual void CreateOtherItemText(const CVFDLNode& /*node*/, CXMLLine& /*line*/,
                                    std::vector<std::string>& /*lines*/) const {}
+
+  // Version hooks, around InitVFDLDoc's own work: a kind that migrates old
+  // files does it in AfterUpdateVersion, when the base directory is known.
+  virtual void PreUpdateVersion() {}
+  virtual void AfterUpdateVersion() {}
 
   bool WriteXmlTo(const platform::DataRoot& root, std::string_view path) const override;
   CVFDLDoc* TreeDoc() override { return this; }
@@ -122,20 +154,27 @@ class CVFDLDoc : public CXMLDoc, public CVFTree {
   // The line break this document uses ("\r\n" unless its file says otherwise).
   std::string_view Newline() const { return newline_; }
 
+  // The edits every public operation comes down to; node_type -1 takes any
+  // kind of node. Each records and returns its status.
+  EditStatus InsertNode(std::string_view parent_pos, std::unique_ptr<CVFDLNode> node, bool flag, int index,
+                        std::string* added_pos);
+  EditStatus ReplaceNode(std::string_view pos, int node_type, const CVFDLNode& value, bool flag);
+  EditStatus RemoveNodeAt(std::string_view pos, int node_type, bool flag);
+  // Whether a value may become (or replace) a node like `model`: the same
+  // kind of node with an extension of the same class.
+  static bool FitsLike(const CVFDLNode& value, const CVFDLNode& model);
+
  private:
   friend class TreeBuilder;
+  friend class DocumentWriter;
 
-  bool IsEditable(const CVFDLNode* node, int node_type) const;
-  std::string InsertNode(std::string_view parent_pos, std::unique_ptr<CVFDLNode> node, bool flag, int index);
+  // Saves when due; on failure runs `undo` and puts the modified mark back.
+  template <typename Undo>
+  EditStatus Commit(bool flag, Undo&& undo);
+  EditStatus Finish(EditStatus status) { return last_status_ = status; }
   void ReplaceValue(CVFDLNode& node, const CVFDLNode& value);
-  void DeleteNode(CVFDLNode& node);
   std::string_view Hold(std::string text);
-  std::string_view TagOf(const CVFDLNode& node) const;
-  void WriteDocument(XmlTextSink& out) const;
-  void WriteNode(const CVFDLNode& node, XmlTextSink& out) const;
-  void WriteElement(const CVFDLNode& node, XmlTextSink& out) const;
-  void WriteFolder(const CVFDLFolder& folder, XmlTextSink& out) const;
-  std::unique_ptr<CVFDLNode> CloneSubtree(const CVFDLNode& node) const;
+  std::unique_ptr<CVFDLNode> NewNodeLike(const CVFDLNode& value) const;
 
   std::unique_ptr<std::string> text_;  // the text the tree was read from
   std::deque<std::string> held_;       // text the tree refers to besides it
@@ -149,14 +188,15 @@ class CVFDLDoc : public CXMLDoc, public CVFTree {
   std::string scheme_ = "kov:";
   std::string pos_prefix_;
   CVFDLNode* holder_ = nullptr;
+  EditStatus last_status_ = EditStatus::kDone;
 };
 
 // The create-or-open sequence every document is opened with: loads `path`
 // into `doc`, or creates it from its template when the file is missing
 // (only when `create` is set), then initialises it with `base_path` and the
-// scheme "kov:". Returns 1 loaded, 0 created, -1 not available (a file that
-// exists but cannot be used is left untouched).
-int OpenVFDLDoc(CVFDLDoc& doc, std::string_view path, std::string_view base_path, bool create = true);
+// scheme "kov:". A file that exists but cannot be used is left untouched.
+[[nodiscard]] OpenResult OpenVFDLDoc(CVFDLDoc& doc, std::string_view path, std::string_view base_path,
+                                     bool create = true);
 
 }  // namespace zds
 

@@ -1,8 +1,9 @@
-#include "framework/vfdl_node.h"
+#include "zds/framework/vfdl_node.h"
 
 #include <typeinfo>
+#include <vector>
 
-#include "framework/vfdl_doc.h"
+#include "zds/framework/vfdl_doc.h"
 
 namespace zds {
 
@@ -38,6 +39,11 @@ std::string ContentField(std::string_view content, std::string_view key) {
 std::string GetContentClass(std::string_view content) { return ContentField(content, "class="); }
 std::string GetContentOS(std::string_view content) { return ContentField(content, "os="); }
 
+bool SameExtensionClass(const CVFDLExtension* a, const CVFDLExtension* b) {
+  if (a == nullptr || b == nullptr) return a == b;
+  return typeid(*a) == typeid(*b);
+}
+
 CVFDLNode::CVFDLNode(const CVFDLNode& other)
     : node_type_(other.node_type_),
       extend_type_(other.extend_type_),
@@ -47,7 +53,9 @@ CVFDLNode::CVFDLNode(const CVFDLNode& other)
       content_(other.content_),
       src_(other.src_),
       unknown_attributes_(other.unknown_attributes_),
-      unknown_content_(other.unknown_content_) {}
+      unknown_content_(other.unknown_content_),
+      extend_(other.extend_ ? other.extend_->Clone() : nullptr),
+      extend_required_(other.extend_required_) {}
 
 CVFDLNode& CVFDLNode::operator=(const CVFDLNode& other) {
   if (this != &other) CVFDLNode::AssignValue(other);
@@ -66,12 +74,25 @@ void CVFDLNode::AssignValue(const CVFDLNode& other) {
   src_ = other.src_;
   unknown_attributes_ = other.unknown_attributes_;
   unknown_content_ = other.unknown_content_;
+  SetExtend(other.extend_ ? other.extend_->Clone() : nullptr);
+}
+
+bool CVFDLNode::SetExtend(std::unique_ptr<CVFDLExtension> extend) {
+  if (extend == nullptr ? extend_required_ : (extend_ && !SameExtensionClass(extend_.get(), extend.get()))) {
+    return false;
+  }
+  extend_ = std::move(extend);
+  return true;
 }
 
 bool CVFDLNode::ValueEquals(const CVFDLNode& other) const {
-  return node_type_ == other.node_type_ && id_ == other.id_ && alias_ == other.alias_ &&
-         attribute_ == other.attribute_ && content_ == other.content_ && src_ == other.src_ &&
-         unknown_attributes_ == other.unknown_attributes_ && unknown_content_ == other.unknown_content_;
+  if (node_type_ != other.node_type_ || id_ != other.id_ || alias_ != other.alias_ ||
+      attribute_ != other.attribute_ || content_ != other.content_ || src_ != other.src_ ||
+      unknown_attributes_ != other.unknown_attributes_ || unknown_content_ != other.unknown_content_) {
+    return false;
+  }
+  if (!extend_ || !other.extend_) return !extend_ && !other.extend_;
+  return extend_->Equals(*other.extend_);
 }
 
 void CVFDLNode::ComposeContent(std::string_view kind, std::string_view class_name, std::string_view os) {
@@ -86,17 +107,24 @@ std::string CVFDLNode::GetPos() const {
   return pos;
 }
 
+// Built from the top down without recursion: a document may nest folders
+// far deeper than a stack of calls would allow.
 std::string CVFDLNode::GetPath() const {
   if (doc_ == nullptr) return alias_;
-  if (parent_ == nullptr) return doc_->GetRootPath();
-  std::string path = parent_->GetPath();
-  path += '\\';
-  path += alias_;
+  std::vector<const CVFDLNode*> chain;
+  size_t size = 0;
+  for (const CVFDLNode* node = this; node->parent_ != nullptr; node = node->parent_) {
+    chain.push_back(node);
+    size += node->alias_.size() + 1;
+  }
+  std::string path = doc_->GetRootPath();
+  path.reserve(path.size() + size);
+  for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
+    path += '\\';
+    path += (*it)->alias_;
+  }
   return path;
 }
-
-CVFDLFolder::CVFDLFolder(const CVFDLFolder& other)
-    : CVFDLNode(other), extend_(other.extend_ ? other.extend_->Clone() : nullptr) {}
 
 CVFDLFolder& CVFDLFolder::operator=(const CVFDLFolder& other) {
   if (this != &other) AssignValue(other);
@@ -104,20 +132,6 @@ CVFDLFolder& CVFDLFolder::operator=(const CVFDLFolder& other) {
 }
 
 CVFDLFolder::~CVFDLFolder() = default;
-
-void CVFDLFolder::AssignValue(const CVFDLNode& other) {
-  if (this == &other) return;
-  CVFDLNode::AssignValue(other);
-  const auto* folder = dynamic_cast<const CVFDLFolder*>(&other);
-  extend_ = folder && folder->extend_ ? folder->extend_->Clone() : nullptr;
-}
-
-bool CVFDLFolder::ValueEquals(const CVFDLNode& other) const {
-  const auto* folder = dynamic_cast<const CVFDLFolder*>(&other);
-  if (folder == nullptr || !CVFDLNode::ValueEquals(other)) return false;
-  if (!extend_ || !folder->extend_) return !extend_ && !folder->extend_;
-  return extend_->Equals(*folder->extend_);
-}
 
 CVFDLNode* CVFDLFolder::FindChildByAlias(std::string_view alias) {
   constexpr size_t kIndexFrom = 16;  // below this a scan is as quick
@@ -130,15 +144,25 @@ CVFDLNode* CVFDLFolder::FindChildByAlias(std::string_view alias) {
   if (!alias_index_) {
     alias_index_ = std::make_unique<std::unordered_map<std::string, AliasEntry>>();
     alias_index_->reserve(child_count_);
-    for (CVFDLNode* child = first_child_; child; child = child->next_) IndexChild(child);
+    for (CVFDLNode* child = first_child_; child; child = child->next_) IndexChild(child, true);
   }
   auto it = alias_index_->find(std::string(alias));
   return it == alias_index_->end() ? nullptr : it->second.first;
 }
 
-void CVFDLFolder::IndexChild(CVFDLNode* child) {
+void CVFDLFolder::IndexChild(CVFDLNode* child, bool last) {
   auto [it, inserted] = alias_index_->try_emplace(child->alias_, AliasEntry{child, 1});
-  if (!inserted) ++it->second.count;
+  if (inserted) return;
+  ++it->second.count;
+  if (last) return;
+  // Only aliases that occur more than once cost a walk: does the child
+  // stand before the holder the index names?
+  for (CVFDLNode* next = child->next_; next; next = next->next_) {
+    if (next == it->second.first) {
+      it->second.first = child;
+      return;
+    }
+  }
 }
 
 void CVFDLFolder::UnindexChild(CVFDLNode* child) {
@@ -154,34 +178,9 @@ void CVFDLFolder::UnindexChild(CVFDLNode* child) {
   }
 }
 
-CVFDLRec::CVFDLRec(const CVFDLRec& other)
-    : CVFDLNode(other), extend_(other.extend_ ? other.extend_->Clone() : nullptr) {}
-
 CVFDLRec& CVFDLRec::operator=(const CVFDLRec& other) {
   if (this != &other) AssignValue(other);
   return *this;
-}
-
-void CVFDLRec::AssignValue(const CVFDLNode& other) {
-  if (this == &other) return;
-  CVFDLNode::AssignValue(other);
-  const auto* rec = dynamic_cast<const CVFDLRec*>(&other);
-  // A record keeps the extension class its document gave it.
-  if (rec == nullptr || !rec->extend_) return;
-  const CVFDLExtension& theirs = *rec->extend_;
-  if (!extend_) {
-    extend_ = theirs.Clone();
-    return;
-  }
-  const CVFDLExtension& mine = *extend_;
-  if (typeid(mine) == typeid(theirs)) extend_ = theirs.Clone();
-}
-
-bool CVFDLRec::ValueEquals(const CVFDLNode& other) const {
-  const auto* rec = dynamic_cast<const CVFDLRec*>(&other);
-  if (rec == nullptr || !CVFDLNode::ValueEquals(other)) return false;
-  if (!extend_ || !rec->extend_) return !extend_ && !rec->extend_;
-  return extend_->Equals(*rec->extend_);
 }
 
 }  // namespace zds

@@ -19,7 +19,7 @@
 #include <string_view>
 #include <unordered_map>
 
-#include "framework/rtti.h"
+#include "zds/framework/rtti.h"
 
 namespace zds {
 
@@ -67,6 +67,9 @@ class CVFDLExtendBase : public CVFDLExtension {
   bool operator==(const CVFDLExtendBase&) const { return true; }
 };
 
+// Whether two nodes carry extensions of the same class (or both none).
+bool SameExtensionClass(const CVFDLExtension* a, const CVFDLExtension* b);
+
 class CVFDLNode {
  public:
   explicit CVFDLNode(int node_type) : node_type_(node_type) {}
@@ -76,7 +79,9 @@ class CVFDLNode {
 
   // A copy of the value, of the same class.
   virtual std::unique_ptr<CVFDLNode> Clone() const = 0;
-  // Takes over the other node's value (same kind of node), keeping place and id.
+  // Takes over the other node's value (same kind of node), keeping place and
+  // id. The extension is copied only when it is of this node's own class (or
+  // this node has none yet): a node never changes the class of its extension.
   virtual void AssignValue(const CVFDLNode& other);
   virtual bool ValueEquals(const CVFDLNode& other) const;
 
@@ -94,6 +99,14 @@ class CVFDLNode {
   void SetSrc(std::string_view src) { src_ = src; }
   int GetExtendType() const { return extend_type_; }
   void SetExtendType(int type) { extend_type_ = type; }
+
+  // The document kind's own fields of this node, null when it has none.
+  CVFDLExtension* GetExtend() const { return extend_.get(); }
+  // False, changing nothing, when the node already holds an extension of
+  // another class, or when `extend` is null and this node must have one.
+  bool SetExtend(std::unique_ptr<CVFDLExtension> extend);
+  // Whether a node of this class always holds an extension.
+  bool IsExtendRequired() const { return extend_required_; }
 
   void ComposeContent(std::string_view kind, std::string_view class_name, std::string_view os);
   std::string GetContentClass() const { return zds::GetContentClass(content_); }
@@ -116,11 +129,18 @@ class CVFDLNode {
   void SetUnknownAttributes(std::string text) { unknown_attributes_ = std::move(text); }
   void SetUnknownContent(std::string text) { unknown_content_ = std::move(text); }
 
+ protected:
+  // For the typed node classes: a node made with its extension, which it
+  // must always keep (`required`) or may lose to a value without one.
+  CVFDLNode(int node_type, std::unique_ptr<CVFDLExtension> extend, bool required)
+      : node_type_(node_type), extend_(std::move(extend)), extend_required_(required) {}
+
  private:
   friend class CVFTree;
   friend class CVFDLDoc;
   friend class CVFDLFolder;
   friend class TreeBuilder;
+  friend class DocumentWriter;
 
   int node_type_;
   int extend_type_ = 0;
@@ -131,6 +151,8 @@ class CVFDLNode {
   std::string src_;
   std::string unknown_attributes_;
   std::string unknown_content_;
+  std::unique_ptr<CVFDLExtension> extend_;
+  bool extend_required_ = false;
 
   // Tree linkage, owned by CVFTree.
   CVFDLDoc* doc_ = nullptr;
@@ -146,17 +168,13 @@ class CVFDLNode {
 class CVFDLFolder : public CVFDLNode {
  public:
   CVFDLFolder() : CVFDLNode(kNodeFolder) {}
-  CVFDLFolder(const CVFDLFolder& other);
+  CVFDLFolder(const CVFDLFolder& other) : CVFDLNode(other) {}
   CVFDLFolder& operator=(const CVFDLFolder& other);
   ~CVFDLFolder() override;
 
   std::unique_ptr<CVFDLNode> Clone() const override { return std::make_unique<CVFDLFolder>(*this); }
-  void AssignValue(const CVFDLNode& other) override;
-  bool ValueEquals(const CVFDLNode& other) const override;
   bool operator==(const CVFDLFolder& other) const { return ValueEquals(other); }
-
-  CVFDLExtension* GetExtend() const { return extend_.get(); }
-  void SetExtend(std::unique_ptr<CVFDLExtension> extend) { extend_ = std::move(extend); }
+  bool operator!=(const CVFDLFolder& other) const { return !ValueEquals(other); }
 
   CVFDLNode* GetFirstChild() const { return first_child_; }
   CVFDLNode* GetLastChild() const { return last_child_; }
@@ -164,19 +182,24 @@ class CVFDLFolder : public CVFDLNode {
   // The first child with this alias; constant time for large folders.
   CVFDLNode* FindChildByAlias(std::string_view alias);
 
+ protected:
+  CVFDLFolder(std::unique_ptr<CVFDLExtension> extend, bool required)
+      : CVFDLNode(kNodeFolder, std::move(extend), required) {}
+
  private:
   friend class CVFTree;
   friend class CVFDLDoc;
   friend class TreeBuilder;
+  friend class DocumentWriter;
 
   struct AliasEntry {
     CVFDLNode* first;
     size_t count;
   };
-  void IndexChild(CVFDLNode* child);
+  // `last`: the child stands after every other child.
+  void IndexChild(CVFDLNode* child, bool last);
   void UnindexChild(CVFDLNode* child);
 
-  std::unique_ptr<CVFDLExtension> extend_;
   CVFDLNode* first_child_ = nullptr;
   CVFDLNode* last_child_ = nullptr;
   size_t child_count_ = 0;
@@ -189,37 +212,48 @@ class CVFDLFolder : public CVFDLNode {
 class CVFDLRec : public CVFDLNode {
  public:
   CVFDLRec() : CVFDLNode(kNodeRec) {}
-  explicit CVFDLRec(std::unique_ptr<CVFDLExtension> extend) : CVFDLNode(kNodeRec), extend_(std::move(extend)) {}
-  CVFDLRec(const CVFDLRec& other);
+  CVFDLRec(const CVFDLRec& other) = default;
   CVFDLRec& operator=(const CVFDLRec& other);
 
   std::unique_ptr<CVFDLNode> Clone() const override { return std::make_unique<CVFDLRec>(*this); }
-  void AssignValue(const CVFDLNode& other) override;
-  bool ValueEquals(const CVFDLNode& other) const override;
   bool operator==(const CVFDLRec& other) const { return ValueEquals(other); }
   bool operator!=(const CVFDLRec& other) const { return !ValueEquals(other); }
 
-  CVFDLExtension* GetExtend() const { return extend_.get(); }
-  void SetExtend(std::unique_ptr<CVFDLExtension> extend) { extend_ = std::move(extend); }
-
  protected:
-  CVFDLRec(int node_type, std::unique_ptr<CVFDLExtension> extend)
-      : CVFDLNode(node_type), extend_(std::move(extend)) {}
-
- private:
-  std::unique_ptr<CVFDLExtension> extend_;
+  explicit CVFDLRec(std::unique_ptr<CVFDLExtension> extend) : CVFDLNode(kNodeRec, std::move(extend), true) {}
 };
 
 // A family's record class: a record whose extension is always an Extend.
+// The cast below is safe for that reason: the extension is made with the
+// record and a node never changes its extension's class.
 template <typename Self, typename Extend>
 class CVFDLTypedRec : public CVFDLRec {
  public:
+  using ExtendType = Extend;
   CVFDLTypedRec() : CVFDLRec(std::make_unique<Extend>()) {}
   std::unique_ptr<CVFDLNode> Clone() const override {
     return std::make_unique<Self>(static_cast<const Self&>(*this));
   }
   Extend& GetExtendRec() { return static_cast<Extend&>(*GetExtend()); }
   const Extend& GetExtendRec() const { return static_cast<const Extend&>(*GetExtend()); }
+};
+
+// Whether a typed folder must always carry its extension or may be without
+// one (a copy of a folder that has none has none).
+enum class ExtendPresence { kRequired, kOptional };
+
+// A family's folder class whose own fields live in an Extend.
+template <typename Self, typename Extend, ExtendPresence kPresence = ExtendPresence::kRequired>
+class CVFDLTypedFolder : public CVFDLFolder {
+ public:
+  using ExtendType = Extend;
+  CVFDLTypedFolder() : CVFDLFolder(std::make_unique<Extend>(), kPresence == ExtendPresence::kRequired) {}
+  std::unique_ptr<CVFDLNode> Clone() const override {
+    return std::make_unique<Self>(static_cast<const Self&>(*this));
+  }
+  // Null only for a folder whose extension is optional and absent.
+  Extend* GetExtendFolder() { return static_cast<Extend*>(GetExtend()); }
+  const Extend* GetExtendFolder() const { return static_cast<const Extend*>(GetExtend()); }
 };
 
 class CVFDLLink : public CVFDLNode {

@@ -1,4 +1,4 @@
-#include "framework/vfdl_tree.h"
+#include "zds/framework/vfdl_tree.h"
 
 #include <algorithm>
 #include <charconv>
@@ -123,34 +123,33 @@ CVFDLNode* CVFTree::AddNode(CVFDLFolder* parent, std::unique_ptr<CVFDLNode> owne
   if (parent == nullptr) {
     root_ = static_cast<CVFDLFolder*>(&node);
   } else {
-    Link(*parent, node, index);
+    CVFDLNode* before = nullptr;
+    if (index >= 0) {
+      before = parent->first_child_;
+      for (int i = 0; before && i < index; ++i) before = before->next_;
+    }
+    Link(*parent, node, before);
   }
   InitNodeExtendType(node);
   return &node;
 }
 
-void CVFTree::Link(CVFDLFolder& parent, CVFDLNode& node, int index) {
+void CVFTree::Link(CVFDLFolder& parent, CVFDLNode& node, CVFDLNode* before) {
   node.parent_ = &parent;
-  CVFDLNode* before = nullptr;
-  if (index >= 0) {
-    before = parent.first_child_;
-    for (int i = 0; before && i < index; ++i) before = before->next_;
-  }
   if (before == nullptr) {
     node.prev_ = parent.last_child_;
     if (parent.last_child_) parent.last_child_->next_ = &node;
     else parent.first_child_ = &node;
     parent.last_child_ = &node;
-    if (parent.alias_index_) parent.IndexChild(&node);
   } else {
     node.next_ = before;
     node.prev_ = before->prev_;
     if (before->prev_) before->prev_->next_ = &node;
     else parent.first_child_ = &node;
     before->prev_ = &node;
-    parent.alias_index_.reset();  // "first with this alias" may have changed
   }
   ++parent.child_count_;
+  if (parent.alias_index_) parent.IndexChild(&node, before == nullptr);
 }
 
 void CVFTree::Unlink(CVFDLNode& node) {
@@ -168,19 +167,14 @@ void CVFTree::Unlink(CVFDLNode& node) {
 
 void CVFTree::RenameNode(CVFDLNode& node, std::string_view alias) {
   if (node.alias_ == alias) return;
-  if (node.parent_) node.parent_->alias_index_.reset();
+  CVFDLFolder* parent = node.parent_;
+  bool indexed = parent && parent->alias_index_;
+  if (indexed) parent->UnindexChild(&node);
   node.alias_ = alias;
+  if (indexed) parent->IndexChild(&node, false);
 }
 
-void CVFTree::ReleaseSubtree(CVFDLNode& node) {
-  if (node.IsFolder()) {
-    auto& folder = static_cast<CVFDLFolder&>(node);
-    while (folder.first_child_) {
-      CVFDLNode* child = folder.first_child_;
-      Unlink(*child);
-      ReleaseSubtree(*child);
-    }
-  }
+void CVFTree::ReleaseOne(CVFDLNode& node) {
   OnNodeRemoving(node);
   by_id_.Erase(node.id_);
   size_t slot = node.slot_;
@@ -191,6 +185,23 @@ void CVFTree::ReleaseSubtree(CVFDLNode& node) {
   nodes_.pop_back();  // destroys the node
 }
 
+// Below-first and without recursion: folders may nest deeper than the stack.
+void CVFTree::ReleaseSubtree(CVFDLNode& top) {
+  std::vector<CVFDLNode*> pending{&top};
+  while (!pending.empty()) {
+    CVFDLNode* node = pending.back();
+    if (node->IsFolder()) {
+      if (CVFDLNode* child = static_cast<CVFDLFolder*>(node)->first_child_) {
+        Unlink(*child);
+        pending.push_back(child);
+        continue;
+      }
+    }
+    pending.pop_back();
+    ReleaseOne(*node);
+  }
+}
+
 void CVFTree::RemoveNode(CVFDLNode& node) {
   if (&node == root_) {
     ClearTree();
@@ -199,6 +210,16 @@ void CVFTree::RemoveNode(CVFDLNode& node) {
   Unlink(node);
   ReleaseSubtree(node);
 }
+
+CVFTree::Detached CVFTree::DetachNode(CVFDLNode& node) {
+  Detached detached{&node, node.parent_, node.next_};
+  Unlink(node);
+  return detached;
+}
+
+void CVFTree::ReattachNode(const Detached& detached) { Link(*detached.parent, *detached.node, detached.next); }
+
+void CVFTree::ReleaseNode(CVFDLNode& node) { ReleaseSubtree(node); }
 
 CVFTree::TreeState CVFTree::TakeTree() {
   TreeState state{std::move(nodes_), std::move(by_id_), root_, max_id_};

@@ -15,7 +15,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "framework/vfdl_node.h"
+#include "zds/framework/vfdl_node.h"
 
 namespace zds {
 
@@ -75,6 +75,20 @@ class CVFTree {
   CVFDLNode* AddNode(CVFDLFolder* parent, std::unique_ptr<CVFDLNode> node, int index = -1);
   // Removes the node and everything below it.
   void RemoveNode(CVFDLNode& node);
+  // A node taken out of its folder, with everything below it, but still
+  // owned and still found by id, so that an edit can put it back.
+  struct Detached {
+    CVFDLNode* node;
+    CVFDLFolder* parent;
+    CVFDLNode* next;  // the sibling it stood before
+  };
+  Detached DetachNode(CVFDLNode& node);
+  void ReattachNode(const Detached& detached);
+  // Drops a detached node and everything below it.
+  void ReleaseNode(CVFDLNode& node);
+  // The largest id handed out so far, to put back when an add is undone.
+  int GetMaxID() const { return max_id_; }
+  void RestoreMaxID(int max_id) { max_id_ = max_id; }
   // Drops every node.
   void ClearTree();
   // Changes a node's alias through the tree, keeping the alias index right.
@@ -94,9 +108,10 @@ class CVFTree {
   virtual CVFDLDoc* TreeDoc() = 0;
 
  private:
-  void Link(CVFDLFolder& parent, CVFDLNode& node, int index);
+  void Link(CVFDLFolder& parent, CVFDLNode& node, CVFDLNode* before);
   void Unlink(CVFDLNode& node);
   void ReleaseSubtree(CVFDLNode& node);
+  void ReleaseOne(CVFDLNode& node);
   void RegisterID(CVFDLNode& node);
 
   std::vector<std::unique_ptr<CVFDLNode>> nodes_;  // slot order; swap-removed

@@ -1,26 +1,26 @@
-#include "framework/xml_doc.h"
+#include "zds/framework/xml_doc.h"
 
 namespace zds {
 
-int CXMLDoc::LoadXMLDoc(std::string_view path) {
-  if (!root_) return kLoadUnusable;
+OpenResult CXMLDoc::LoadXMLDoc(std::string_view path) {
+  if (!root_) return OpenResult::kUnusable;
   std::string text;
   switch (root_->ReadWholeFile(path, text)) {
     case platform::ReadStatus::kMissing:
-      return kLoadMissing;
+      return OpenResult::kMissing;
     case platform::ReadStatus::kFailed:
       refused_path_ = path;
-      return kLoadUnusable;
+      return OpenResult::kUnusable;
     case platform::ReadStatus::kRead:
       break;
   }
   if (!SetXml(std::move(text))) {
     refused_path_ = path;
-    return kLoadUnusable;
+    return OpenResult::kUnusable;
   }
   file_path_ = path;
   modified_ = false;
-  return kLoadRead;
+  return OpenResult::kLoaded;
 }
 
 bool CXMLDoc::NewXMLDoc(std::string_view path) {
@@ -28,8 +28,7 @@ bool CXMLDoc::NewXMLDoc(std::string_view path) {
   file_path_ = path;
   if (refused_path_ == path) refused_path_.clear();  // created anew on purpose
   modified_ = true;
-  if (auto_save_) SaveXMLDoc();
-  return true;
+  return !auto_save_ || SaveXMLDoc();
 }
 
 bool CXMLDoc::SaveXMLDoc() {
@@ -39,10 +38,9 @@ bool CXMLDoc::SaveXMLDoc() {
   return true;
 }
 
-bool CXMLDoc::NoteChange(bool save) {
+bool CXMLDoc::CommitChange(bool save) {
   modified_ = true;
-  if (save || auto_save_) return SaveXMLDoc();
-  return true;
+  return !(save || auto_save_) || SaveXMLDoc();
 }
 
 }  // namespace zds

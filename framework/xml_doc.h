@@ -13,18 +13,24 @@
 #include <string>
 #include <string_view>
 
-#include "framework/rtti.h"
-#include "platform/files.h"
+#include "zds/framework/rtti.h"
+#include "zds/platform/files.h"
 
 namespace zds {
 
+// What opening a document's file came to.
+enum class OpenResult {
+  kLoaded,      // the file was read
+  kCreated,     // there was none: made from the template (and written, with auto-save)
+  kMissing,     // there was none and none was to be made
+  kUnusable,    // it exists but cannot be used; it is left untouched
+  kUnwritable,  // made from the template, but writing it failed
+};
+// Whether the document is there to be used after such an opening.
+inline bool IsOpen(OpenResult result) { return result == OpenResult::kLoaded || result == OpenResult::kCreated; }
+
 class CXMLDoc : public CRTTIObject {
  public:
-  // LoadXMLDoc results.
-  static constexpr int kLoadMissing = 0;
-  static constexpr int kLoadRead = 1;
-  static constexpr int kLoadUnusable = 2;
-
   CXMLDoc() = default;
   CXMLDoc(const CXMLDoc&) = delete;
   CXMLDoc& operator=(const CXMLDoc&) = delete;
@@ -33,14 +39,14 @@ class CXMLDoc : public CRTTIObject {
   void SetDataRoot(std::shared_ptr<const platform::DataRoot> root) { root_ = std::move(root); }
   const std::shared_ptr<const platform::DataRoot>& GetDataRoot() const { return root_; }
 
-  // Reads the file at the stored path: 1 read, 0 no such file, other values
-  // when it exists but cannot be used (then nothing of it is loaded).
-  int LoadXMLDoc(std::string_view path);
+  // Reads the file at the stored path: kLoaded, kMissing, or kUnusable when
+  // it exists but cannot be used (then nothing of it is loaded).
+  [[nodiscard]] OpenResult LoadXMLDoc(std::string_view path);
   // Creates the document from its template and remembers `path` as its
   // file; writes it at once only when auto-save is on. False when the
-  // template does not parse.
-  virtual bool NewXMLDoc(std::string_view path);
-  bool SaveXMLDoc();
+  // template does not parse or that write fails.
+  [[nodiscard]] virtual bool NewXMLDoc(std::string_view path);
+  [[nodiscard]] bool SaveXMLDoc();
 
   void SetAutoSaveFlag(bool flag) { auto_save_ = flag; }
   bool GetAutoSaveFlag() const { return auto_save_; }
@@ -49,7 +55,7 @@ class CXMLDoc : public CRTTIObject {
 
   // The whole text: replacing it rebuilds the document, and fails (leaving
   // the document as it was) on text that does not parse.
-  virtual bool SetXml(std::string text) = 0;
+  [[nodiscard]] virtual bool SetXml(std::string text) = 0;
   virtual std::string GetXml() const = 0;
 
  protected:
@@ -61,9 +67,12 @@ class CXMLDoc : public CRTTIObject {
   }
   // The template a new document of this kind starts from.
   virtual std::string GetTemplateText() const { return std::string(); }
-  // Records a change; saves when `save` or auto-save asks for it.
-  // False only when a save was due and failed.
-  bool NoteChange(bool save);
+
+  // An edit's last step: marks the document changed and saves it when `save`
+  // or auto-save asks for it. False when that save failed; the caller then
+  // undoes the change, and RestoreModified puts the mark back as it was.
+  [[nodiscard]] bool CommitChange(bool save);
+  void RestoreModified(bool modified) { modified_ = modified; }
 
  private:
   std::shared_ptr<const platform::DataRoot> root_;

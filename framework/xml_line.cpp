@@ -1,5 +1,6 @@
-#include "framework/xml_line.h"
+#include "zds/framework/xml_line.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace zds {
@@ -100,6 +101,13 @@ void CXMLLine::AppendRawAttributes(std::string_view spelling) {
     if (!HasAttribute(name)) raw_tail_ += spelling.substr(0, close + 1);
     spelling.remove_prefix(close + 1);
   }
+}
+
+bool CXMLLine::IsName(std::string_view name) {
+  auto letter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':'; };
+  if (name.empty() || !letter(name[0])) return false;
+  return std::all_of(name.begin(), name.end(),
+                     [&](char c) { return letter(c) || (c >= '0' && c <= '9') || c == '.' || c == '-'; });
 }
 
 void CXMLLine::AddAttribute(std::string_view name, std::string_view value) {

@@ -16,7 +16,7 @@
 #include <utility>
 #include <vector>
 
-#include "framework/xml_text.h"
+#include "zds/framework/xml_text.h"
 
 namespace zds {
 
@@ -41,6 +41,9 @@ class CXMLLine {
   Type GetType() const { return type_; }
   bool IsClosed() const { return closed_; }
   bool IsElementOK(std::string_view element) const { return element_ == element; }
+  // Whether `name` may name an element or attribute: a letter, "_" or ":"
+  // first, then letters, digits, ".", "-", "_" and ":".
+  static bool IsName(std::string_view name);
 
   void AddAttribute(std::string_view name, std::string_view value);
   // The value, or an empty string when the attribute is absent.

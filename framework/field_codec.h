@@ -1,0 +1,244 @@
+// How a document family's fields are spelled in its elements' attributes.
+//
+// The stored formats are full of deliberate quirks: a flag compared exactly
+// beside one compared without regard to case in the same record, atoi here
+// and atol there, priority words mapped differently by each family, a value
+// written only when it is one of its words, a time kept as text. Each quirk
+// is a named codec, chosen where the field is declared:
+//
+//   constexpr auto kFields = field::List(
+//       field::Of("newflag", &CAEventExtendRec::new_flag, field::kFlagExact),
+//       field::Of("status", &CAEventExtendRec::status, field::kAtoi),
+//       field::Of("priority", &CAEventExtendRec::priority, kPriorityWords));
+//   kFields.Read(item, event);   // in the family's InitExtendRecItem
+//   kFields.Write(event, line);  // in its CreateExtendRecText, in this order
+//
+// A codec reads an attribute's text (empty when the attribute is absent)
+// into a field, and writes the field back or asks for the attribute to be
+// left out.
+
+#ifndef ZDS_FRAMEWORK_FIELD_CODEC_H_
+#define ZDS_FRAMEWORK_FIELD_CODEC_H_
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <utility>
+
+#include "zds/framework/xml_line.h"
+#include "zds/platform/time.h"
+
+namespace zds::field {
+
+// The C library's decimal readers: leading blanks, a sign, the leading
+// digits; no digits reads as 0. Both stop at the 32-bit range the stored
+// formats were written with (their int and long were both 32 bits).
+int32_t ParseAtoi(std::string_view text);
+inline int32_t ParseAtol(std::string_view text) { return ParseAtoi(text); }
+std::string FormatInt(int64_t value);  // "%d"
+
+// Equality of ASCII words without regard to case.
+constexpr bool SameWordNoCase(std::string_view a, std::string_view b) {
+  auto fold = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+  if (a.size() != b.size()) return false;
+  for (size_t i = 0; i < a.size(); ++i) {
+    if (fold(a[i]) != fold(b[i])) return false;
+  }
+  return true;
+}
+
+// ---- codecs ----
+
+// Text as stored.
+struct TextCodec {
+  void Read(std::string text, std::string& value) const { value = std::move(text); }
+  bool Write(const std::string& value, std::string& text) const {
+    text = value;
+    return true;
+  }
+};
+// Text that is left out when empty.
+struct TextUnlessEmptyCodec {
+  void Read(std::string text, std::string& value) const { value = std::move(text); }
+  bool Write(const std::string& value, std::string& text) const {
+    text = value;
+    return !value.empty();
+  }
+};
+
+// Flags are written "yes" or "no"; they differ in what reads as true.
+struct FlagExactCodec {  // "yes" exactly
+  void Read(const std::string& text, bool& value) const { value = text == "yes"; }
+  bool Write(bool value, std::string& text) const {
+    text = value ? "yes" : "no";
+    return true;
+  }
+};
+struct FlagNoCaseCodec {  // "yes" in any case
+  void Read(const std::string& text, bool& value) const { value = SameWordNoCase(text, "yes"); }
+  bool Write(bool value, std::string& text) const { return FlagExactCodec{}.Write(value, text); }
+};
+
+// Integers written with "%d"; named by the reader the format was kept with.
+struct AtoiCodec {
+  void Read(const std::string& text, int32_t& value) const { value = ParseAtoi(text); }
+  bool Write(int32_t value, std::string& text) const {
+    text = FormatInt(value);
+    return true;
+  }
+};
+struct AtolCodec {
+  void Read(const std::string& text, int32_t& value) const { value = ParseAtol(text); }
+  bool Write(int32_t value, std::string& text) const { return AtoiCodec{}.Write(value, text); }
+};
+
+// A time kept as text in one of the store's patterns (platform/time.h);
+// text that does not parse reads as the time 0.
+struct TimeTextCodec {
+  const char* pattern;
+  void Read(const std::string& text, CTime& value) const { value = ParseDateTime(text); }
+  bool Write(const CTime& value, std::string& text) const {
+    text = value.Format(pattern);
+    return true;
+  }
+};
+
+inline constexpr TextCodec kText;
+inline constexpr TextUnlessEmptyCodec kTextUnlessEmpty;
+inline constexpr FlagExactCodec kFlagExact;
+inline constexpr FlagNoCaseCodec kFlagNoCase;
+inline constexpr AtoiCodec kAtoi;
+inline constexpr AtolCodec kAtol;
+
+// ---- word tables ----
+
+struct Word {
+  int value;
+  std::string_view word;
+};
+enum class Case { kExact, kIgnore };
+// What a word table does with what it does not know. By default a word is
+// matched exactly, an unknown word leaves the field as it was, and a value
+// without a word is not written; each call below changes one of the three.
+struct WordPolicy {
+  Case match = Case::kExact;
+  std::optional<int> unknown_reads_as;
+  std::optional<std::string_view> unknown_writes_as;
+
+  constexpr WordPolicy IgnoringCase() const {
+    WordPolicy policy = *this;
+    policy.match = Case::kIgnore;
+    return policy;
+  }
+  constexpr WordPolicy ReadingUnknownAs(int value) const {
+    WordPolicy policy = *this;
+    policy.unknown_reads_as = value;
+    return policy;
+  }
+  constexpr WordPolicy WritingUnknownAs(std::string_view word) const {
+    WordPolicy policy = *this;
+    policy.unknown_writes_as = word;
+    return policy;
+  }
+};
+inline constexpr WordPolicy kWords{};
+
+// An integer field kept as one of a few words.
+template <size_t N>
+struct WordsCodec {
+  WordPolicy policy;
+  std::array<Word, N> words;
+
+  // The value of a word, or nothing for a word not in the table.
+  constexpr std::optional<int> ValueOf(std::string_view text) const {
+    for (const Word& entry : words) {
+      if (policy.match == Case::kExact ? entry.word == text : SameWordNoCase(entry.word, text)) return entry.value;
+    }
+    return std::nullopt;
+  }
+  // The word of a value, or what the policy writes for any other value.
+  constexpr std::optional<std::string_view> WordOf(int value) const {
+    for (const Word& entry : words) {
+      if (entry.value == value) return entry.word;
+    }
+    return policy.unknown_writes_as;
+  }
+  void Read(const std::string& text, int& value) const {
+    if (std::optional<int> known = ValueOf(text)) value = *known;
+    else if (policy.unknown_reads_as) value = *policy.unknown_reads_as;
+  }
+  bool Write(int value, std::string& text) const {
+    std::optional<std::string_view> word = WordOf(value);
+    if (word) text = *word;
+    return word.has_value();
+  }
+};
+
+template <typename... Words>
+constexpr WordsCodec<sizeof...(Words)> MakeWords(WordPolicy policy, Words... words) {
+  return {policy, {Word(words)...}};
+}
+
+// ---- declaring fields ----
+
+// The attribute `name` is the member `member` of the owner, through `codec`.
+template <typename Owner, typename Member, typename Codec>
+struct Field {
+  std::string_view name;
+  Member Owner::*member;
+  Codec codec;
+
+  void Read(CXMLElementReader& item, Owner& owner) const { codec.Read(item.GetAttrValue(name), owner.*member); }
+  void Write(const Owner& owner, CXMLLine& line) const {
+    std::string text;
+    if (codec.Write(owner.*member, text)) line.AddAttribute(name, text);
+  }
+};
+
+template <typename Owner, typename Member, typename Codec = TextCodec>
+constexpr Field<Owner, Member, Codec> Of(std::string_view name, Member Owner::*member, Codec codec = {}) {
+  return {name, member, codec};
+}
+
+// An attribute that carries nothing: always written as `text`, and taken
+// when read so that it does not come back among the unknown attributes.
+struct Fixed {
+  std::string_view name;
+  std::string_view text;
+
+  template <typename Owner>
+  void Read(CXMLElementReader& item, Owner&) const { item.GetAttrValue(name); }
+  template <typename Owner>
+  void Write(const Owner&, CXMLLine& line) const { line.AddAttribute(name, text); }
+};
+
+// The fields of one element, written in the order they are listed.
+template <typename... Fields>
+class FieldList {
+ public:
+  constexpr explicit FieldList(Fields... fields) : fields_(fields...) {}
+
+  template <typename Owner>
+  void Read(CXMLElementReader& item, Owner& owner) const {
+    std::apply([&](const auto&... field) { (field.Read(item, owner), ...); }, fields_);
+  }
+  template <typename Owner>
+  void Write(const Owner& owner, CXMLLine& line) const {
+    std::apply([&](const auto&... field) { (field.Write(owner, line), ...); }, fields_);
+  }
+
+ private:
+  std::tuple<Fields...> fields_;
+};
+
+template <typename... Fields>
+constexpr FieldList<Fields...> List(Fields... fields) {
+  return FieldList<Fields...>(fields...);
+}
+
+}  // namespace zds::field
+
+#endif  // ZDS_FRAMEWORK_FIELD_CODEC_H_

@@ -1,0 +1,214 @@
+// Reading a document's text into its tree: one pass over the scanner's
+// tokens, keeping for every node a view of the text it came from.
+#include <tuple>
+#include <vector>
+
+#include "zds/framework/vfdl_doc.h"
+#include "zds/framework/xml_text.h"
+
+namespace zds {
+namespace {
+
+constexpr std::string_view kFolderTag = "folder";
+
+std::string_view Between(const char* from, const char* to) { return std::string_view(from, static_cast<size_t>(to - from)); }
+
+const char* EndOf(std::string_view piece) { return piece.data() + piece.size(); }
+
+}  // namespace
+
+// Builds a document's tree from its text in one pass over the tokens.
+class TreeBuilder {
+ public:
+  TreeBuilder(CVFDLDoc& doc, std::string_view text) : doc_(doc), text_(text), scanner_(text) {}
+
+  bool Build() {
+    if (!Next(attributes_)) return false;
+    if (token_.kind == XmlToken::Kind::kDeclaration && !Next(attributes_)) return false;
+    if (token_.kind != XmlToken::Kind::kStart) return false;
+    std::string_view wanted = doc_.GetRootTag();
+    if (!wanted.empty() && token_.name != wanted) return false;
+    doc_.root_tag_ = std::string(token_.name);
+    doc_.head_ = Between(text_.data(), EndOf(token_.raw));
+    const char* prologue_start = EndOf(token_.raw);
+    while (true) {
+      if (!Next(attributes_)) return false;
+      if (token_.depth == 0) return false;  // the root closed without a root folder
+      if (token_.depth == 1 && token_.name == kFolderTag && token_.kind != XmlToken::Kind::kEnd) break;
+    }
+    doc_.prologue_ = Between(prologue_start, token_.raw.data());
+    cursor_ = token_.raw.data();  // the prologue holds what stands before the root folder
+    if (!BuildFolders()) return false;
+    const char* epilogue_start = cursor_;
+    while (true) {
+      if (!Next(attributes_)) return false;
+      if (token_.depth == 0 && token_.kind == XmlToken::Kind::kEnd) break;
+    }
+    doc_.epilogue_ = Between(epilogue_start, token_.raw.data());
+    doc_.tail_ = Between(token_.raw.data(), text_.data() + text_.size());
+    while (Next(attributes_)) {
+    }
+    return !scanner_.failed();
+  }
+
+ private:
+  bool Next(std::vector<XmlAttribute>& attributes) { return scanner_.Next(token_, attributes); }
+
+  // Reads the root folder and everything inside it.
+  bool BuildFolders() {
+    std::vector<CVFDLFolder*> open;
+    CVFDLFolder* root = AddFolder(nullptr);
+    if (token_.kind == XmlToken::Kind::kEmpty) return true;
+    open.push_back(root);
+    while (!open.empty()) {
+      if (!Next(attributes_)) return false;
+      if (token_.kind == XmlToken::Kind::kEnd) {
+        // Inside folders only folder end tags reach here: leaf elements are read whole.
+        CVFDLFolder* folder = open.back();
+        folder->close_lead_ = Between(cursor_, token_.raw.data());
+        folder->close_source_ = token_.raw;
+        cursor_ = EndOf(token_.raw);
+        open.pop_back();
+      } else if (token_.name == kFolderTag) {
+        CVFDLFolder* folder = AddFolder(open.back());
+        if (token_.kind == XmlToken::Kind::kStart) open.push_back(folder);
+      } else if (!AddLeaf(*open.back())) {
+        return false;
+      }
+    }
+    return true;
+  }
+
+  CVFDLFolder* AddFolder(CVFDLFolder* parent) {
+    std::unique_ptr<CVFDLFolder> folder = doc_.NewFolderPointer();
+    CXMLElementReader item(token_.name, attributes_, token_.kind == XmlToken::Kind::kStart);
+    doc_.ReadBaseItem(item, *folder);
+    doc_.ReadFolderExtend(item, *folder);
+    item.AppendUnreadAttributes(folder->unknown_attributes_);
+    folder->self_closing_ = token_.kind == XmlToken::Kind::kEmpty;
+    folder->lead_ = Between(cursor_, token_.raw.data());
+    folder->source_ = token_.raw;
+    cursor_ = EndOf(token_.raw);
+    return static_cast<CVFDLFolder*>(doc_.AddNode(parent, std::move(folder)));
+  }
+
+  // Reads a record, link or other element with everything inside it. An
+  // element no hook accepts stays in the text before the next node.
+  bool AddLeaf(CVFDLFolder& parent) {
+    XmlToken start = token_;
+    element_attributes_.swap(attributes_);
+    std::vector<CXMLElementReader> children;
+    const char* end = EndOf(start.raw);
+    inner_trailing_ = {};
+    if (start.kind == XmlToken::Kind::kStart && !ReadChildren(start, children, end)) return false;
+
+    std::unique_ptr<CVFDLNode> node = NewNodeFor(start.name);
+    if (!node) return true;
+    CXMLElementReader item(start.name, element_attributes_, start.kind == XmlToken::Kind::kStart);
+    item.SetChildren(std::move(children));
+    item.SetTrailingText(inner_trailing_);
+    doc_.ReadBaseItem(item, *node);
+    if (!ReadExtension(item, *node)) {
+      // The refused element stays in the file, so its id stays taken.
+      doc_.ReserveID(node->GetID());
+      return true;
+    }
+    item.AppendUnreadAttributes(node->unknown_attributes_);
+    item.AppendUnreadChildren(node->unknown_content_);
+    node->lead_ = Between(cursor_, start.raw.data());
+    node->source_ = Between(start.raw.data(), end);
+    cursor_ = end;
+    doc_.AddNode(&parent, std::move(node));
+    return true;
+  }
+
+  // Collects the direct children of the element that `start` opened.
+  bool ReadChildren(const XmlToken& start, std::vector<CXMLElementReader>& children, const char*& end) {
+    child_attributes_.clear();
+    struct Pending {
+      std::string_view name;
+      size_t first, count;
+      bool closed;
+      const char* lead;
+      const char* begin;
+      const char* end;
+    };
+    std::vector<Pending> pending;
+    const char* after_previous = EndOf(start.raw);
+    while (true) {
+      if (!Next(attributes_)) return false;
+      if (token_.depth == start.depth && token_.kind == XmlToken::Kind::kEnd) break;
+      if (token_.depth != start.depth + 1) continue;
+      if (token_.kind == XmlToken::Kind::kEnd) {
+        pending.back().end = EndOf(token_.raw);
+        after_previous = EndOf(token_.raw);
+        continue;
+      }
+      size_t first = child_attributes_.size();
+      child_attributes_.insert(child_attributes_.end(), attributes_.begin(), attributes_.end());
+      bool closed = token_.kind == XmlToken::Kind::kStart;
+      pending.push_back({token_.name, first, attributes_.size(), closed, after_previous, token_.raw.data(),
+                         EndOf(token_.raw)});
+      if (!closed) after_previous = EndOf(token_.raw);
+    }
+    end = EndOf(token_.raw);
+    inner_trailing_ = Between(after_previous, token_.raw.data());
+    children.reserve(pending.size());
+    for (const Pending& child : pending) {
+      children.emplace_back(child.name,
+                            std::span<const XmlAttribute>(child_attributes_).subspan(child.first, child.count),
+                            child.closed);
+      children.back().SetRawText(Between(child.lead, child.begin), Between(child.begin, child.end));
+    }
+    return true;
+  }
+
+  std::unique_ptr<CVFDLNode> NewNodeFor(std::string_view tag) const {
+    if (tag == doc_.GetRecTag()) return doc_.NewRecPointer();
+    if (tag == doc_.GetLinkTag()) return doc_.NewLinkPointer();
+    return doc_.NewOtherPointer(tag);
+  }
+
+  bool ReadExtension(CXMLElementReader& item, CVFDLNode& node) {
+    switch (node.GetNodeType()) {
+      case kNodeRec:
+        return doc_.ReadRecExtend(item, static_cast<CVFDLRec&>(node));
+      case kNodeLink:
+        return true;
+      default:
+        return doc_.InitOtherItem(item, node);
+    }
+  }
+
+  CVFDLDoc& doc_;
+  std::string_view text_;
+  XmlScanner scanner_;
+  XmlToken token_;
+  const char* cursor_ = nullptr;  // end of the last text a node took
+  std::string_view inner_trailing_;  // text after a leaf's last child
+  std::vector<XmlAttribute> attributes_;
+  std::vector<XmlAttribute> element_attributes_;
+  std::vector<XmlAttribute> child_attributes_;
+};
+
+bool CVFDLDoc::SetXml(std::string text) {
+  auto owned = std::make_unique<std::string>(std::move(text));
+  TreeState previous = TakeTree();
+  auto saved_views = std::make_tuple(head_, prologue_, epilogue_, tail_, root_tag_);
+  TreeBuilder builder(*this, *owned);
+  if (!builder.Build()) {
+    ClearTree();
+    RestoreTree(std::move(previous));
+    std::tie(head_, prologue_, epilogue_, tail_, root_tag_) = saved_views;
+    return false;
+  }
+  size_t line_feed = owned->find('\n');
+  newline_ = line_feed != std::string::npos && line_feed > 0 && (*owned)[line_feed - 1] != '\r' ? "\n" : "\r\n";
+  OnTreeReplaced();
+  previous.nodes.clear();
+  held_.clear();
+  text_ = std::move(owned);
+  return true;
+}
+
+}  // namespace zds
