@@ -1,26 +1,21 @@
-#include "events/autorun_doc.h"
+#include "zds/events/autorun_doc.h"
 
-#include "resources/string_table.h"
+#include "zds/framework/field_codec.h"
 
 namespace zds {
+namespace {
 
-std::string_view AutoRunTypeWord(int type) {
-  switch (type) {
-    case kAutoRunZds: return "zds";
-    case kAutoRunQfs: return "qfs";
-    case kAutoRunKfs: return "kfs";
-    default: return {};
-  }
-}
+// An unknown or missing type word reads as unknown and is written empty.
+constexpr auto kTypeWords =
+    field::MakeWords(field::kWords.ReadingUnknownAs(kAutoRunUnknown).WritingUnknownAs(""), field::Word{kAutoRunZds, "zds"},
+                     field::Word{kAutoRunQfs, "qfs"}, field::Word{kAutoRunKfs, "kfs"});
 
-int AutoRunTypeFromWord(std::string_view word) {
-  for (int type : {kAutoRunZds, kAutoRunQfs, kAutoRunKfs}) {
-    if (word == AutoRunTypeWord(type)) return type;
-  }
-  return kAutoRunUnknown;
-}
+constexpr auto kAutoRunFields = field::List(field::Of("type", &CAutoRunExtendRec::type, kTypeWords),
+                                            field::Of("description", &CAutoRunExtendRec::description));
 
-std::string CAutoRunDoc::GetTemplateText() const { return LoadTemplate(res::kAutoRunTemplate); }
+}  // namespace
+
+std::string_view AutoRunTypeWord(int type) { return kTypeWords.WordOf(type).value_or(""); }
 
 CVFDLFolder* CAutoRunDoc::GetGroupNode(std::string_view name) {
   if (GetRoot() == nullptr) return nullptr;
@@ -28,7 +23,7 @@ CVFDLFolder* CAutoRunDoc::GetGroupNode(std::string_view name) {
     if (child->IsFolder() && child->GetAlias() == name) return static_cast<CVFDLFolder*>(child);
   }
   if (name != "default") return nullptr;
-  return GetFolderByPos(CreateGroup(name));
+  return GetFolder(CreateGroup(name));
 }
 
 std::string CAutoRunDoc::CreateGroup(std::string_view name) {
@@ -38,19 +33,14 @@ std::string CAutoRunDoc::CreateGroup(std::string_view name) {
   return AddFolder(GetRoot()->GetPos(), group, true);
 }
 
-bool CAutoRunDoc::InitExtendRecItem(CXMLElementReader& item, CVFDLRec& rec) {
-  CAutoRunExtendRec& run = static_cast<CAutoRunRec&>(rec).GetExtendRec();
-  run.type = AutoRunTypeFromWord(item.GetAttrValue("type"));
-  run.description = item.GetAttrValue("description");
+bool CAutoRunDoc::InitExtendRecItem(CXMLElementReader& item, CAutoRunExtendRec& run) {
+  kAutoRunFields.Read(item, run);
   return true;
 }
 
-void CAutoRunDoc::CreateExtendRecText(const CVFDLRec& rec, CXMLLine& line, std::vector<std::string>& /*lines*/) const {
-  const auto* stored = dynamic_cast<const CAutoRunExtendRec*>(rec.GetExtend());
-  const CAutoRunExtendRec defaults;
-  const CAutoRunExtendRec& run = stored ? *stored : defaults;
-  line.AddAttribute("type", AutoRunTypeWord(run.type));
-  line.AddAttribute("description", run.description);
+void CAutoRunDoc::CreateExtendRecText(const CAutoRunExtendRec& run, CXMLLine& line,
+                                      std::vector<std::string>& /*lines*/) const {
+  kAutoRunFields.Write(run, line);
 }
 
 }  // namespace zds

@@ -8,12 +8,11 @@
 #ifndef ZDS_EVENTS_EVENT_DOC_H_
 #define ZDS_EVENTS_EVENT_DOC_H_
 
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "framework/vfdl_doc.h"
+#include "zds/framework/family.h"
 
 namespace zds {
 
@@ -21,18 +20,12 @@ inline constexpr int kEventPriorityLow = 1;
 inline constexpr int kEventPriorityNormal = 2;
 inline constexpr int kEventPriorityHigh = 3;
 
-// Extension types of the queue's nodes.
-inline constexpr int kEventFolderType = 160;
-inline constexpr int kEventRecType = 161;
-
 // "low", "normal", "high"; empty for a priority outside 1 to 3.
 std::string_view EventPriorityWord(int priority);
-// The priority a stored word means: anything but "low" and "high" is normal.
-int EventPriorityFromWord(std::string_view word);
 
 class CAEventExtendRec : public CVFDLExtendBase<CAEventExtendRec> {
  public:
-  bool operator==(const CAEventExtendRec& other) const;
+  bool operator==(const CAEventExtendRec&) const = default;
 
   bool new_flag = true;
   int status = 0;
@@ -49,25 +42,20 @@ class CAEventExtendRec : public CVFDLExtendBase<CAEventExtendRec> {
 
 class CAEventRec : public CVFDLTypedRec<CAEventRec, CAEventExtendRec> {};
 
-class CAEventDoc : public CVFDLDoc {
+class CAEventDoc : public CVFDLFamily<CAEventDoc, CVFDLDoc, CAEventRec> {
  public:
-  static std::unique_ptr<CRTTIObject> CreateObject() { return CreateRTTIObject<CAEventDoc>(); }
-  std::string_view GetRTTIClass() const override { return "CAEventDoc"; }
+  static constexpr CFamilyInfo kFamily{"CAEventDoc", "AEvent", res::kEventTemplate, 0, 160, 161};
 
   // Numbers the event and stamps its creation time (the caller's is
   // replaced); an event is never saved on its own, whatever `flag` says.
-  std::string AddRec(std::string_view parent_pos, const CVFDLRec& rec, bool flag) override;
+  [[nodiscard]] std::string AddRec(std::string_view parent_pos, const CVFDLRec& rec, bool flag) override;
   // Clears the event's new mark; false when `pos` is no event.
-  bool MarkRead(std::string_view pos, bool flag);
-
-  void InitNodeExtendType(CVFDLNode& node) override;
+  [[nodiscard]] bool MarkRead(std::string_view pos, bool flag);
 
  protected:
-  std::string GetTemplateText() const override;
-  std::string_view GetRootTag() const override { return "AEvent"; }
-  std::unique_ptr<CVFDLRec> NewRecPointer() const override { return std::make_unique<CAEventRec>(); }
-  bool InitExtendRecItem(CXMLElementReader& item, CVFDLRec& rec) override;
-  void CreateExtendRecText(const CVFDLRec& rec, CXMLLine& line, std::vector<std::string>& lines) const override;
+  bool InitExtendRecItem(CXMLElementReader& item, CAEventExtendRec& event) override;
+  void CreateExtendRecText(const CAEventExtendRec& event, CXMLLine& line,
+                           std::vector<std::string>& lines) const override;
 };
 
 }  // namespace zds

@@ -1,11 +1,8 @@
-#include "events/monitor_doc.h"
+#include "zds/events/monitor_doc.h"
 
-#include "platform/time.h"
-#include "resources/string_table.h"
+#include "zds/platform/time.h"
 
 namespace zds {
-
-std::string CMonitorDoc::GetTemplateText() const { return LoadTemplate(res::kMonitorTemplate); }
 
 std::string CMonitorDoc::InsertRec(std::string_view text) {
   if (GetRoot() == nullptr) return std::string();

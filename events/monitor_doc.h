@@ -5,26 +5,20 @@
 #ifndef ZDS_EVENTS_MONITOR_DOC_H_
 #define ZDS_EVENTS_MONITOR_DOC_H_
 
-#include <memory>
 #include <string>
 #include <string_view>
 
-#include "framework/vfdl_doc.h"
+#include "zds/framework/family.h"
 
 namespace zds {
 
-class CMonitorDoc : public CVFDLDoc {
+class CMonitorDoc : public CVFDLFamily<CMonitorDoc, CVFDLDoc> {
  public:
-  static std::unique_ptr<CRTTIObject> CreateObject() { return CreateRTTIObject<CMonitorDoc>(); }
-  std::string_view GetRTTIClass() const override { return "CMonitorDoc"; }
+  static constexpr CFamilyInfo kFamily{"CMonitorDoc", "Monitor", res::kMonitorTemplate};
 
   // Appends "<local time to the minute>  <text>" to the root folder and
-  // returns the entry's position (empty when the document is not open).
-  std::string InsertRec(std::string_view text);
-
- protected:
-  std::string GetTemplateText() const override;
-  std::string_view GetRootTag() const override { return "Monitor"; }
+  // returns the entry's position (empty when it could not be added or saved).
+  [[nodiscard]] std::string InsertRec(std::string_view text);
 };
 
 }  // namespace zds

@@ -1,8 +1,6 @@
-#include "store/aidl_doc.h"
+#include "zds/store/aidl_doc.h"
 
-#include <cstdlib>
-
-#include "resources/string_table.h"
+#include "zds/framework/field_codec.h"
 
 namespace zds {
 namespace {
@@ -23,29 +21,31 @@ constexpr SystemFolderInfo kSystemFolders[] = {
     {"Calendar", "calendar;class=CCalendarDoc;os=universal"},
 };
 
-constexpr std::string_view kVariableAttributes[] = {"normal", "hidden", "undel", "system"};
+// A missing or unknown attribute word is the program's own ("system").
+constexpr auto kVariableAttributeWords = field::MakeWords(
+    field::kWords.ReadingUnknownAs(CAIDLVarRec::kSystem).WritingUnknownAs("system"), field::Word{CAIDLVarRec::kNormal, "normal"},
+    field::Word{CAIDLVarRec::kHidden, "hidden"}, field::Word{CAIDLVarRec::kUndel, "undel"},
+    field::Word{CAIDLVarRec::kSystem, "system"});
 
-int ReadVariableAttribute(std::string_view word) {
-  for (int i = 0; i < 4; ++i) {
-    if (kVariableAttributes[i] == word) return i;
-  }
-  return CAIDLVarRec::kSystem;  // missing or unknown: the program's own
-}
+constexpr auto kVariableFields = field::List(
+    field::Of("formname", &CAIDLVarRec::formname), field::Of("name", &CAIDLVarRec::name),
+    field::Of("value", &CAIDLVarRec::value), field::Of("encrypt", &CAIDLVarRec::encrypt, field::kFlagExact),
+    field::Of("attribute", &CAIDLVarRec::attribute, kVariableAttributeWords));
 
-std::string_view VariableAttributeWord(int attribute) {
-  return attribute >= 0 && attribute < 4 ? kVariableAttributes[attribute] : kVariableAttributes[3];
-}
+constexpr auto kServiceFields = field::List(field::Of("name", &CAIDLService::name),
+                                            field::Of("extend", &CAIDLService::extend),
+                                            field::Of("provider", &CAIDLService::provider),
+                                            field::Of("abstract", &CAIDLService::abstract));
+
+// The extension types of the service kinds; an unknown kind has none.
+constexpr auto kServiceKinds = field::MakeWords(
+    field::kWords.ReadingUnknownAs(0), field::Word{3, "webmail"}, field::Word{4, "popmail"}, field::Word{5, "news"},
+    field::Word{6, "chatroom"}, field::Word{7, "irc"}, field::Word{8, "httpsms"}, field::Word{9, "webcast"},
+    field::Word{10, "homepage"}, field::Word{11, "other"});
 
 }  // namespace
 
-int ServiceExtendType(std::string_view name) {
-  static constexpr std::string_view kKinds[] = {"webmail", "popmail", "news",    "chatroom", "irc",
-                                                "httpsms", "webcast", "homepage", "other"};
-  for (int i = 0; i < 9; ++i) {
-    if (kKinds[i] == name) return i + 3;
-  }
-  return 0;
-}
+int ServiceExtendType(std::string_view name) { return kServiceKinds.ValueOf(name).value_or(0); }
 
 // ---- CAIDLService ----
 
@@ -91,10 +91,6 @@ std::string CAIDLService::GetVariable(std::string_view variable_name) const {
 
 // ---- reading and writing ----
 
-std::string CAIDLDoc::GetTemplateText() const {
-  return LoadTemplate(res::kAidlTemplateHead, res::kAidlTemplateTail);
-}
-
 std::unique_ptr<CVFDLNode> CAIDLDoc::NewOtherPointer(std::string_view tag) const {
   if (tag == kServiceTag) return std::make_unique<CAIDLService>();
   return nullptr;
@@ -104,36 +100,28 @@ std::string_view CAIDLDoc::GetOtherTag(const CVFDLNode& node) const {
   return node.GetNodeType() == kNodeService ? kServiceTag : std::string_view();
 }
 
-bool CAIDLDoc::InitExtendFolderItem(CXMLElementReader& item, CVFDLFolder& folder) {
-  if (auto* extend = dynamic_cast<CAIDLExtendFolder*>(folder.GetExtend())) {
-    extend->default_service = item.GetAttrValue("default");
-  }
+constexpr auto kFolderFields = field::List(field::Of("default", &CAIDLExtendFolder::default_service, field::kTextUnlessEmpty));
+
+bool CAIDLDoc::InitExtendFolderItem(CXMLElementReader& item, CAIDLExtendFolder& folder) {
+  kFolderFields.Read(item, folder);
   return true;
 }
 
-void CAIDLDoc::CreateExtendFolderText(const CVFDLFolder& folder, CXMLLine& line) const {
-  const auto* extend = dynamic_cast<const CAIDLExtendFolder*>(folder.GetExtend());
-  if (extend && !extend->default_service.empty()) line.AddAttribute("default", extend->default_service);
+void CAIDLDoc::CreateExtendFolderText(const CAIDLExtendFolder& folder, CXMLLine& line) const {
+  kFolderFields.Write(folder, line);
 }
 
 bool CAIDLDoc::InitOtherItem(CXMLElementReader& item, CVFDLNode& node) {
   auto* service = dynamic_cast<CAIDLService*>(&node);
   if (service == nullptr) return false;
-  service->name = item.GetAttrValue("name");
-  service->extend = item.GetAttrValue("extend");
-  service->provider = item.GetAttrValue("provider");
-  service->abstract = item.GetAttrValue("abstract");
+  kServiceFields.Read(item, *service);
   service->SetSrc(GetActualFilePos(service->GetSrc()));
   service->variables.clear();
   for (CXMLElementReader& child : item.GetChildren()) {
     if (child.GetTag() != kVariableTag) continue;
     child.MarkRead();
     auto variable = std::make_unique<CAIDLVarRec>();
-    variable->formname = child.GetAttrValue("formname");
-    variable->name = child.GetAttrValue("name");
-    variable->value = child.GetAttrValue("value");
-    variable->encrypt = child.GetAttrValue("encrypt") == "yes";
-    variable->attribute = ReadVariableAttribute(child.GetAttrValue("attribute"));
+    kVariableFields.Read(child, *variable);
     child.AppendUnreadAttributes(variable->unknown_attributes);
     service->variables.push_back(std::move(variable));
   }
@@ -155,11 +143,7 @@ void CAIDLDoc::CreateOtherItemText(const CVFDLNode& node, CXMLLine& line, std::v
   for (const auto& variable : service->variables) {
     CXMLLine variable_line;
     variable_line.SetLine(kVariableTag, true, CXMLLine::Type::kElement);
-    variable_line.AddAttribute("formname", variable->formname);
-    variable_line.AddAttribute("name", variable->name);
-    variable_line.AddAttribute("value", variable->value);
-    variable_line.AddAttribute("encrypt", variable->encrypt ? "yes" : "no");
-    variable_line.AddAttribute("attribute", VariableAttributeWord(variable->attribute));
+    kVariableFields.Write(*variable, variable_line);
     variable_line.AppendRawAttributes(variable->unknown_attributes);
     lines.push_back(variable_line.GetLine(true));
   }
@@ -196,7 +180,8 @@ std::string CAIDLDoc::NewSystemFolder(SystemKind kind, std::string_view path) {
   folder.SetContent(kSystemFolders[kind].content);
   folder.SetSrc(GetActualFilePos(path));
   std::string pos = AddFolder(GetRoot()->GetPos(), folder, false);
-  if (CVFDLNode* node = GetNodeByPos(pos); node && GetClassRegistry().IsRegistered(node->GetContentClass())) {
+  if (pos.empty()) return pos;
+  if (CVFDLNode* node = GetNodeByPos(pos); node && GetClassRegistry() && GetClassRegistry()->IsRegistered(node->GetContentClass())) {
     LoadVFDLDoc(*node, true);
   }
   return pos;
@@ -245,7 +230,7 @@ std::string CAIDLDoc::GetServiceID(std::string_view pos) const {
 
 int CAIDLDoc::GetServiceSYNCVersion(std::string_view pos) const {
   CAIDLService* service = GetService(pos);
-  return service ? std::atoi(service->GetVariable("syncversion").c_str()) : 0;
+  return service ? field::ParseAtoi(service->GetVariable("syncversion")) : 0;
 }
 
 // ---- links ----

@@ -13,7 +13,8 @@
 #include <string_view>
 #include <vector>
 
-#include "framework/xvfdl_doc.h"
+#include "zds/framework/family.h"
+#include "zds/framework/xvfdl_doc.h"
 
 namespace zds {
 
@@ -26,15 +27,7 @@ class CAIDLExtendFolder : public CVFDLExtendBase<CAIDLExtendFolder> {
   bool operator==(const CAIDLExtendFolder&) const = default;
 };
 
-class CAIDLFolder : public CVFDLFolder {
- public:
-  CAIDLFolder() { SetExtend(std::make_unique<CAIDLExtendFolder>()); }
-  std::unique_ptr<CVFDLNode> Clone() const override { return std::make_unique<CAIDLFolder>(*this); }
-  CAIDLExtendFolder& GetExtendFolder() { return static_cast<CAIDLExtendFolder&>(*GetExtend()); }
-  const CAIDLExtendFolder& GetExtendFolder() const { return static_cast<const CAIDLExtendFolder&>(*GetExtend()); }
-  bool operator==(const CAIDLFolder& other) const { return ValueEquals(other); }
-  bool operator!=(const CAIDLFolder& other) const { return !ValueEquals(other); }
-};
+class CAIDLFolder : public CVFDLTypedFolder<CAIDLFolder, CAIDLExtendFolder> {};
 
 class CAIDLLink : public CVFDLLink {
  public:
@@ -78,10 +71,9 @@ class CAIDLService : public CVFDLNode {
   std::string GetVariable(std::string_view variable_name) const;
 };
 
-class CAIDLDoc : public CXCASDVFDLDoc {
+class CAIDLDoc : public CVFDLFamily<CAIDLDoc, CXCASDVFDLDoc, CVFDLRec, CAIDLFolder> {
  public:
-  static std::unique_ptr<CRTTIObject> CreateObject() { return CreateRTTIObject<CAIDLDoc>(); }
-  std::string_view GetRTTIClass() const override { return "CAIDLDoc"; }
+  static constexpr CFamilyInfo kFamily{"CAIDLDoc", "aidl", res::kAidlTemplateHead, res::kAidlTemplateTail};
 
   // The four strings the host hands over before the index is loaded; the
   // index keeps them for the host and does not interpret them.
@@ -109,9 +101,9 @@ class CAIDLDoc : public CXCASDVFDLDoc {
   std::string NewHistoryFolder(std::string_view path) { return NewSystemFolder(kHistory, path); }
 
   // Services.
-  std::string AddService(std::string_view parent_pos, const CAIDLService& service);
-  bool UpdateService(std::string_view pos, const CAIDLService& service);
-  bool DelService(std::string_view pos);
+  [[nodiscard]] std::string AddService(std::string_view parent_pos, const CAIDLService& service);
+  [[nodiscard]] bool UpdateService(std::string_view pos, const CAIDLService& service);
+  [[nodiscard]] bool DelService(std::string_view pos);
   int DelAllService();
   CAIDLService* GetService(std::string_view pos) const;
   std::string GetServiceID(std::string_view pos) const;
@@ -119,8 +111,8 @@ class CAIDLDoc : public CXCASDVFDLDoc {
   int GetServiceSYNCVersion(std::string_view pos) const;
 
   // The browser favorites and history links, kept under the root folder.
-  std::string NewIeFavLink(std::string_view path) { return NewLink(kIeFav, path); }
-  std::string NewIeHistoryLink(std::string_view path) { return NewLink(kIeHistory, path); }
+  [[nodiscard]] std::string NewIeFavLink(std::string_view path) { return NewLink(kIeFav, path); }
+  [[nodiscard]] std::string NewIeHistoryLink(std::string_view path) { return NewLink(kIeHistory, path); }
   std::string GetIeFavPath() const;
   std::string GetIeHistoryFilePos() const;
   int DelAllLink();
@@ -138,18 +130,16 @@ class CAIDLDoc : public CXCASDVFDLDoc {
   static constexpr std::string_view kIeFav = "Iefav";
   static constexpr std::string_view kIeHistory = "Iehistory";
 
+  void InitNodeExtendType(CVFDLNode& node) override;
+
  protected:
-  std::string GetTemplateText() const override;
-  std::string_view GetRootTag() const override { return "aidl"; }
-  std::unique_ptr<CVFDLFolder> NewFolderPointer() const override { return std::make_unique<CAIDLFolder>(); }
   std::unique_ptr<CVFDLLink> NewLinkPointer() const override { return std::make_unique<CAIDLLink>(); }
   std::unique_ptr<CVFDLNode> NewOtherPointer(std::string_view tag) const override;
   std::string_view GetOtherTag(const CVFDLNode& node) const override;
-  bool InitExtendFolderItem(CXMLElementReader& item, CVFDLFolder& folder) override;
-  void CreateExtendFolderText(const CVFDLFolder& folder, CXMLLine& line) const override;
+  bool InitExtendFolderItem(CXMLElementReader& item, CAIDLExtendFolder& folder) override;
+  void CreateExtendFolderText(const CAIDLExtendFolder& folder, CXMLLine& line) const override;
   bool InitOtherItem(CXMLElementReader& item, CVFDLNode& node) override;
   void CreateOtherItemText(const CVFDLNode& node, CXMLLine& line, std::vector<std::string>& lines) const override;
-  void InitNodeExtendType(CVFDLNode& node) override;
 
  private:
   enum SystemKind { kFavorites, kAddresses, kHistory, kCalendar };
