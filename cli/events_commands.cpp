@@ -1,11 +1,14 @@
 #include "cli/events_commands.h"
 
+#include <algorithm>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
-#include "events/autorun_doc.h"
-#include "events/event_doc.h"
-#include "framework/casd_vfdl_doc.h"
+#include "zds/events/autorun_doc.h"
+#include "zds/events/event_doc.h"
+#include "zds/events/monitor_doc.h"
 
 namespace zds::cli {
 namespace {
@@ -14,21 +17,15 @@ constexpr std::string_view kEventFile = "\\XEvent.xml";
 constexpr std::string_view kMonitorFile = "\\Monitor.xml";
 constexpr std::string_view kAutoRunFile = "\\autorun.xml";
 
-// Opens `doc` from `path`; a missing file reads as the empty template and
-// is written only when `save_new` asks for it.
-bool Open(CVFDLDoc& doc, const DataRootPtr& root, std::string_view path, bool save_new, std::ostream& err) {
+// Opens `doc` from `path` without creating it; a missing file leaves the
+// document empty, so it lists nothing.
+bool Open(CVFDLDoc& doc, const DataRootPtr& root, std::string_view path, std::ostream& err) {
   doc.SetDataRoot(root);
-  int opened = OpenVFDLDoc(doc, path, "");
-  if (opened < 0) {
-    err << "zds: cannot use " << root->NativeRoot() << '/' << path.substr(1)
-        << ": it is damaged or unreadable (left untouched)\n";
-    return false;
-  }
-  if (opened == 0 && save_new && !doc.SaveXMLDoc()) {
-    err << "zds: cannot write " << root->NativeRoot() << '/' << path.substr(1) << '\n';
-    return false;
-  }
-  return true;
+  OpenResult opened = OpenVFDLDoc(doc, path, "", false);
+  if (IsOpen(opened) || opened == OpenResult::kMissing) return true;
+  err << "zds: cannot use " << root->NativeRoot() << '/' << path.substr(1)
+      << ": it is damaged or unreadable (left untouched)\n";
+  return false;
 }
 
 // A stored text as one output field: tabs and line breaks become blanks.
@@ -40,44 +37,36 @@ std::string Field(std::string_view text) {
   return field;
 }
 
-// Calls `visit` (node, depth) for every node below `folder`, depth first.
+// Calls `visit` (node, depth) for every node of the document, depth first,
+// without recursion: folders may nest deeper than the stack.
 template <typename Visit>
-void Walk(const CVFDLFolder& folder, int depth, const Visit& visit) {
-  for (const CVFDLNode* node = folder.GetFirstChild(); node; node = node->GetNextSibling()) {
+void Walk(const CVFDLDoc& doc, const Visit& visit) {
+  if (doc.GetRoot() == nullptr) return;
+  std::vector<std::pair<const CVFDLNode*, int>> pending;
+  auto push_children = [&pending](const CVFDLNode& node, int depth) {
+    if (!node.IsFolder()) return;
+    size_t first = pending.size();
+    for (const CVFDLNode* child = static_cast<const CVFDLFolder&>(node).GetFirstChild(); child;
+         child = child->GetNextSibling()) {
+      pending.emplace_back(child, depth);
+    }
+    std::reverse(pending.begin() + static_cast<std::ptrdiff_t>(first), pending.end());
+  };
+  push_children(*doc.GetRoot(), 0);
+  while (!pending.empty()) {
+    auto [node, depth] = pending.back();
+    pending.pop_back();
     visit(*node, depth);
-    if (node->IsFolder()) Walk(static_cast<const CVFDLFolder&>(*node), depth + 1, visit);
+    push_children(*node, depth + 1);
   }
 }
 
 }  // namespace
 
-std::unique_ptr<CMonitorDoc> StartMonitor(const DataRootPtr& root, std::ostream& err) {
-  if (!root->CreateDirectories("")) {
-    err << "zds: cannot create the data root " << root->NativeRoot() << '\n';
-    return nullptr;
-  }
-  auto monitor = std::make_unique<CMonitorDoc>();
-  monitor->SetDataRoot(root);
-  monitor->SetAutoSaveFlag(true);
-  // Never loaded: the monitor only ever holds the current run.
-  if (!monitor->NewXMLDoc(kMonitorFile) || !monitor->InitVFDLDoc("", "kov:") ||
-      monitor->InsertRec("Monitor Init OK").empty() || monitor->IsModified()) {
-    err << "zds: cannot write " << root->NativeRoot() << '/' << kMonitorFile.substr(1) << '\n';
-    return nullptr;
-  }
-  return monitor;
-}
-
-bool OpenEventDocuments(const DataRootPtr& root, std::ostream& err) {
-  CAEventDoc events;
-  CAutoRunDoc autorun;
-  return Open(events, root, kEventFile, true, err) && Open(autorun, root, kAutoRunFile, true, err);
-}
-
 int RunEventsCommand(const DataRootPtr& root, std::ostream& out, std::ostream& err) {
   CAEventDoc doc;
-  if (!Open(doc, root, kEventFile, false, err)) return 1;
-  Walk(*doc.GetRoot(), 0, [&out](const CVFDLNode& node, int) {
+  if (!Open(doc, root, kEventFile, err)) return 1;
+  Walk(doc, [&out](const CVFDLNode& node, int) {
     const auto* event = dynamic_cast<const CAEventRec*>(&node);
     if (event == nullptr) return;
     const CAEventExtendRec& fields = event->GetExtendRec();
@@ -90,8 +79,8 @@ int RunEventsCommand(const DataRootPtr& root, std::ostream& out, std::ostream& e
 
 int RunMonitorCommand(const DataRootPtr& root, std::ostream& out, std::ostream& err) {
   CMonitorDoc doc;
-  if (!Open(doc, root, kMonitorFile, false, err)) return 1;
-  Walk(*doc.GetRoot(), 0, [&out](const CVFDLNode& node, int) {
+  if (!Open(doc, root, kMonitorFile, err)) return 1;
+  Walk(doc, [&out](const CVFDLNode& node, int) {
     if (node.GetNodeType() == kNodeRec) out << Field(node.GetAlias()) << '\n';
   });
   return 0;
@@ -99,8 +88,8 @@ int RunMonitorCommand(const DataRootPtr& root, std::ostream& out, std::ostream& 
 
 int RunAutoRunCommand(const DataRootPtr& root, std::ostream& out, std::ostream& err) {
   CAutoRunDoc doc;
-  if (!Open(doc, root, kAutoRunFile, false, err)) return 1;
-  Walk(*doc.GetRoot(), 0, [&out](const CVFDLNode& node, int depth) {
+  if (!Open(doc, root, kAutoRunFile, err)) return 1;
+  Walk(doc, [&out](const CVFDLNode& node, int depth) {
     std::string indent(2 * static_cast<size_t>(depth), ' ');
     if (const auto* item = dynamic_cast<const CAutoRunRec*>(&node)) {
       std::string_view type = AutoRunTypeWord(item->GetExtendRec().type);

@@ -1,5 +1,6 @@
 #include "cli/store_commands.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace zds::cli {
@@ -19,44 +20,83 @@ void PrintField(std::ostream& out, std::string_view name, std::string_view value
   out << name << ": " << value << '\n';
 }
 
+std::string NativeName(const CZDS& facade, std::string_view stored) {
+  std::string name = facade.GetDataRoot()->NativeRoot();
+  if (stored.empty()) return name;
+  name += '/';
+  for (char c : stored.substr(stored.front() == '\\' ? 1 : 0)) name += c == '\\' ? '/' : c;
+  return name;
+}
+
+// The service index of an existing store, opened alone; null (with a line
+// on `err`) when there is none or it cannot be used.
+bool OpenIndex(CZDS& facade, std::ostream& err) {
+  if (!facade.GetDataRoot()->FileExists(facade.GetAIDLPath())) {
+    err << "zds: no store at " << facade.GetDataRoot()->NativeRoot() << " (run 'zds init' first)\n";
+    return false;
+  }
+  if (facade.InitAIDL()) return true;
+  err << DescribeStartupFailure(facade) << '\n';
+  return false;
+}
+
+// Calls `visit` (node, path) for every node, depth first; each path is
+// built from its parent's, so deep trees cost no more than their size.
+template <typename Visit>
+void WalkWithPaths(const CVFDLFolder& root, const Visit& visit) {
+  std::vector<std::pair<const CVFDLNode*, std::string>> pending{{&root, root.GetPath()}};
+  while (!pending.empty()) {
+    auto [node, path] = std::move(pending.back());
+    pending.pop_back();
+    visit(*node, path);
+    if (!node->IsFolder()) continue;
+    size_t first = pending.size();
+    for (const CVFDLNode* child = static_cast<const CVFDLFolder*>(node)->GetFirstChild(); child;
+         child = child->GetNextSibling()) {
+      pending.emplace_back(child, path + '\\' + child->GetAlias());
+    }
+    std::reverse(pending.begin() + static_cast<std::ptrdiff_t>(first), pending.end());
+  }
+}
+
 }  // namespace
 
-std::unique_ptr<CAIDLDoc> OpenServiceIndex(const std::shared_ptr<platform::DataRoot>& root, bool create,
-                                           std::ostream& err) {
-  if (create && !root->CreateDirectories("")) {
-    err << "zds: cannot create the data root " << root->NativeRoot() << '\n';
-    return nullptr;
+std::string DescribeStartupFailure(const CZDS& facade) {
+  const CZDS::StartupFailure& failure = facade.GetStartupFailure();
+  std::string name = NativeName(facade, failure.path);
+  switch (failure.result) {
+    case OpenResult::kUnusable:
+      return "zds: cannot use " + name + ": it is damaged or unreadable (left untouched)";
+    case OpenResult::kMissing:
+      return "zds: " + std::string(failure.step) + " needs " + name + ", which is missing";
+    default:
+      if (failure.path.empty()) return "zds: cannot create the data root " + name;
+      return "zds: cannot write " + name;
   }
-  auto index = std::make_unique<CAIDLDoc>();
-  index->SetDataRoot(root);
-  index->SetAutoSaveFlag(true);
-  int opened = OpenVFDLDoc(*index, kServiceIndexPath, "", create);
-  if (opened >= 0) return index;
-  if (!create && !root->FileExists(kServiceIndexPath)) {
-    err << "zds: no store at " << root->NativeRoot() << " (run 'zds init' first)\n";
-  } else {
-    err << "zds: cannot use " << root->NativeRoot() << "/aidl.xml: it is damaged or unreadable (left untouched)\n";
+}
+
+int RunInitCommand(const DataRootPtr& root, std::ostream& out, std::ostream& err) {
+  CZDS facade;
+  facade.SetDataRoot(root);
+  if (!facade.InitZDS()) {
+    err << DescribeStartupFailure(facade) << '\n';
+    return 1;
   }
-  return nullptr;
+  PrintTree(*facade.GetAIDLDoc(), out);
+  return 0;
 }
 
 void PrintTree(const CAIDLDoc& index, std::ostream& out) {
-  std::vector<const CVFDLNode*> pending{index.GetRoot()};
-  while (!pending.empty()) {
-    const CVFDLNode* node = pending.back();
-    pending.pop_back();
-    out << node->GetPath() << "  " << KindName(*node) << ' ' << node->GetID() << '\n';
-    if (!node->IsFolder()) continue;
-    std::vector<const CVFDLNode*> children;
-    for (const CVFDLNode* child = static_cast<const CVFDLFolder*>(node)->GetFirstChild(); child;
-         child = child->GetNextSibling()) {
-      children.push_back(child);
-    }
-    pending.insert(pending.end(), children.rbegin(), children.rend());
-  }
+  WalkWithPaths(*index.GetRoot(), [&out](const CVFDLNode& node, const std::string& path) {
+    out << path << '\t' << KindName(node) << '\t' << node.GetID() << '\n';
+  });
 }
 
-int RunListCommand(const CAIDLDoc& index, const std::string& path, std::ostream& out, std::ostream& err) {
+int RunListCommand(const DataRootPtr& root, const std::string& path, std::ostream& out, std::ostream& err) {
+  CZDS facade;
+  facade.SetDataRoot(root);
+  if (!OpenIndex(facade, err)) return 1;
+  const CAIDLDoc& index = *facade.GetAIDLDoc();
   CVFDLNode* node = index.GetNodeByPath(path);
   if (node == nullptr) {
     err << "zds: no such path: " << path << '\n';
@@ -67,13 +107,16 @@ int RunListCommand(const CAIDLDoc& index, const std::string& path, std::ostream&
     return 1;
   }
   for (const CVFDLNode* child = index.GetFirstChild(*node); child; child = child->GetNextSibling()) {
-    out << child->GetID() << ' ' << KindName(*child) << ' ' << child->GetAlias() << '\n';
+    out << child->GetID() << '\t' << KindName(*child) << '\t' << child->GetAlias() << '\n';
   }
   return 0;
 }
 
-int RunShowCommand(const CAIDLDoc& index, const std::string& path, std::ostream& out, std::ostream& err) {
-  CVFDLNode* node = index.GetNodeByPath(path);
+int RunShowCommand(const DataRootPtr& root, const std::string& path, std::ostream& out, std::ostream& err) {
+  CZDS facade;
+  facade.SetDataRoot(root);
+  if (!OpenIndex(facade, err)) return 1;
+  CVFDLNode* node = facade.GetAIDLDoc()->GetNodeByPath(path);
   if (node == nullptr) {
     err << "zds: no such path: " << path << '\n';
     return 1;

@@ -1,5 +1,5 @@
-// The zds host's commands on the service index: opening the store and
-// looking at its tree by virtual path.
+// The zds host's commands on the store as a whole: start-up (`init`) and
+// looking at the service index's tree by virtual path (`ls`, `show`).
 
 #ifndef ZDS_CLI_STORE_COMMANDS_H_
 #define ZDS_CLI_STORE_COMMANDS_H_
@@ -8,23 +8,25 @@
 #include <ostream>
 #include <string>
 
-#include "platform/files.h"
-#include "store/aidl_doc.h"
+#include "zds/platform/files.h"
+#include "zds/store/zds.h"
 
 namespace zds::cli {
 
-// The stored path of the service index under the data root.
-inline constexpr const char kServiceIndexPath[] = "\\aidl.xml";
+using DataRootPtr = std::shared_ptr<const platform::DataRoot>;
 
-// Opens the service index of `root`; with `create` a missing one is made
-// from its template. Null (with a message on `err`) when it cannot be used.
-std::unique_ptr<CAIDLDoc> OpenServiceIndex(const std::shared_ptr<platform::DataRoot>& root, bool create,
-                                           std::ostream& err);
+// The one line that says why start-up (or one of its steps) failed.
+std::string DescribeStartupFailure(const CZDS& facade);
+
+// `zds init`: runs start-up on the data root, creating what is missing,
+// and prints the service index's tree. 0, or 1 with a line on `err`.
+int RunInitCommand(const DataRootPtr& root, std::ostream& out, std::ostream& err);
+// `zds ls PATH`, `zds show PATH` on an existing store.
+int RunListCommand(const DataRootPtr& root, const std::string& path, std::ostream& out, std::ostream& err);
+int RunShowCommand(const DataRootPtr& root, const std::string& path, std::ostream& out, std::ostream& err);
 
 // Prints every node of the index, one line each: path, kind, id.
 void PrintTree(const CAIDLDoc& index, std::ostream& out);
-int RunListCommand(const CAIDLDoc& index, const std::string& path, std::ostream& out, std::ostream& err);
-int RunShowCommand(const CAIDLDoc& index, const std::string& path, std::ostream& out, std::ostream& err);
 
 }  // namespace zds::cli
 

@@ -1,0 +1,160 @@
+#include "zds/store/zds.h"
+
+#include <algorithm>
+
+#include "zds/resources/string_table.h"
+#include "zds/store/classes.h"
+
+namespace zds {
+namespace {
+
+constexpr std::string_view kMonitorFile = "\\Monitor.xml";
+constexpr std::string_view kEventFile = "\\XEvent.xml";
+constexpr std::string_view kAutoRunFile = "\\autorun.xml";
+
+// The four system folders and the directories made with each when the
+// service index lacks it.
+struct SystemFolderSetup {
+  bool (CAIDLDoc::*exists)() const;
+  std::string (CAIDLDoc::*add)(std::string_view);
+  std::string_view index;
+  std::array<std::string_view, 4> directories;
+};
+constexpr SystemFolderSetup kSystemFolders[] = {
+    {&CAIDLDoc::IsFavExisted, &CAIDLDoc::NewFavFolder, "\\Favorites\\index.xml", {"\\Favorites"}},
+    {&CAIDLDoc::IsAdrBookExisted, &CAIDLDoc::NewAdrBookFolder, "\\addressbook\\index.xml", {"\\addressbook"}},
+    {&CAIDLDoc::IsCalendarExisted,
+     &CAIDLDoc::NewCalendarFolder,
+     "\\calendar\\index.xml",
+     {"\\calendar", "\\calendar\\diary", "\\calendar\\schedule", "\\calendar\\project"}},
+    {&CAIDLDoc::IsHistoryExisted,
+     &CAIDLDoc::NewHistoryFolder,
+     "\\history\\index.xml",
+     {"\\history", "\\history\\mail", "\\history\\chat"}},
+};
+
+}  // namespace
+
+CZDS* CZDS::m_pthis = nullptr;
+
+CZDS::CZDS() { RegisterAllClasses(registry_); }
+
+CZDS::~CZDS() {
+  aidl_.reset();
+  autorun_.reset();
+  event_.reset();
+  monitor_.reset();
+  DestroyInfoWnd();
+  if (m_pthis == this) m_pthis = nullptr;
+}
+
+// Start-up in its fixed order; a later document adds its line here.
+const std::span<const CZDS::StartupStep> CZDS::StartupSteps() {
+  static constexpr StartupStep kSteps[] = {
+      {"monitor", &CZDS::InitMonitor},          {"service index", &CZDS::InitAIDL},
+      {"system folders", &CZDS::InitSystemFolders}, {"event queue", &CZDS::InitAEvent},
+      {"auto-run list", &CZDS::InitAutoRun},
+  };
+  return kSteps;
+}
+
+bool CZDS::InitZDS() {
+  failure_ = {};
+  CreateInfoWnd();
+  if (!root_) return Fail("data root", "", OpenResult::kUnusable);
+  for (const StartupStep& step : StartupSteps()) {
+    if (!(this->*step.run)()) return false;
+  }
+  return true;
+}
+
+bool CZDS::Fail(std::string_view step, std::string_view path, OpenResult result) {
+  failure_ = {step, std::string(path), result};
+  return false;
+}
+
+template <typename Doc>
+bool CZDS::OpenStartupDoc(std::unique_ptr<Doc>& slot, std::string_view step, std::string_view path) {
+  slot.reset();
+  auto doc = std::make_unique<Doc>();
+  doc->SetDataRoot(root_);
+  doc->SetAutoSaveFlag(true);
+  if constexpr (std::is_base_of_v<CCASDVFDLDoc, Doc>) doc->SetClassRegistry(&registry_);
+  OpenResult result = OpenVFDLDoc(*doc, path, "");
+  if (!IsOpen(result)) return Fail(step, path, result);
+  slot = std::move(doc);
+  return true;
+}
+
+// Never loaded: the monitor only ever holds the current run.
+bool CZDS::InitMonitor() {
+  monitor_.reset();
+  if (!root_ || !root_->CreateDirectories("")) return Fail("monitor", "", OpenResult::kUnwritable);
+  auto monitor = std::make_unique<CMonitorDoc>();
+  monitor->SetDataRoot(root_);
+  monitor->SetAutoSaveFlag(true);
+  if (!monitor->NewXMLDoc(kMonitorFile) || !monitor->InitVFDLDoc("", "kov:") ||
+      monitor->InsertRec("Monitor Init OK").empty()) {
+    return Fail("monitor", kMonitorFile, OpenResult::kUnwritable);
+  }
+  monitor_ = std::move(monitor);
+  return true;
+}
+
+bool CZDS::InitAIDL() {
+  if (!OpenStartupDoc(aidl_, "service index", aidl_path_)) return false;
+  aidl_->SetHostStrings(aidl_strings_);
+  if (monitor_ && monitor_->InsertRec("AIDL Init OK").empty()) {
+    return Fail("monitor", kMonitorFile, OpenResult::kUnwritable);
+  }
+  return true;
+}
+
+// A directory that cannot be made is no failure: the document that needs
+// it reports that itself.
+bool CZDS::InitSystemFolders() {
+  if (!aidl_) return Fail("system folders", aidl_path_, OpenResult::kMissing);
+  for (const SystemFolderSetup& folder : kSystemFolders) {
+    if ((aidl_.get()->*folder.exists)()) continue;
+    for (std::string_view directory : folder.directories) {
+      if (!directory.empty()) root_->CreateDirectories(directory);
+    }
+    if ((aidl_.get()->*folder.add)(folder.index).empty()) {
+      return Fail("system folders", aidl_path_, OpenResult::kUnwritable);
+    }
+  }
+  return true;
+}
+
+bool CZDS::InitAEvent() { return OpenStartupDoc(event_, "event queue", kEventFile); }
+
+bool CZDS::InitAutoRun() { return OpenStartupDoc(autorun_, "auto-run list", kAutoRunFile); }
+
+void CZDS::CreateInfoWnd() {
+  DestroyInfoWnd();
+  if (queue_ == nullptr) return;
+  info_window_ = queue_->NewWindow([this](const platform::WindowMessage& message) { Relay(message); });
+}
+
+void CZDS::DestroyInfoWnd() {
+  if (queue_ != nullptr && info_window_ != nullptr) queue_->DestroyWindow(info_window_);
+  info_window_ = nullptr;
+}
+
+void CZDS::Relay(const platform::WindowMessage& message) const {
+  if (std::find(kZDSMessages.begin(), kZDSMessages.end(), message.message) == kZDSMessages.end()) return;
+  for (platform::WindowHandle window : windows_) {
+    platform::PostWindowMessage(window, message.message, message.wparam, message.lparam);
+  }
+}
+
+void CZDS::UnRegisterWnd(platform::WindowHandle window) { std::erase(windows_, window); }
+
+std::string CZDS::GetWeekLabel(const CTime& time) { return GetWeekLabel(time.GetDayOfWeek()); }
+
+std::string CZDS::GetWeekLabel(const int& day) {
+  if (day < 1 || day > 7) return std::string();
+  return std::string(LoadResourceString(res::kSunday + day - 1));
+}
+
+}  // namespace zds

@@ -1,0 +1,144 @@
+// CZDS: the facade a host program uses. It owns every document start-up
+// opens, runs start-up in its fixed order, keeps the class registry
+// through which other documents are opened by class name, and relays the
+// store's change notices to the host's windows through a hidden
+// information window.
+//
+// A host constructs one, sets the directories, calls Setthis and InitZDS,
+// and asks it for the documents. Start-up is a table of steps, each opening
+// one document (or making sure of the system folders); the first step that
+// fails ends it, leaving what was opened so far open, and GetStartupFailure
+// says which step it was and why.
+
+#ifndef ZDS_STORE_ZDS_H_
+#define ZDS_STORE_ZDS_H_
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "zds/events/autorun_doc.h"
+#include "zds/events/event_doc.h"
+#include "zds/events/monitor_doc.h"
+#include "zds/framework/rtti.h"
+#include "zds/platform/files.h"
+#include "zds/platform/time.h"
+#include "zds/platform/window.h"
+#include "zds/store/aidl_doc.h"
+
+namespace zds {
+
+// The private window messages of the change-notice protocol: wParam a node
+// or document, lParam 0 added, 1 updated, 2 deleted.
+inline constexpr uint32_t WM_ZDS_CHANGED = 1874;
+inline constexpr uint32_t WM_ZDS_NOTICE_2274 = 2274;
+inline constexpr uint32_t WM_ZDS_NOTE_CHANGED = 2275;
+inline constexpr uint32_t WM_ZDS_TIMER_CHANGED = 2276;
+inline constexpr uint32_t WM_ZDS_NOTICE_2324 = 2324;
+inline constexpr uint32_t WM_ZDS_NOTICE_1828 = 1828;
+inline constexpr std::array<uint32_t, 6> kZDSMessages = {WM_ZDS_CHANGED,       WM_ZDS_NOTICE_2274,
+                                                         WM_ZDS_NOTE_CHANGED,  WM_ZDS_TIMER_CHANGED,
+                                                         WM_ZDS_NOTICE_2324,   WM_ZDS_NOTICE_1828};
+
+class CZDS {
+ public:
+  CZDS();
+  ~CZDS();
+  CZDS(const CZDS&) = delete;
+  CZDS& operator=(const CZDS&) = delete;
+
+  // The process's one facade; the destructor clears it.
+  static CZDS* Getthis() { return m_pthis; }
+  static void Setthis(CZDS* facade) { m_pthis = facade; }
+
+  // What the host sets before InitZDS. Paths are stored paths inside the
+  // data root ("\aidl.xml"); the defaults are the zds host's layout.
+  void SetDataRoot(std::shared_ptr<const platform::DataRoot> root) { root_ = std::move(root); }
+  const std::shared_ptr<const platform::DataRoot>& GetDataRoot() const { return root_; }
+  void SetEditorRoot(std::string path) { editor_root_ = std::move(path); }
+  void SetTimerDir(std::string path) { timer_dir_ = std::move(path); }
+  void SetAIDLPath(std::string path) { aidl_path_ = std::move(path); }
+  const std::string& GetAIDLPath() const { return aidl_path_; }
+  // The four strings handed to the service index, kept for the host.
+  void SetAIDLStrings(std::array<std::string, 4> strings) { aidl_strings_ = std::move(strings); }
+  // Where the information window lives; without one it is not created and
+  // change notices go nowhere.
+  void SetMessageQueue(platform::MessageQueue* queue) { queue_ = queue; }
+
+  // Start-up, step by step in the order of the table; false at the first
+  // step that fails. Running it again reopens everything.
+  [[nodiscard]] bool InitZDS();
+  struct StartupFailure {
+    std::string_view step;  // "monitor", "service index", ...; empty after a clean start
+    std::string path;       // the stored path of the document concerned
+    OpenResult result = OpenResult::kLoaded;
+  };
+  const StartupFailure& GetStartupFailure() const { return failure_; }
+
+  // The start-up steps, for a host that opens one document alone.
+  [[nodiscard]] bool InitMonitor();
+  [[nodiscard]] bool InitAIDL();
+  [[nodiscard]] bool InitSystemFolders();
+  [[nodiscard]] bool InitAEvent();
+  [[nodiscard]] bool InitAutoRun();
+
+  // The open documents; null before their step ran or when it failed.
+  CMonitorDoc* GetMonitorDoc() const { return monitor_.get(); }
+  CAIDLDoc* GetAIDLDoc() const { return aidl_.get(); }
+  CAEventDoc* GetEventDoc() const { return event_.get(); }
+  CAutoRunDoc* GetAutoRunDoc() const { return autorun_.get(); }
+  const CRTTIRegistry& GetClassRegistry() const { return registry_; }
+
+  // Change notices: the information window reposts each of the six
+  // messages to every registered window, in the order of registration.
+  void RegisterWnd(platform::WindowHandle window) { windows_.push_back(window); }
+  void UnRegisterWnd(platform::WindowHandle window);
+  platform::WindowHandle GetInfoWnd() const { return info_window_; }
+
+  // The weekday's name: 1 Sunday to 7 Saturday; empty for any other day.
+  static std::string GetWeekLabel(const CTime& time);
+  static std::string GetWeekLabel(const int& day);
+
+ private:
+  struct StartupStep {
+    std::string_view name;
+    bool (CZDS::*run)();
+  };
+  static const std::span<const StartupStep> StartupSteps();
+
+  void CreateInfoWnd();
+  void DestroyInfoWnd();
+  void Relay(const platform::WindowMessage& message) const;
+  bool Fail(std::string_view step, std::string_view path, OpenResult result);
+  // The common create-or-open sequence for a start-up document.
+  template <typename Doc>
+  bool OpenStartupDoc(std::unique_ptr<Doc>& slot, std::string_view step, std::string_view path);
+
+  static CZDS* m_pthis;
+
+  std::shared_ptr<const platform::DataRoot> root_;
+  std::string editor_root_;
+  std::string timer_dir_ = "\\timer";
+  std::string aidl_path_ = "\\aidl.xml";
+  std::array<std::string, 4> aidl_strings_;
+  CRTTIRegistry registry_;
+  StartupFailure failure_;
+
+  platform::MessageQueue* queue_ = nullptr;
+  platform::WindowHandle info_window_ = nullptr;
+  std::vector<platform::WindowHandle> windows_;
+
+  // Destroyed in the reverse of this order.
+  std::unique_ptr<CMonitorDoc> monitor_;
+  std::unique_ptr<CAEventDoc> event_;
+  std::unique_ptr<CAutoRunDoc> autorun_;
+  std::unique_ptr<CAIDLDoc> aidl_;
+};
+
+}  // namespace zds
+
+#endif  // ZDS_STORE_ZDS_H_
