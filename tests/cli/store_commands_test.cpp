@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "framework/vfdl_tree.h"
-#include "resources/string_table.h"
+#include "zds/framework/vfdl_tree.h"
+#include "zds/resources/string_table.h"
 #include "support/program.h"
 #include "support/temp_root.h"
 
@@ -44,10 +44,10 @@ TEST(ZdsStoreCommandsTest, InitCreatesTheIndexAndPrintsTheTreeByPath) {
   EXPECT_EQ(index, LoadTemplate(res::kAidlTemplateHead, res::kAidlTemplateTail));
   const std::vector<std::string> lines = Lines(first.out);
   ASSERT_GE(lines.size(), 11u) << first.out;
-  EXPECT_TRUE(lines[0].starts_with("kov:\\Velmora ")) << lines[0];
+  EXPECT_TRUE(lines[0].starts_with("kov:\\Velmora\tfolder\t0000")) << lines[0];
   for (int i = 0; i < 10; ++i) {
     const std::string path = std::string("kov:\\Velmora\\") + kFolders[i];
-    EXPECT_TRUE(lines[static_cast<size_t>(i) + 1].starts_with(path + " ")) << lines[static_cast<size_t>(i) + 1];
+    EXPECT_TRUE(lines[static_cast<size_t>(i) + 1].starts_with(path + "\tfolder\t")) << lines[static_cast<size_t>(i) + 1];
     EXPECT_NE(lines[static_cast<size_t>(i) + 1].find(CVFTree::GetLocalID(i + 1)), std::string::npos);
   }
   for (const std::string& file : temp.Files()) EXPECT_EQ(file.find(".tmp"), std::string::npos) << file;
@@ -66,7 +66,7 @@ TEST(ZdsStoreCommandsTest, LsAndShowReadTheTree) {
   const std::vector<std::string> lines = Lines(ls.out);
   ASSERT_EQ(lines.size(), 10u) << ls.out;
   for (int i = 0; i < 10; ++i) {
-    EXPECT_EQ(lines[static_cast<size_t>(i)], CVFTree::GetLocalID(i + 1) + " folder " + kFolders[i]);
+    EXPECT_EQ(lines[static_cast<size_t>(i)], CVFTree::GetLocalID(i + 1) + "\tfolder\t" + kFolders[i]);
   }
   Result empty = RunZds(temp.dir(), {"ls", "kov:\\Velmora\\SMS"});
   EXPECT_EQ(empty.exit_code, 0);
@@ -113,6 +113,20 @@ TEST(ZdsStoreCommandsTest, DamagedIndexIsReportedAndLeftUntouched) {
       EXPECT_NE(result.err.find("aidl.xml"), std::string::npos) << result.err;
     }
     EXPECT_EQ(temp.Read("aidl.xml"), text);
+  }
+}
+
+TEST(ZdsStoreCommandsTest, HelpGoesToStandardOutputAndBadUsageExitsTwo) {
+  Result help = test::RunZds({"--help"});
+  EXPECT_EQ(help.exit_code, 0);
+  EXPECT_TRUE(help.out.starts_with("usage: zds")) << help.out;
+  EXPECT_EQ(help.err, "");
+  for (const std::vector<std::string>& args :
+       {std::vector<std::string>{}, {"--root"}, {"frobnicate"}, {"ls"}, {"show", "a", "b"}}) {
+    Result result = test::RunZds(args);
+    EXPECT_EQ(result.exit_code, 2) << (args.empty() ? "(none)" : args[0]);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(Lines(result.err).size(), 1u) << result.err;
   }
 }
 

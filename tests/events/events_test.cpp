@@ -7,11 +7,12 @@
 #include <sstream>
 #include <tuple>
 
-#include "events/autorun_doc.h"
-#include "events/event_doc.h"
-#include "events/monitor_doc.h"
-#include "framework/casd_vfdl_doc.h"
-#include "resources/string_table.h"
+#include "zds/events/autorun_doc.h"
+#include "zds/events/classes.h"
+#include "zds/events/event_doc.h"
+#include "zds/events/monitor_doc.h"
+#include "zds/framework/casd_vfdl_doc.h"
+#include "zds/resources/string_table.h"
 #include "support/program.h"
 #include "support/temp_dir.h"
 #include "support/temp_root.h"
@@ -38,7 +39,7 @@ class EventsTest : public ::testing::Test {
   std::unique_ptr<Doc> Open(const std::string& name) {
     auto doc = std::make_unique<Doc>();
     doc->SetDataRoot(root_);
-    return OpenVFDLDoc(*doc, "\\" + name, "") < 0 ? nullptr : std::move(doc);
+    return IsOpen(OpenVFDLDoc(*doc, "\\" + name, "")) ? std::move(doc) : nullptr;
   }
   template <typename Rec>
   static Rec& At(const CVFDLDoc& doc, const std::string& pos) { return dynamic_cast<Rec&>(*doc.GetNodeByPos(pos)); }
@@ -49,6 +50,8 @@ class EventsTest : public ::testing::Test {
 };
 
 TEST_F(EventsTest, EachFamilyStartsFromItsTemplateAndLeavesUnusableFilesAlone) {
+  CRTTIRegistry registry;
+  RegisterEventClasses(registry);
   for (auto [name, file, id] : {std::tuple{"CAEventDoc", "XEvent.xml", res::kEventTemplate},
                                 {"CMonitorDoc", "Monitor.xml", res::kMonitorTemplate},
                                 {"CAutoRunDoc", "autorun.xml", res::kAutoRunTemplate}}) {
@@ -56,17 +59,17 @@ TEST_F(EventsTest, EachFamilyStartsFromItsTemplateAndLeavesUnusableFilesAlone) {
     std::string foreign = LoadTemplate(id == res::kEventTemplate ? res::kMonitorTemplate : res::kEventTemplate);
     for (const std::string& text : {std::string(), blank.substr(0, blank.size() - 12), std::string("\x01<<"), foreign}) {
       if (!text.empty()) Put(file, text);
-      auto doc = CreateObjectAs<CVFDLDoc>(GetDefaultRegistry(), name);
+      auto doc = CreateObjectAs<CVFDLDoc>(registry, name);
       ASSERT_TRUE(doc && doc->GetRTTIClass() == name) << name;
       doc->SetDataRoot(root_);
-      int loaded = doc->LoadXMLDoc(path);
+      OpenResult loaded = doc->LoadXMLDoc(path);
       if (text.empty()) {  // no file yet: the template, saved only when asked
-        EXPECT_EQ(loaded, CXMLDoc::kLoadMissing);
+        EXPECT_EQ(loaded, OpenResult::kMissing);
         ASSERT_TRUE(doc->NewXMLDoc(path) && doc->SaveXMLDoc()) << name;
         EXPECT_EQ(Get(file), blank);
         continue;
       }
-      EXPECT_TRUE(loaded != CXMLDoc::kLoadMissing && loaded != CXMLDoc::kLoadRead) << name << ": " << text;
+      EXPECT_EQ(loaded, OpenResult::kUnusable) << name << ": " << text;
       EXPECT_FALSE(doc->SaveXMLDoc());
       EXPECT_EQ(Get(file), text);
     }
@@ -119,7 +122,7 @@ TEST_F(EventsTest, EventsKeepEveryFieldThroughSaveAndLoad) {
   for (int i : {0, 2}) EXPECT_TRUE(At<CAEventRec>(*again, pos[i]) == At<CAEventRec>(*doc, pos[i])) << pos[i];
   EXPECT_EQ(At<CAEventRec>(*again, pos[1]).GetExtendRec().priority, kEventPriorityNormal);
   EXPECT_EQ(std::pair(again->GetRoot()->GetExtendType(), again->GetNodeByPos(pos[1])->GetExtendType()),
-            std::pair(kEventFolderType, kEventRecType));
+            std::pair(160, 161));
 }
 
 TEST_F(EventsTest, OddEventValuesReadAsDefaultsAndSelfClosingRecordsStayAsWritten) {
@@ -214,12 +217,12 @@ TEST_F(EventsTest, SavedDocumentsPassXmllint) {
   CAEventRec event;
   event.SetAlias(text);
   std::tie(event.GetExtendRec().act, event.GetExtendRec().data_id) = std::tie(text, text);
-  events->AddRec(events->GetRoot()->GetPos(), event, false);
-  monitor->InsertRec(text);
+  ASSERT_NE(events->AddRec(events->GetRoot()->GetPos(), event, false), "");
+  ASSERT_NE(monitor->InsertRec(text), "");
   CAutoRunRec item;
   item.SetAlias(text);
   item.GetExtendRec().description = text;
-  autorun->AddRec(autorun->GetGroupNode("default")->GetPos(), item, false);
+  ASSERT_NE(autorun->AddRec(autorun->GetGroupNode("default")->GetPos(), item, false), "");
   for (CVFDLDoc* doc : std::initializer_list<CVFDLDoc*>{events.get(), monitor.get(), autorun.get()}) {
     ASSERT_TRUE(doc->SaveXMLDoc());
     std::string file = doc->GetFilePath().substr(1);
@@ -235,8 +238,9 @@ TEST_F(EventsTest, ZdsCommandsOnAFreshRoot) {
     return last.exit_code;
   };
   ASSERT_EQ(zds("init"), 0) << last.err;
-  if (!std::filesystem::exists(dir_ / "Monitor.xml")) GTEST_SKIP() << "zds init does not start the monitor yet";
-  EXPECT_TRUE(std::filesystem::exists(dir_ / "XEvent.xml") && std::filesystem::exists(dir_ / "autorun.xml"));
+  for (const char* file : {"Monitor.xml", "XEvent.xml", "autorun.xml"}) {
+    EXPECT_TRUE(std::filesystem::exists(dir_ / file)) << file << " is written by start-up";
+  }
   EXPECT_EQ(zds("monitor"), 0);
   EXPECT_TRUE(std::regex_match(last.out, std::regex("[-0-9 :]{16}  Monitor Init OK\n[-0-9 :]{16}  AIDL Init OK\n")))
       << last.out;

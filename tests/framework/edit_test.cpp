@@ -25,19 +25,19 @@ class EditTest : public ::testing::Test {
  protected:
   void SetUp() override {
     doc_.SetDataRoot(temp_.root());
-    doc_.SetClassRegistry(test::NoteRegistry());
-    ASSERT_EQ(OpenVFDLDoc(doc_, "\\notes.xml", ""), 0);
+    doc_.SetClassRegistry(&test::NoteRegistry());
+    ASSERT_EQ(OpenVFDLDoc(doc_, "\\notes.xml", ""), OpenResult::kCreated);
   }
   std::unique_ptr<NoteDoc> Reload() {
     EXPECT_TRUE(doc_.SaveXMLDoc());
     auto doc = std::make_unique<NoteDoc>();
     doc->SetDataRoot(temp_.root());
-    EXPECT_EQ(OpenVFDLDoc(*doc, "\\notes.xml", ""), 1);
+    EXPECT_EQ(OpenVFDLDoc(*doc, "\\notes.xml", ""), OpenResult::kLoaded);
     return doc;
   }
   // A folder that stands for a document of the test kind in `src`.
   std::string AddBackedFolder(std::string_view alias, std::string_view src) {
-    CVFDLFolder folder;
+    test::ShelfFolder folder;
     folder.SetAlias(alias);
     folder.ComposeContent("notes", "NoteDoc", "universal");
     folder.SetSrc(src);
@@ -80,7 +80,7 @@ TEST_F(EditTest, AddUpdateDeleteRecordsThroughPositionsAndTheIdIndex) {
 }
 
 TEST_F(EditTest, FoldersCopiesAndAliases) {
-  CVFDLFolder folder;
+  test::ShelfFolder folder;
   folder.SetAlias("Trip");
   const std::string trip = doc_.AddFolder(kSchedule, folder, false);
   const std::string day = doc_.AddFolder(trip, folder, false);

@@ -33,7 +33,7 @@ TEST(SavePiecesTest, SavedFileIsGetXmlAfterEveryKindOfChange) {
   temp.Write("notes.xml", kText);
   NoteDoc doc;
   doc.SetDataRoot(temp.root());
-  ASSERT_EQ(doc.LoadXMLDoc("\\notes.xml"), CXMLDoc::kLoadRead);
+  ASSERT_EQ(doc.LoadXMLDoc("\\notes.xml"), OpenResult::kLoaded);
   auto save_matches = [&] { return doc.SaveXMLDoc() && temp.Read("notes.xml") == doc.GetXml(); };
   ASSERT_TRUE(save_matches());
   EXPECT_EQ(temp.Read("notes.xml"), kText) << "an unchanged document is written back byte for byte";

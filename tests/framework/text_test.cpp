@@ -7,8 +7,8 @@
 #include <tuple>
 #include <vector>
 
-#include "framework/xml_line.h"
-#include "framework/xml_parser.h"
+#include "zds/framework/xml_line.h"
+#include "zds/framework/xml_parser.h"
 #include "support/note_doc.h"
 #include "support/temp_root.h"
 
@@ -74,14 +74,14 @@ std::string RoundTripThroughDocuments(const std::vector<std::string>& values) {
   NoteDoc doc, reparsed, loaded;
   doc.SetDataRoot(temp.root());
   loaded.SetDataRoot(temp.root());
-  EXPECT_EQ(OpenVFDLDoc(doc, "\\notes.xml", ""), 0);
+  EXPECT_EQ(OpenVFDLDoc(doc, "\\notes.xml", ""), OpenResult::kCreated);
   std::vector<std::string> positions;
   for (const std::string& value : values) {
     positions.push_back(doc.AddRec("kov:\\Notes\\0001", MakeNote(value, value, {value}), false));
   }
   EXPECT_TRUE(reparsed.SetXml(doc.GetXml()));
   EXPECT_TRUE(doc.SaveXMLDoc());
-  EXPECT_EQ(OpenVFDLDoc(loaded, "\\notes.xml", ""), 1);
+  EXPECT_EQ(OpenVFDLDoc(loaded, "\\notes.xml", ""), OpenResult::kLoaded);
   for (size_t i = 0; i < values.size(); ++i) {
     for (const NoteDoc* back : {&reparsed, &loaded}) {
       const auto* rec = static_cast<NoteRec*>(back->GetNodeByPos(positions[i]));

@@ -1,7 +1,7 @@
 // The service index: its template, system folders, services with their
 // variables, service kinds, and the documents opened behind its folders.
 
-#include "store/aidl_doc.h"
+#include "zds/store/aidl_doc.h"
 
 #include <gtest/gtest.h>
 
@@ -9,7 +9,7 @@
 #include <tuple>
 #include <vector>
 
-#include "resources/string_table.h"
+#include "zds/resources/string_table.h"
 #include "support/note_doc.h"
 #include "support/temp_root.h"
 
@@ -20,8 +20,8 @@ using test::TempRoot;
 
 class AidlTest : public ::testing::Test {
  protected:
-  void SetUp() override { ASSERT_EQ(Open(doc_), 0); }
-  int Open(CAIDLDoc& doc) {
+  void SetUp() override { ASSERT_EQ(Open(doc_), OpenResult::kCreated); }
+  OpenResult Open(CAIDLDoc& doc) {
     doc.SetDataRoot(temp_.root());
     doc.SetAutoSaveFlag(true);
     return OpenVFDLDoc(doc, "\\aidl.xml", "");
@@ -29,14 +29,14 @@ class AidlTest : public ::testing::Test {
   // The index as it reads back from its file.
   std::unique_ptr<CAIDLDoc> Reloaded() {
     auto doc = std::make_unique<CAIDLDoc>();
-    EXPECT_EQ(Open(*doc), 1);
+    EXPECT_EQ(Open(*doc), OpenResult::kLoaded);
     return doc;
   }
   void LoadText(const std::string& folder_body) {
     temp_.Write("aidl.xml", "<?xml version=\"1.0\" encoding=\"ascii\"?>\r\n<aidl ver=\"1.3\" udp=\"0001\">\r\n"
                             "<folder id=\"0000\" alias=\"Velmora\" attribute=\"root\">\r\n" +
                                 folder_body + "</folder>\r\n</aidl>\r\n");
-    ASSERT_EQ(OpenVFDLDoc(doc_, "\\aidl.xml", ""), 1);
+    ASSERT_EQ(OpenVFDLDoc(doc_, "\\aidl.xml", ""), OpenResult::kLoaded);
   }
 
   TempRoot temp_;
@@ -127,7 +127,7 @@ TEST_F(AidlTest, SystemFoldersAreFoundByTheirFixedPathsAndMadeAnew) {
 }
 
 TEST_F(AidlTest, CalendarDocumentContinuesTheStorePaths) {
-  doc_.SetClassRegistry(test::NoteRegistry());
+  doc_.SetClassRegistry(&test::NoteRegistry());
   ASSERT_TRUE(temp_.root()->CreateDirectories("\\calendar"));
   CVFDLDoc* calendar = doc_.GetCalendarDoc();
   ASSERT_NE(calendar, nullptr);
@@ -198,7 +198,7 @@ TEST_F(AidlTest, ServicesAreAddedUpdatedReadBackAndDeleted) {
   EXPECT_FALSE(doc_.DelService(mail));
   ASSERT_TRUE(doc_.DelService(pos));
   EXPECT_EQ(doc_.GetService(pos), nullptr);
-  doc_.AddService("kov:\\Velmora\\0003", MakeService("chatroom", "Room"));
+  ASSERT_NE(doc_.AddService("kov:\\Velmora\\0003", MakeService("chatroom", "Room")), "");
   EXPECT_EQ(doc_.DelAllService(), 2);
   EXPECT_EQ(doc_.GetService(web), nullptr);
   EXPECT_EQ(Reloaded()->GetXml(), LoadTemplate(res::kAidlTemplateHead, res::kAidlTemplateTail));
@@ -262,7 +262,7 @@ TEST_F(AidlTest, IndexWithAnotherRootTagIsRefusedUntouched) {
   const std::string text = std::string(test::kNoteTemplate);
   temp_.Write("aidl.xml", text);
   CAIDLDoc doc;
-  EXPECT_EQ(Open(doc), -1);
+  EXPECT_EQ(Open(doc), OpenResult::kUnusable);
   EXPECT_EQ(doc.GetRoot(), nullptr);
   EXPECT_FALSE(doc.SaveXMLDoc());
   EXPECT_EQ(temp_.Read("aidl.xml"), text);

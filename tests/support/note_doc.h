@@ -1,17 +1,19 @@
-// A document kind of the tests' own, built as every family is: root tag
-// "notes", records "rec" with a field "note" and "item" child lines, folders
-// that may stand for further documents. Like some real kinds it refuses a
-// record without a closing line.
+// A document family of the tests' own, written the way every family is:
+// root tag "notes", records "rec" with a field of each kind the codecs know
+// and "item" child lines, folders with a field of their own, and folders
+// that may stand for further documents. Like some real families it refuses
+// a record without a closing line.
 
 #ifndef ZDS_TESTS_SUPPORT_NOTE_DOC_H_
 #define ZDS_TESTS_SUPPORT_NOTE_DOC_H_
 
-#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "framework/casd_vfdl_doc.h"
+#include "zds/framework/casd_vfdl_doc.h"
+#include "zds/framework/family.h"
+#include "zds/framework/field_codec.h"
 
 namespace zds::test {
 
@@ -21,48 +23,68 @@ inline constexpr std::string_view kNoteTemplate =
     "<folder id=\"0001\" alias=\"Schedule\" attribute=\"undel\">\r\n</folder>\r\n"
     "</folder>\r\n</notes>\r\n";
 
+// ---- the family: 45 lines ----
 class NoteExtend : public CVFDLExtendBase<NoteExtend> {
  public:
   std::string note;
+  bool pinned = false;  // "pinned": "yes" exactly
+  bool shared = false;  // "shared": "yes" in any case
+  int stars = 0;        // atoi
+  int level = 2;        // "low", "high"; anything else is 2 and not written
   std::vector<std::string> items;
   bool operator==(const NoteExtend&) const = default;
 };
-
 class NoteRec : public CVFDLTypedRec<NoteRec, NoteExtend> {};
 
-class NoteDoc : public CCASDVFDLDoc {
+class ShelfExtend : public CVFDLExtendBase<ShelfExtend> {
  public:
-  static std::unique_ptr<CRTTIObject> CreateObject() { return CreateRTTIObject<NoteDoc>(); }
-  std::string_view GetRTTIClass() const override { return "NoteDoc"; }
+  std::string colour;
+  bool operator==(const ShelfExtend&) const = default;
+};
+class ShelfFolder : public CVFDLTypedFolder<ShelfFolder, ShelfExtend> {};
+
+inline constexpr auto kLevels =
+    field::MakeWords(field::kWords.ReadingUnknownAs(2), field::Word{1, "low"}, field::Word{3, "high"});
+inline constexpr auto kNoteFields = field::List(
+    field::Of("note", &NoteExtend::note, field::kTextUnlessEmpty), field::Of("pinned", &NoteExtend::pinned, field::kFlagExact),
+    field::Of("shared", &NoteExtend::shared, field::kFlagNoCase), field::Of("stars", &NoteExtend::stars, field::kAtoi),
+    field::Of("level", &NoteExtend::level, kLevels));
+inline constexpr auto kShelfFields = field::List(field::Of("colour", &ShelfExtend::colour, field::kTextUnlessEmpty));
+
+class NoteDoc : public CVFDLFamily<NoteDoc, CCASDVFDLDoc, NoteRec, ShelfFolder> {
+ public:
+  static constexpr CFamilyInfo kFamily{"NoteDoc", "notes"};
 
  protected:
   std::string GetTemplateText() const override { return std::string(kNoteTemplate); }
-  std::string_view GetRootTag() const override { return "notes"; }
-  std::unique_ptr<CVFDLRec> NewRecPointer() const override { return std::make_unique<NoteRec>(); }
-  bool InitExtendRecItem(CXMLElementReader& item, CVFDLRec& rec) override {
+  bool InitExtendRecItem(CXMLElementReader& item, NoteExtend& note) override {
     if (!item.HasClosingLine()) return false;
-    auto& extend = static_cast<NoteRec&>(rec).GetExtendRec();
-    extend.note = item.GetAttrValue("note");
+    kNoteFields.Read(item, note);
     for (CXMLElementReader& child : item.GetChildren()) {
       if (child.GetTag() != "item") continue;
       child.MarkRead();
-      extend.items.push_back(child.GetAttrValue("value"));
+      note.items.push_back(child.GetAttrValue("value"));
     }
     return true;
   }
-  void CreateExtendRecText(const CVFDLRec& rec, CXMLLine& line, std::vector<std::string>& lines) const override {
-    const auto& extend = static_cast<const NoteRec&>(rec).GetExtendRec();
-    if (!extend.note.empty()) line.AddAttribute("note", extend.note);
-    for (const std::string& value : extend.items) {
+  void CreateExtendRecText(const NoteExtend& note, CXMLLine& line, std::vector<std::string>& lines) const override {
+    kNoteFields.Write(note, line);
+    for (const std::string& value : note.items) {
       CXMLLine item;
       item.SetLine("item", true, CXMLLine::Type::kElement);
       item.AddAttribute("value", value);
       lines.push_back(item.GetLine(true));
     }
   }
+  bool InitExtendFolderItem(CXMLElementReader& item, ShelfExtend& shelf) override {
+    kShelfFields.Read(item, shelf);
+    return true;
+  }
+  void CreateExtendFolderText(const ShelfExtend& shelf, CXMLLine& line) const override { kShelfFields.Write(shelf, line); }
 };
+// ---- end of the family ----
 
-// Knows the test kind by its own name and by names of classes not built yet.
+// Knows the test family by its own name and by names of classes not built yet.
 inline const CRTTIRegistry& NoteRegistry() {
   static const CRTTIRegistry registry = [] {
     CRTTIRegistry filled;
