@@ -223,7 +223,7 @@ void BM_Save(benchmark::State& state) {
   auto doc = std::make_unique<typename Variant::Doc>();
   doc->SetDataRoot(scratch.shared_root());
   if (!scratch.root().WriteFileAtomic("\\save.xml", DocumentText(records)) ||
-      doc->LoadXMLDoc("\\save.xml") != CXMLDoc::kLoadRead) {
+      doc->LoadXMLDoc("\\save.xml") != OpenResult::kLoaded) {
     state.SkipWithError("load failed");
     return;
   }
@@ -490,7 +490,7 @@ void BM_Memory(benchmark::State& state) {
     long rss_before = StatusKB("VmRSS");
     auto doc = std::make_unique<typename Variant::Doc>();
     doc->SetDataRoot(scratch.shared_root());
-    if (doc->LoadXMLDoc("\\memory.xml") != CXMLDoc::kLoadRead) {
+    if (doc->LoadXMLDoc("\\memory.xml") != OpenResult::kLoaded) {
       state.SkipWithError("load failed");
       return;
     }

@@ -17,8 +17,7 @@ constexpr std::array<Field, kFieldNames.size()> kFields = {
 
 }  // namespace
 
-bool BenchDoc::InitExtendRecItem(CXMLElementReader& item, CVFDLRec& rec) {
-  BenchRecExtend& extend = static_cast<BenchRec&>(rec).GetExtendRec();
+bool BenchDoc::InitExtendRecItem(CXMLElementReader& item, BenchRecExtend& extend) {
   for (size_t i = 0; i < kFields.size(); ++i) extend.*kFields[i] = item.GetAttrValue(kFieldNames[i]);
   for (CXMLElementReader& child : item.GetChildren()) {
     if (child.GetTag() != kBenchChildTag) continue;
@@ -29,8 +28,8 @@ bool BenchDoc::InitExtendRecItem(CXMLElementReader& item, CVFDLRec& rec) {
   return true;
 }
 
-void BenchDoc::CreateExtendRecText(const CVFDLRec& rec, CXMLLine& line, std::vector<std::string>& lines) const {
-  const BenchRecExtend& extend = static_cast<const BenchRec&>(rec).GetExtendRec();
+void BenchDoc::CreateExtendRecText(const BenchRecExtend& extend, CXMLLine& line,
+                                   std::vector<std::string>& lines) const {
   for (size_t i = 0; i < kFields.size(); ++i) line.AddAttribute(kFieldNames[i], extend.*kFields[i]);
   for (const BenchAttachment& attachment : extend.attachments) {
     CXMLLine child;

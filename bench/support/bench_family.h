@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "zds/framework/vfdl_doc.h"
+#include "zds/framework/family.h"
 #include "support/document_generator.h"
 
 namespace zds::bench {
@@ -43,16 +43,16 @@ class BenchRecExtend : public CVFDLExtendBase<BenchRecExtend> {
 
 class BenchRec : public CVFDLTypedRec<BenchRec, BenchRecExtend> {};
 
-class BenchDoc : public CVFDLDoc {
+class BenchDoc : public CVFDLTypedDoc<CVFDLDoc, BenchRec> {
  public:
   std::string_view GetRTTIClass() const override { return "CBenchDoc"; }
 
  protected:
   std::string_view GetRootTag() const override { return kBenchRootTag; }
   std::string_view GetRecTag() const override { return kBenchRecTag; }
-  std::unique_ptr<CVFDLRec> NewRecPointer() const override { return std::make_unique<BenchRec>(); }
-  bool InitExtendRecItem(CXMLElementReader& item, CVFDLRec& rec) override;
-  void CreateExtendRecText(const CVFDLRec& rec, CXMLLine& line, std::vector<std::string>& lines) const override;
+  bool InitExtendRecItem(CXMLElementReader& item, BenchRecExtend& extend) override;
+  void CreateExtendRecText(const BenchRecExtend& extend, CXMLLine& line,
+                           std::vector<std::string>& lines) const override;
 };
 
 // Records holding a generated record's values, for adds and updates.

@@ -234,3 +234,67 @@ TEST(SaveTest, AutoSaveWritesEveryChangeAndLeavesNoTemporaryFile) {
 
 }  // namespace
 }  // namespace zds
+
+namespace zds {
+namespace {
+
+TEST(RootAndPrologueTest, RootAttributesChangeInPlaceKeepingTheRestOfTheElement) {
+  test::NoteDoc doc;
+  ASSERT_TRUE(doc.SetXml(kRich));
+  ASSERT_TRUE(doc.SetRootAttribute("ver", "2.0", false));
+  ASSERT_TRUE(doc.SetRootAttribute("id_range", "0008 & \"more\"", false));
+  const std::string text = doc.GetXml();
+  EXPECT_EQ(text, Replace(kRich, "<notes ver=\"1.0\" future=\"yes\">",
+                          "<notes ver=\"2.0\" future=\"yes\" id_range=\"0008 &amp; &quot;more&quot;\">"));
+  test::NoteDoc reloaded;
+  ASSERT_TRUE(reloaded.SetXml(text));
+  EXPECT_EQ(reloaded.GetRootAttribute("id_range"), "0008 & \"more\"");
+  for (const char* bad : {"", "1st", "a b", "a\"b"}) EXPECT_FALSE(doc.SetRootAttribute(bad, "x", false)) << bad;
+  EXPECT_EQ(doc.GetXml(), text);
+}
+
+TEST(RootAndPrologueTest, ThePrologueTakesWellFormedContentButNoFolder) {
+  test::NoteDoc doc;
+  ASSERT_TRUE(doc.SetXml(kRich));
+  const std::string header = "\n<header type=\"wide\"><index id=\"0001\" alias=\"To\" width=\"7\"/></header>\n";
+  ASSERT_TRUE(doc.SetPrologue(header, false));
+  EXPECT_EQ(doc.GetPrologue(), header);
+  EXPECT_EQ(doc.GetXml(), Replace(kRich, "\n<header type='normal'><index id=\"0000\" alias=\"Date\" width=\"100\"/></header>\n",
+                                  header));
+  for (const char* bad : {"<header>", "<folder id=\"0009\"/>", "\n<a/><folder/>", "&nope;"}) {
+    EXPECT_FALSE(doc.SetPrologue(bad, false)) << bad;
+  }
+  test::NoteDoc reloaded;
+  ASSERT_TRUE(reloaded.SetXml(doc.GetXml()));
+  EXPECT_NE(reloaded.GetNodeByID("0002"), nullptr);
+}
+
+// A family that migrates old files when it is opened, as the version hooks allow.
+class UpgradingNotes : public test::NoteDoc {
+ public:
+  std::vector<std::string> calls;
+
+ protected:
+  void PreUpdateVersion() override { calls.push_back("pre base=" + GetBasePath()); }
+  void AfterUpdateVersion() override {
+    calls.push_back("after base=" + GetBasePath());
+    if (GetRootAttribute("ver") == "1.0") calls.push_back(SetRootAttribute("ver", "1.1", true) ? "upgraded" : "failed");
+  }
+};
+
+TEST(RootAndPrologueTest, OpeningCallsTheVersionHooksAroundTheBaseDirectory) {
+  test::TempRoot temp;
+  temp.Write("notes/index.xml", std::string(test::kNoteTemplate));
+  UpgradingNotes doc;
+  doc.SetDataRoot(temp.root());
+  ASSERT_EQ(OpenVFDLDoc(doc, "\\notes\\index.xml", "\\notes"), OpenResult::kLoaded);
+  EXPECT_EQ(doc.calls, (std::vector<std::string>{"pre base=", "after base=\\notes", "upgraded"}));
+  EXPECT_NE(temp.Read("notes/index.xml").find("<notes ver=\"1.1\">"), std::string::npos);
+  UpgradingNotes again;
+  again.SetDataRoot(temp.root());
+  ASSERT_EQ(OpenVFDLDoc(again, "\\notes\\index.xml", "\\notes"), OpenResult::kLoaded);
+  EXPECT_EQ(again.calls.size(), 2u) << "a current file is left alone";
+}
+
+}  // namespace
+}  // namespace zds

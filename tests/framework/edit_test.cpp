@@ -195,6 +195,33 @@ TEST_F(EditTest, DocumentBehindAFolderContinuesPathsAndPositions) {
   EXPECT_FALSE(temp_.Exists("box.xml"));
 }
 
+TEST_F(EditTest, DocumentsTwoLevelsBehindNodesResolveAndGoWithTheirFolder) {
+  doc_.SetAutoSaveFlag(true);
+  const std::string year_pos = AddBackedFolder("Year", "\\year\\index.xml");
+  ASSERT_TRUE(temp_.root()->CreateDirectories("\\year\\may"));
+  auto* year = dynamic_cast<NoteDoc*>(doc_.LoadVFDLDoc(*doc_.GetNodeByPos(year_pos)));
+  ASSERT_NE(year, nullptr);
+  test::ShelfFolder month;
+  month.SetAlias("May");
+  month.ComposeContent("notes", "NoteDoc", "universal");
+  month.SetSrc("\\may\\index.xml");  // below the year's own directory
+  const std::string month_pos = year->AddFolder(year->GetRoot()->GetPos(), month, false);
+  EXPECT_EQ(month_pos, year_pos + "\\0002");
+  CVFDLDoc* may = year->LoadVFDLDoc(*year->GetNodeByPos(month_pos));
+  ASSERT_NE(may, nullptr);
+  EXPECT_TRUE(temp_.Exists("year/may/index.xml"));
+  const std::string entry = may->AddRec(may->GetRoot()->GetPos(), MakeNote("picnic", "noon"), false);
+  EXPECT_EQ(entry, month_pos + "\\0002");
+  EXPECT_EQ(doc_.FindNodeByPos(entry), may->GetNodeByPos(entry));
+  EXPECT_EQ(doc_.GetNodeByPath("kov:\\Notes\\Year\\May\\picnic"), may->GetNodeByPos(entry));
+  EXPECT_EQ(may->GetNodeByPos(entry)->GetPath(), "kov:\\Notes\\Year\\May\\picnic");
+
+  ASSERT_TRUE(doc_.DelFolderOnDoc(year_pos));
+  EXPECT_FALSE(temp_.Exists("year/index.xml"));
+  EXPECT_FALSE(temp_.Exists("year/may/index.xml")) << "the file of the document below goes too";
+  EXPECT_EQ(doc_.FindNodeByPos(entry), nullptr);
+}
+
 TEST_F(EditTest, SrcOutsideTheDataRootIsRefused) {
   doc_.SetAutoSaveFlag(true);
   test::WriteNative(temp_.top() / "victim.xml", "keep");  // what "..\victim.xml" names

@@ -54,8 +54,9 @@ TEST(ScheCycleRec, PlacesOccurrencesOfEveryKind) {
       {"UTC", "day", "sequence", "timelimited;from=2004-05-01;to=2004-05-03 09:30", 2, "none"},
       {"UTC", "day;multiple=00", "sequence", "notstop;from=2004-05-01", 5, "2004-05-01 09:00:00 10:00:00"},
   };
+  cycle_testing::ZoneVisits zones;
   for (const Case& c : cases) {
-    if (!cycle_testing::UseZone(c.zone)) continue;
+    if (!zones.Use(c.zone)) continue;
     EXPECT_EQ(Occurrence(Rule(c.type, c.event, c.range), c.n), c.expected) << c.zone << " " << c.type << " " << c.range;
   }
   ZDS_USE_TIME_ZONE_OR_SKIP("UTC");
@@ -67,6 +68,7 @@ TEST(ScheCycleRec, PlacesOccurrencesOfEveryKind) {
   CTime begin(1234), end(5678);
   EXPECT_TRUE(Rule("self-defined", "sequence", "notstop").GetMapRange(1, begin, end, true));
   EXPECT_EQ(begin.GetTime() + end.GetTime(), 1234 + 5678) << "an unexpanded kind leaves the caller's times";
+  zones.Finish();
 }
 
 TEST(ScheCycleRec, FindsTheOccurrenceHoldingAMoment) {
@@ -135,8 +137,9 @@ TEST(ScheCycleRec, TellsWhetherAnOccurrenceFallsOnADay) {
       {"UTC", "day", "sequence", "timelimited;from=2004-05-01;to=2004-05-03 23:00", "2004-05-04", "", false},
       {"UTC", "self-defined", "sequence", "notstop;from=2004-05-01", "2004-05-01", "", false},
   };
+  cycle_testing::ZoneVisits zones;
   for (const Case& c : cases) {
-    if (!cycle_testing::UseZone(c.zone)) continue;
+    if (!zones.Use(c.zone)) continue;
     EXPECT_EQ(Rule(c.type, c.event, c.range).IsMapExisted(ParseDateTime(c.day), ParseDateTime(c.to)), c.expected)
         << c.zone << " " << c.type << " " << c.range << " on " << c.day;
   }
@@ -146,6 +149,7 @@ TEST(ScheCycleRec, TellsWhetherAnOccurrenceFallsOnADay) {
   EXPECT_FALSE(rec.IsMapExisted(ParseDateTime("2004-05-03"), CTime())) << "a deleted occurrence hides the day";
   EXPECT_TRUE(rec.IsMapExisted(ParseDateTime("2004-05-04"), CTime()));
   EXPECT_EQ(Show(rec.cycle_range.from) + " " + Show(rec.cycle_range.to), "2004-05-01 00:00:00 2004-06-01 00:00:00");
+  zones.Finish();
 }
 
 TEST(ScheCycleRec, DescribesItself) {

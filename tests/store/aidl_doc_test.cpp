@@ -258,6 +258,30 @@ TEST(ServiceKindTest, EveryKeywordHasItsKindAndOthersNone) {
   EXPECT_EQ(service.GetContentOS(), "universal");
 }
 
+TEST_F(AidlTest, BrowserLinksAreKeptOnceAndDeleteOnlyFilesInsideTheRoot) {
+  ASSERT_NE(doc_.NewIeFavLink("\\links\\old.url"), "");
+  const std::string fav = doc_.NewIeFavLink("\\links\\fav.url");
+  EXPECT_EQ(doc_.NewIeFavLink("\\links\\fav.url"), fav) << "one link per kind, updated in place";
+  const std::string history = doc_.NewIeHistoryLink("\\links\\history.dat");
+  EXPECT_EQ(doc_.GetIeFavPath(), "\\links\\fav.url");
+  EXPECT_EQ(doc_.GetIeHistoryFilePos(), history);
+  EXPECT_EQ(Reloaded()->GetIeFavPath(), "\\links\\fav.url");
+
+  temp_.Write("links/fav.url", "x");
+  test::WriteNative(temp_.top() / "outside.url", "keep");
+  ASSERT_TRUE(doc_.DelLinkFile(*doc_.GetNodeByPos(fav)));
+  EXPECT_FALSE(temp_.Exists("links/fav.url"));
+  EXPECT_FALSE(doc_.DelLinkFile(*doc_.GetNodeByPos(fav))) << "already gone";
+  EXPECT_FALSE(doc_.DelLinkFile(*doc_.GetRoot())) << "a folder is no link";
+  ASSERT_NE(doc_.NewIeFavLink("..\\outside.url"), "");
+  EXPECT_FALSE(doc_.DelLinkFile(*doc_.GetNodeByPos(fav)));
+  EXPECT_EQ(test::ReadNative(temp_.top() / "outside.url"), "keep");
+
+  EXPECT_EQ(doc_.DelAllLink(), 2);
+  EXPECT_EQ(doc_.GetIeFavPath(), "");
+  EXPECT_EQ(Reloaded()->GetRoot()->GetChildCount(), 10u);
+}
+
 TEST_F(AidlTest, IndexWithAnotherRootTagIsRefusedUntouched) {
   const std::string text = std::string(test::kNoteTemplate);
   temp_.Write("aidl.xml", text);

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -82,11 +83,17 @@ inline ::testing::AssertionResult XmllintAccepts(const std::string& text) {
 
 }  // namespace zds::test
 
-// At the end of a test: the text must pass xmllint (skipped without it).
-#define ZDS_EXPECT_XMLLINT_ACCEPTS(text)                                         \
-  do {                                                                           \
-    if (!::zds::test::HaveXmllint()) GTEST_SKIP() << "xmllint is not installed"; \
-    EXPECT_TRUE(::zds::test::XmllintAccepts(text));                              \
+// The text must pass xmllint. Where there is none (no Windows build of it
+// is started by these tests) just this check is left out, with a note in
+// the test's output; the checks after it still run.
+#define ZDS_EXPECT_XMLLINT_ACCEPTS(text)                                                     \
+  do {                                                                                       \
+    if (::zds::test::HaveXmllint()) {                                                        \
+      EXPECT_TRUE(::zds::test::XmllintAccepts(text));                                        \
+    } else {                                                                                 \
+      ::testing::Test::RecordProperty("xmllint", "not installed: check left out");          \
+      std::cout << "[   NOTE   ] xmllint is not installed: its check is left out\n";        \
+    }                                                                                        \
   } while (0)
 
 #endif  // ZDS_TESTS_SUPPORT_TEMP_ROOT_H_

@@ -1,0 +1,130 @@
+// The facade: start-up in its order on fresh, damaged and partial data
+// roots, the documents it owns, and the relay of change notices.
+
+#include "zds/store/zds.h"
+
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "support/temp_root.h"
+
+namespace zds {
+namespace {
+
+using test::TempRoot;
+
+std::vector<std::string> Aliases(const CVFDLFolder& folder) {
+  std::vector<std::string> aliases;
+  for (const CVFDLNode* node = folder.GetFirstChild(); node; node = node->GetNextSibling()) {
+    aliases.push_back(node->GetAlias());
+  }
+  return aliases;
+}
+
+TEST(StartupTest, AFreshRootGetsEveryDocumentInOrder) {
+  TempRoot temp;
+  CZDS facade;
+  facade.SetDataRoot(temp.root());
+  ASSERT_TRUE(facade.InitZDS());
+  EXPECT_EQ(facade.GetStartupFailure().step, "");
+  for (CVFDLDoc* doc : std::initializer_list<CVFDLDoc*>{facade.GetMonitorDoc(), facade.GetAIDLDoc(),
+                                                        facade.GetEventDoc(), facade.GetAutoRunDoc()}) {
+    ASSERT_NE(doc, nullptr);
+    EXPECT_EQ(temp.Read(doc->GetFilePath().substr(1)), doc->GetXml()) << doc->GetFilePath();
+  }
+  std::vector<std::string> log = Aliases(*facade.GetMonitorDoc()->GetRoot());
+  ASSERT_EQ(log.size(), 2u);
+  EXPECT_TRUE(std::regex_match(log[0], std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d\d  Monitor Init OK)"))) << log[0];
+  EXPECT_TRUE(log[1].ends_with("  AIDL Init OK")) << log[1];
+  EXPECT_EQ(facade.GetAIDLDoc()->GetClassRegistry(), &facade.GetClassRegistry());
+  EXPECT_EQ(temp.Files(), (std::vector<std::string>{"root/Monitor.xml", "root/XEvent.xml", "root/aidl.xml",
+                                                    "root/autorun.xml"}));
+  ASSERT_TRUE(facade.InitZDS()) << "start-up may run again";
+  EXPECT_EQ(Aliases(*facade.GetMonitorDoc()->GetRoot()).size(), 2u) << "the monitor starts afresh";
+}
+
+TEST(StartupTest, TheFirstFailureEndsStartUpAndNamesItsStep) {
+  TempRoot temp;
+  temp.Write("aidl.xml", "<aidl ver=\"1.3\">");
+  CZDS facade;
+  facade.SetDataRoot(temp.root());
+  EXPECT_FALSE(facade.InitZDS());
+  EXPECT_EQ(facade.GetStartupFailure().step, "service index");
+  EXPECT_EQ(facade.GetStartupFailure().path, "\\aidl.xml");
+  EXPECT_EQ(facade.GetStartupFailure().result, OpenResult::kUnusable);
+  EXPECT_NE(facade.GetMonitorDoc(), nullptr) << "what opened before stays open";
+  EXPECT_EQ(facade.GetEventDoc(), nullptr);
+  EXPECT_EQ(temp.Read("aidl.xml"), "<aidl ver=\"1.3\">");
+  EXPECT_FALSE(temp.Exists("XEvent.xml"));
+
+  CZDS unwritable;
+  unwritable.SetDataRoot(std::make_shared<platform::DataRoot>((temp.dir() / "aidl.xml" / "below").string()));
+  EXPECT_FALSE(unwritable.InitZDS());
+  EXPECT_EQ(unwritable.GetStartupFailure().step, "monitor");
+}
+
+TEST(StartupTest, AMissingSystemFolderIsAddedWithItsDirectories) {
+  TempRoot temp;
+  temp.Write("aidl.xml", "<?xml version=\"1.0\" encoding=\"ascii\"?>\r\n<aidl ver=\"1.3\" udp=\"0001\">\r\n"
+                         "<folder id=\"0000\" alias=\"Velmora\" attribute=\"root\">\r\n</folder>\r\n</aidl>\r\n");
+  CZDS facade;
+  facade.SetDataRoot(temp.root());
+  ASSERT_TRUE(facade.InitZDS());
+  const CAIDLDoc& index = *facade.GetAIDLDoc();
+  EXPECT_EQ(Aliases(*index.GetRoot()), (std::vector<std::string>{"Favorites", "Addresses", "Calendar", "History"}));
+  EXPECT_EQ(index.GetNodeByPath("kov:\\Velmora\\Calendar")->GetSrc(), "\\calendar\\index.xml");
+  for (const char* dir : {"Favorites", "addressbook", "calendar/diary", "calendar/schedule", "calendar/project",
+                          "history/mail", "history/chat"}) {
+    EXPECT_TRUE(test::fs::is_directory(temp.dir() / dir)) << dir;
+  }
+  EXPECT_NE(temp.Read("aidl.xml").find("alias=\"History\""), std::string::npos) << "saved at once";
+}
+
+TEST(ChangeNoticeTest, TheInformationWindowRepostsTheSixMessagesInRegistrationOrder) {
+  TempRoot temp;
+  platform::MessageQueue queue;
+  std::vector<std::pair<int, uint32_t>> seen;
+  auto window = [&](int id) {
+    return queue.NewWindow([&seen, id](const platform::WindowMessage& m) { seen.emplace_back(id, m.message); });
+  };
+  platform::WindowHandle a = window(1), b = window(2);
+  CZDS facade;
+  EXPECT_EQ(facade.GetInfoWnd(), nullptr);
+  facade.SetDataRoot(temp.root());
+  facade.SetMessageQueue(&queue);
+  ASSERT_TRUE(facade.InitZDS());
+  ASSERT_NE(facade.GetInfoWnd(), nullptr);
+  facade.RegisterWnd(a);
+  facade.RegisterWnd(b);
+  facade.RegisterWnd(a);  // kept twice
+  for (uint32_t message : kZDSMessages) platform::PostWindowMessage(facade.GetInfoWnd(), message, 7, 1);
+  platform::PostWindowMessage(facade.GetInfoWnd(), 1999, 0, 0);  // not one of the six
+  queue.Pump();
+  ASSERT_EQ(seen.size(), 18u);
+  for (size_t i = 0; i < seen.size(); ++i) {
+    EXPECT_EQ(seen[i], std::pair(i % 3 == 1 ? 2 : 1, kZDSMessages[i / 3])) << i;
+  }
+  seen.clear();
+  facade.UnRegisterWnd(a);
+  platform::PostWindowMessage(facade.GetInfoWnd(), WM_ZDS_TIMER_CHANGED, 0, 2);
+  queue.Pump();
+  EXPECT_EQ(seen, (std::vector<std::pair<int, uint32_t>>{{2, WM_ZDS_TIMER_CHANGED}})) << "both entries of a went";
+}
+
+TEST(FacadeTest, WeekLabelsAndTheOneInstance) {
+  const std::pair<int, const char*> days[] = {{0, ""}, {1, "Sunday"}, {4, "Wednesday"}, {7, "Saturday"}, {8, ""}};
+  for (auto [day, label] : days) EXPECT_EQ(CZDS::GetWeekLabel(day), label) << day;
+  EXPECT_EQ(CZDS::GetWeekLabel(ParseDateTime("2004-05-01")), "Saturday");
+  {
+    CZDS facade;
+    CZDS::Setthis(&facade);
+    EXPECT_EQ(CZDS::Getthis(), &facade);
+  }
+  EXPECT_EQ(CZDS::Getthis(), nullptr) << "the destructor clears it";
+}
+
+}  // namespace
+}  // namespace zds
