@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "zds/framework/family.h"
+#include "zds/resources/events_strings.h"
 
 namespace zds {
 

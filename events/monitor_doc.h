@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "zds/framework/family.h"
+#include "zds/resources/events_strings.h"
 
 namespace zds {
 

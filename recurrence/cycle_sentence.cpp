@@ -3,7 +3,7 @@
 #include <initializer_list>
 #include <string_view>
 
-#include "zds/resources/string_table.h"
+#include "zds/resources/recurrence_strings.h"
 
 namespace zds {
 

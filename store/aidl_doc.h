@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "zds/framework/family.h"
+#include "zds/resources/store_strings.h"
 #include "zds/framework/xvfdl_doc.h"
 
 namespace zds {

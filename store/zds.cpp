@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "zds/resources/string_table.h"
+#include "zds/resources/recurrence_strings.h"
 #include "zds/store/classes.h"
 
 namespace zds {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "zds/framework/vfdl_tree.h"
-#include "zds/resources/string_table.h"
+#include "zds/resources/store_strings.h"
 #include "support/program.h"
 #include "support/temp_root.h"
 

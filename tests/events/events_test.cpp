@@ -12,7 +12,7 @@
 #include "zds/events/event_doc.h"
 #include "zds/events/monitor_doc.h"
 #include "zds/framework/casd_vfdl_doc.h"
-#include "zds/resources/string_table.h"
+#include "zds/resources/events_strings.h"
 #include "support/program.h"
 #include "support/temp_dir.h"
 #include "support/temp_root.h"

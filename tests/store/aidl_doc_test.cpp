@@ -9,7 +9,7 @@
 #include <tuple>
 #include <vector>
 
-#include "zds/resources/string_table.h"
+#include "zds/resources/store_strings.h"
 #include "support/note_doc.h"
 #include "support/temp_root.h"
 
