@@ -17,18 +17,22 @@ constexpr std::string_view kAutoRunFile = "\\autorun.xml";
 struct SystemFolderSetup {
   bool (CAIDLDoc::*exists)() const;
   std::string (CAIDLDoc::*add)(std::string_view);
+  CVFDLDoc* (CAIDLDoc::*open)();
   std::string_view index;
   std::array<std::string_view, 4> directories;
 };
 constexpr SystemFolderSetup kSystemFolders[] = {
-    {&CAIDLDoc::IsFavExisted, &CAIDLDoc::NewFavFolder, "\\Favorites\\index.xml", {"\\Favorites"}},
-    {&CAIDLDoc::IsAdrBookExisted, &CAIDLDoc::NewAdrBookFolder, "\\addressbook\\index.xml", {"\\addressbook"}},
+    {&CAIDLDoc::IsFavExisted, &CAIDLDoc::NewFavFolder, &CAIDLDoc::GetFavDoc, "\\Favorites\\index.xml", {"\\Favorites"}},
+    {&CAIDLDoc::IsAdrBookExisted, &CAIDLDoc::NewAdrBookFolder, &CAIDLDoc::GetAdrBookDoc, "\\addressbook\\index.xml",
+     {"\\addressbook"}},
     {&CAIDLDoc::IsCalendarExisted,
      &CAIDLDoc::NewCalendarFolder,
+     &CAIDLDoc::GetCalendarDoc,
      "\\calendar\\index.xml",
      {"\\calendar", "\\calendar\\diary", "\\calendar\\schedule", "\\calendar\\project"}},
     {&CAIDLDoc::IsHistoryExisted,
      &CAIDLDoc::NewHistoryFolder,
+     &CAIDLDoc::GetHistoryDoc,
      "\\history\\index.xml",
      {"\\history", "\\history\\mail", "\\history\\chat"}},
 };
@@ -111,17 +115,21 @@ bool CZDS::InitAIDL() {
 }
 
 // A directory that cannot be made is no failure: the document that needs
-// it reports that itself.
+// it reports that itself. The system documents are opened here when their
+// class is known; one that cannot be opened stays closed without stopping
+// start-up, as the documents opened on demand do.
 bool CZDS::InitSystemFolders() {
   if (!aidl_) return Fail("system folders", aidl_path_, OpenResult::kMissing);
   for (const SystemFolderSetup& folder : kSystemFolders) {
-    if ((aidl_.get()->*folder.exists)()) continue;
-    for (std::string_view directory : folder.directories) {
-      if (!directory.empty()) root_->CreateDirectories(directory);
+    if (!(aidl_.get()->*folder.exists)()) {
+      for (std::string_view directory : folder.directories) {
+        if (!directory.empty()) root_->CreateDirectories(directory);
+      }
+      if ((aidl_.get()->*folder.add)(folder.index).empty()) {
+        return Fail("system folders", aidl_path_, OpenResult::kUnwritable);
+      }
     }
-    if ((aidl_.get()->*folder.add)(folder.index).empty()) {
-      return Fail("system folders", aidl_path_, OpenResult::kUnwritable);
-    }
+    (aidl_.get()->*folder.open)();
   }
   return true;
 }
