@@ -7,6 +7,23 @@
 namespace zds {
 namespace {
 
+// How many levels of folders a copy of `top` takes: 0 for a record.
+int SubtreeFolderLevels(const CVFDLNode& top) {
+  int deepest = 0;
+  std::vector<std::pair<const CVFDLNode*, int>> pending{{&top, 1}};
+  while (!pending.empty()) {
+    auto [node, level] = pending.back();
+    pending.pop_back();
+    if (!node->IsFolder()) continue;
+    deepest = std::max(deepest, level);
+    for (const CVFDLNode* child = static_cast<const CVFDLFolder*>(node)->GetFirstChild(); child;
+         child = child->GetNextSibling()) {
+      pending.emplace_back(child, level + 1);
+    }
+  }
+  return deepest;
+}
+
 bool IsBlankText(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; });
 }
@@ -201,6 +218,12 @@ bool CVFDLDoc::FitsLike(const CVFDLNode& value, const CVFDLNode& model) {
   return SameExtensionClass(value.GetExtend(), model.GetExtend());
 }
 
+int CVFDLDoc::FolderDepth(const CVFDLNode& folder) {
+  int depth = 1;
+  for (const CVFDLNode* up = folder.GetParent(); up; up = up->GetParent()) ++depth;
+  return depth;
+}
+
 std::unique_ptr<CVFDLNode> CVFDLDoc::NewNodeLike(const CVFDLNode& value) const {
   switch (value.GetNodeType()) {
     case kNodeRec: return NewRecPointer();
@@ -219,6 +242,7 @@ EditStatus CVFDLDoc::InsertNode(std::string_view parent_pos, std::unique_ptr<CVF
                                 std::string* added_pos) {
   CVFDLFolder* parent = GetFolderByPos(parent_pos);
   if (parent == nullptr) return Finish(EditStatus::kNotFound);
+  if (node->IsFolder() && FolderDepth(*parent) >= kMaxFolderDepth) return Finish(EditStatus::kRefused);
   int max_id = GetMaxID();
   node->lead_ = newline_;
   CVFDLNode* added = AddNode(parent, std::move(node), index);
@@ -338,6 +362,10 @@ std::string CVFDLDoc::AddCopyNodeByID(std::string_view id, std::string_view pare
       Finish(EditStatus::kRefused);
       return std::string();
     }
+  }
+  if (FolderDepth(*target) + SubtreeFolderLevels(*source) > kMaxFolderDepth) {
+    Finish(EditStatus::kRefused);
+    return std::string();
   }
   struct Job {
     const CVFDLNode* from;

@@ -40,6 +40,12 @@ namespace zds {
 
 class XmlTextSink;
 
+// How deep folders may nest, the root folder being level 1. A file that
+// nests deeper is refused as unusable (and left untouched), and an edit
+// that would go deeper is refused, so that no path or listing of a document
+// grows without bound.
+inline constexpr int kMaxFolderDepth = 1000;
+
 // Why the last edit of a document did or did not happen.
 enum class EditStatus {
   kDone,
@@ -163,6 +169,8 @@ class CVFDLDoc : public CXMLDoc, public CVFTree {
   // Whether a value may become (or replace) a node like `model`: the same
   // kind of node with an extension of the same class.
   static bool FitsLike(const CVFDLNode& value, const CVFDLNode& model);
+  // The level of a folder (the root folder is 1), counted up its parents.
+  static int FolderDepth(const CVFDLNode& folder);
 
  private:
   friend class TreeBuilder;

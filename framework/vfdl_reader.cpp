@@ -70,6 +70,7 @@ class TreeBuilder {
         cursor_ = EndOf(token_.raw);
         open.pop_back();
       } else if (token_.name == kFolderTag) {
+        if (open.size() >= static_cast<size_t>(kMaxFolderDepth)) return false;
         CVFDLFolder* folder = AddFolder(open.back());
         if (token_.kind == XmlToken::Kind::kStart) open.push_back(folder);
       } else if (!AddLeaf(*open.back())) {

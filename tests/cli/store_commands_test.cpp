@@ -96,8 +96,16 @@ TEST(ZdsStoreCommandsTest, BadPathGetsOneLineAndExitOne) {
   EXPECT_EQ(temp.Read("aidl.xml"), before);
 }
 
+// A service index of 100,000 nested folders, far deeper than a store nests.
+std::string NestedIndex() {
+  std::string text = "<?xml version=\"1.0\" encoding=\"ascii\"?>\r\n<aidl ver=\"1.3\">\r\n";
+  for (int i = 0; i < 100000; ++i) text += "<folder alias=\"x\">";
+  for (int i = 0; i < 100000; ++i) text += "</folder>";
+  return text + "\r\n</aidl>\r\n";
+}
+
 TEST(ZdsStoreCommandsTest, DamagedIndexIsReportedAndLeftUntouched) {
-  const std::string damaged[] = {
+  const std::string damaged[] = {NestedIndex(),
       "", "<?xml version=\"1.0\" encoding=\"ascii\"?>\r\n<aidl ver=\"1.3\">\r\n<folder id=\"0000\"",
       std::string("\x7f" "ELF\x02\x01\x01\0\0\0", 10),
       LoadTemplate(res::kAidlTemplateHead, res::kAidlTemplateTail) + "<aidl/>\r\n"};

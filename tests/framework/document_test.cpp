@@ -298,3 +298,46 @@ TEST(RootAndPrologueTest, OpeningCallsTheVersionHooksAroundTheBaseDirectory) {
 
 }  // namespace
 }  // namespace zds
+
+namespace zds {
+namespace {
+
+// `levels` folders, each inside the one before, the last holding a record.
+std::string Nested(int levels) {
+  std::string text = "<?xml version=\"1.0\" encoding=\"ascii\"?>\n<notes ver=\"1.0\">\n";
+  for (int i = 0; i < levels; ++i) text += "<folder id=\"" + std::to_string(i) + "\" alias=\"f\">\n";
+  text += "<rec id=\"r\" alias=\"deepest\"></rec>\n";
+  for (int i = 0; i < levels; ++i) text += "</folder>\n";
+  return text + "</notes>\n";
+}
+
+TEST(DeepNestingTest, TheDeepestAllowedDocumentWorksWithoutRecursion) {
+  const std::string text = Nested(kMaxFolderDepth);
+  test::NoteDoc doc;
+  ASSERT_TRUE(doc.SetXml(text));
+  CVFDLNode* deepest = doc.GetNodeByID("r");
+  ASSERT_NE(deepest, nullptr);
+  std::string path = "kov:\\f";
+  for (int i = 1; i < kMaxFolderDepth; ++i) path += "\\f";
+  EXPECT_EQ(deepest->GetPath(), path + "\\deepest");
+  EXPECT_EQ(doc.GetNodeByPath(path + "\\deepest"), deepest);
+  EXPECT_EQ(doc.GetXml(), text);
+  const std::string bottom = deepest->GetParent()->GetPos();
+  EXPECT_EQ(doc.AddFolder(bottom, test::ShelfFolder(), false), "") << "one level too deep";
+  EXPECT_EQ(doc.GetLastEditStatus(), EditStatus::kRefused);
+  EXPECT_NE(doc.AddRec(bottom, test::MakeNote("also", "x"), false), "") << "records may go there";
+  EXPECT_EQ(doc.AddCopyNodeByID("1", "5", false), "") << "a copy that would nest too deep";
+  ASSERT_TRUE(doc.DelFolder("kov:\\f\\1"));
+  EXPECT_EQ(doc.GetNodeCount(), 1u);
+}
+
+TEST(DeepNestingTest, DeeperFilesAreRefusedWhole) {
+  for (int levels : {kMaxFolderDepth + 1, 100000}) {
+    test::NoteDoc doc;
+    EXPECT_FALSE(doc.SetXml(Nested(levels))) << levels;
+    EXPECT_EQ(doc.GetRoot(), nullptr);
+  }
+}
+
+}  // namespace
+}  // namespace zds

@@ -121,7 +121,8 @@ TEST_F(EditTest, AddingToAFolderThatClosesItselfOpensIt) {
 }
 
 // The indexes behind look-ups by id and alias must agree with a walk of the
-// tree whatever edits led to it (aliases repeat on purpose).
+// tree whatever edits led to it: appends, inserts at any place, renames and
+// deletes (aliases repeat on purpose).
 TEST_F(EditTest, LookUpsAgreeWithAWalkAfterRandomEdits) {
   std::mt19937 random(3);
   std::vector<std::string> positions;
@@ -129,8 +130,11 @@ TEST_F(EditTest, LookUpsAgreeWithAWalkAfterRandomEdits) {
   for (int step = 1; step <= 3000; ++step) {
     const std::string alias = "n" + std::to_string(random() % 40);
     const unsigned action = positions.empty() ? 0 : random() % 4;
-    if (action <= 1) {
+    if (action == 0) {
       positions.push_back(doc_.AddRec(kSchedule, MakeNote(alias, "x"), false));
+    } else if (action == 1) {  // before any child, so the index must place it among equal aliases
+      const int index = static_cast<int>(random() % (schedule->GetChildCount() + 1));
+      positions.push_back(doc_.AddNodeCopy(kSchedule, MakeNote(alias, "x"), false, index));
     } else if (action == 2) {
       ASSERT_TRUE(doc_.UpdateRec(positions[random() % positions.size()], MakeNote(alias, "y"), false));
     } else {
