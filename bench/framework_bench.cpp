@@ -3,13 +3,18 @@
 // and noisy, so the two sides see the same conditions):
 //   load:   SetXml (parse and build the tree) vs pugixml parse and walk, <= 1.5x
 //   save:   SaveXMLDoc (and GetXml + WriteFileAtomic) vs write + fsync,  <= 2x
-//   ops:    one look-up/add/update/delete at 100,000 vs 1,000 records,   <= 2x
+//   ops:    one look-up (by id, position, path), add, update, rename
+//           (update with a new alias, then the new path looked up) and
+//           delete at 100,000 vs 1,000 records,                            <= 2x
 //           over the same 1,000 records at both sizes, and (*_uniform) over
 //           any record, where at 100,000 records cache misses dominate
 //   memory: heap and peak resident growth while loaded vs file size,     <= 3x
-// Two document variants: a family that reads every field into members
-// ("family") and the plain CVFDLDoc that keeps fields as unknown attributes
-// ("plain").
+// Document variants: a family that reads every field into members
+// ("family") and the plain CVFDLDoc that keeps fields as unknown
+// attributes ("plain"), on the generator's record shape; and the same two
+// on its wide shape ("wide_family", "wide_plain": folders four deep, 5 to 25
+// attributes per record, decoded into typed members), where the targets
+// are load <= 1.3x (plain) and <= 2x (family) pugixml, memory <= 3x.
 //
 // Run: build-bench/bench/framework_bench --benchmark_repetitions=5
 //      --benchmark_report_aggregates_only=true
@@ -54,10 +59,16 @@ double Seconds(Clock::time_point from, Clock::time_point to) {
   return std::chrono::duration<double>(to - from).count();
 }
 
-const std::string& DocumentText(size_t records) {
-  static std::map<size_t, std::string> texts;
-  auto it = texts.find(records);
-  if (it == texts.end()) it = texts.emplace(records, GenerateRecordDocument(records)).first;
+enum class Shape { kRecords, kWide };
+
+const std::string& DocumentText(size_t records, Shape shape = Shape::kRecords) {
+  static std::map<std::pair<size_t, Shape>, std::string> texts;
+  auto key = std::pair(records, shape);
+  auto it = texts.find(key);
+  if (it == texts.end()) {
+    std::string text = shape == Shape::kWide ? GenerateWideDocument(records) : GenerateRecordDocument(records);
+    it = texts.emplace(key, std::move(text)).first;
+  }
   return it->second;
 }
 
@@ -127,12 +138,22 @@ size_t Walk(const pugi::xml_node& node) {
 struct Family {
   using Doc = BenchDoc;
   using Rec = BenchRec;
+  static constexpr Shape kShape = Shape::kRecords;
   static BenchRec MakeRec(const GeneratedRecord& values) { return MakeBenchRec(values); }
 };
 struct Plain {
   using Doc = CVFDLDoc;
   using Rec = CVFDLRec;
+  static constexpr Shape kShape = Shape::kRecords;
   static CVFDLRec MakeRec(const GeneratedRecord& values) { return MakePlainRec(values); }
+};
+struct WideFamily {
+  using Doc = WideDoc;
+  static constexpr Shape kShape = Shape::kWide;
+};
+struct WidePlain {
+  using Doc = CVFDLDoc;
+  static constexpr Shape kShape = Shape::kWide;
 };
 
 void CollectRecords(const CVFDLFolder& folder, std::vector<CVFDLNode*>& records, std::vector<CVFDLFolder*>& folders) {
@@ -149,7 +170,7 @@ void CollectRecords(const CVFDLFolder& folder, std::vector<CVFDLNode*>& records,
 template <typename Variant>
 std::unique_ptr<typename Variant::Doc> LoadDocument(size_t records) {
   auto doc = std::make_unique<typename Variant::Doc>();
-  if (!doc->SetXml(DocumentText(records))) return nullptr;
+  if (!doc->SetXml(DocumentText(records, Variant::kShape))) return nullptr;
   return doc;
 }
 
@@ -157,7 +178,7 @@ std::unique_ptr<typename Variant::Doc> LoadDocument(size_t records) {
 
 template <typename Variant>
 void BM_Load(benchmark::State& state) {
-  const std::string& text = DocumentText(static_cast<size_t>(state.range(0)));
+  const std::string& text = DocumentText(static_cast<size_t>(state.range(0)), Variant::kShape);
   {
     auto check = LoadDocument<Variant>(static_cast<size_t>(state.range(0)));
     if (!check || check->GetXml() != text) {
@@ -294,7 +315,7 @@ void BM_Save(benchmark::State& state) {
 
 // ---- single-record operations at two sizes ----
 
-enum class Op { kLookupID, kLookupPos, kAdd, kUpdate, kDelete };
+enum class Op { kLookupID, kLookupPos, kLookupPath, kAdd, kUpdate, kRename, kDelete };
 
 // Which records a batch touches. kWorkingSet: the same number of distinct
 // records (1,000, spread over the document) at both sizes, so that the two
@@ -309,6 +330,8 @@ struct OpsDocument {
   std::unique_ptr<typename Variant::Doc> doc;
   std::vector<std::string> ids;        // of records
   std::vector<std::string> positions;  // of the same records
+  std::vector<std::string> paths;      // of the same records
+  size_t renames = 0;
   std::string folder_pos;              // where adds go
   std::vector<typename Variant::Rec> values;
   std::vector<size_t> working_set;     // indexes into ids and positions
@@ -321,6 +344,7 @@ struct OpsDocument {
     for (CVFDLNode* rec : recs) {
       ids.push_back(rec->GetID());
       positions.push_back(rec->GetPos());
+      paths.push_back(rec->GetPath());
     }
     folder_pos = folders.back()->GetPos();
     BenchRandom value_random(3);
@@ -380,6 +404,32 @@ struct OpsDocument {
         for (const std::string& key : keys) sink += d.GetNodeByPos(key) != nullptr;
         return {Seconds(start, Clock::now()), keys.size()};
       }
+      case Op::kLookupPath: {
+        std::vector<std::string> keys = KeysOf(paths, Picks(kLookups, which));
+        auto start = Clock::now();
+        for (const std::string& key : keys) sink += d.GetNodeByPath(key) != nullptr;
+        return {Seconds(start, Clock::now()), keys.size()};
+      }
+      case Op::kRename: {
+        // Each record gets a new alias, and is found at once by its new path:
+        // a rename must keep the folder's alias index, not drop it.
+        std::vector<size_t> picks = Picks(kEdits, which);
+        std::vector<typename Variant::Rec> renamed;
+        std::vector<std::string> new_paths;
+        for (size_t i : picks) {
+          renamed.push_back(static_cast<const typename Variant::Rec&>(*d.GetNodeByPos(positions[i])));
+          renamed.back().SetAlias("renamed " + std::to_string(++renames));
+          new_paths.push_back(paths[i].substr(0, paths[i].rfind('\\') + 1) + renamed.back().GetAlias());
+        }
+        auto start = Clock::now();
+        for (size_t k = 0; k < picks.size(); ++k) {
+          sink += d.UpdateRec(positions[picks[k]], renamed[k], false);
+          sink += d.GetNodeByPath(new_paths[k]) != nullptr;
+        }
+        double took = Seconds(start, Clock::now());
+        for (size_t k = 0; k < picks.size(); ++k) paths[picks[k]] = new_paths[k];
+        return {took, picks.size()};
+      }
       case Op::kAdd: {
         std::vector<std::string> added(kEdits);
         auto start = Clock::now();
@@ -403,6 +453,7 @@ struct OpsDocument {
         for (size_t i : picks) {
           positions[i] = d.AddRec(folder_pos, values[i & 1], false);
           ids[i] = positions[i].substr(positions[i].rfind('\\') + 1);
+          paths[i] = d.GetNodeByPos(positions[i])->GetPath();
         }
         return {took, picks.size()};
       }
@@ -475,7 +526,7 @@ double HeapInUse() {
 
 template <typename Variant>
 void BM_Memory(benchmark::State& state) {
-  const std::string& text = DocumentText(kLarge);
+  const std::string& text = DocumentText(kLarge, Variant::kShape);
   const Scratch& scratch = Scratch::Get();
   if (!scratch.root().WriteFileAtomic("\\memory.xml", text)) {
     state.SkipWithError("cannot write the document file");
@@ -520,13 +571,20 @@ void RegisterMemory(const char* name) {
 }
 
 template <typename Variant>
+void RegisterLoad(const std::string& prefix) {
+  for (int64_t records : {int64_t{10'000}, static_cast<int64_t>(kLarge)}) {
+    benchmark::RegisterBenchmark((prefix + "/load").c_str(), BM_Load<Variant>)
+        ->Arg(records)
+        ->UseManualTime()
+        ->MinTime(2.0)
+        ->Unit(benchmark::kMillisecond);
+  }
+}
+
+template <typename Variant>
 void RegisterVariant(const char* name) {
   std::string prefix = name;
-  benchmark::RegisterBenchmark((prefix + "/load").c_str(), BM_Load<Variant>)
-      ->Arg(static_cast<int64_t>(kLarge))
-      ->UseManualTime()
-      ->MinTime(2.0)
-      ->Unit(benchmark::kMillisecond);
+  RegisterLoad<Variant>(prefix);
   benchmark::RegisterBenchmark((prefix + "/save_unchanged").c_str(), BM_Save<Variant>)
       ->Arg(0)
       ->UseManualTime()
@@ -537,10 +595,9 @@ void RegisterVariant(const char* name) {
       ->UseManualTime()
       ->MinTime(2.0)
       ->Unit(benchmark::kMillisecond);
-  const std::pair<const char*, Op> ops[] = {{"lookup_id", Op::kLookupID},
-                                            {"lookup_pos", Op::kLookupPos},
-                                            {"add", Op::kAdd},
-                                            {"update", Op::kUpdate},
+  const std::pair<const char*, Op> ops[] = {{"lookup_id", Op::kLookupID}, {"lookup_pos", Op::kLookupPos},
+                                            {"lookup_path", Op::kLookupPath}, {"add", Op::kAdd},
+                                            {"update", Op::kUpdate},           {"rename", Op::kRename},
                                             {"delete", Op::kDelete}};
   for (const auto& [op_name, op] : ops) {
     // A batch's untimed setup costs more than the batch: a short minimum
@@ -569,6 +626,10 @@ int main(int argc, char** argv) {
   }
   zds::bench::RegisterMemory<zds::bench::Family>("family");
   zds::bench::RegisterMemory<zds::bench::Plain>("plain");
+  zds::bench::RegisterMemory<zds::bench::WideFamily>("wide_family");
+  zds::bench::RegisterMemory<zds::bench::WidePlain>("wide_plain");
+  zds::bench::RegisterLoad<zds::bench::WideFamily>("wide_family");
+  zds::bench::RegisterLoad<zds::bench::WidePlain>("wide_plain");
   zds::bench::RegisterVariant<zds::bench::Family>("family");
   zds::bench::RegisterVariant<zds::bench::Plain>("plain");
   benchmark::RunSpecifiedBenchmarks();

@@ -22,10 +22,12 @@
 
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <tuple>
+#include <type_traits>
 #include <utility>
 
 #include "zds/framework/xml_line.h"
@@ -71,27 +73,27 @@ struct TextUnlessEmptyCodec {
 
 // Flags are written "yes" or "no"; they differ in what reads as true.
 struct FlagExactCodec {  // "yes" exactly
-  void Read(const std::string& text, bool& value) const { value = text == "yes"; }
+  void Read(std::string_view text, bool& value) const { value = text == "yes"; }
   bool Write(bool value, std::string& text) const {
     text = value ? "yes" : "no";
     return true;
   }
 };
 struct FlagNoCaseCodec {  // "yes" in any case
-  void Read(const std::string& text, bool& value) const { value = SameWordNoCase(text, "yes"); }
+  void Read(std::string_view text, bool& value) const { value = SameWordNoCase(text, "yes"); }
   bool Write(bool value, std::string& text) const { return FlagExactCodec{}.Write(value, text); }
 };
 
 // Integers written with "%d"; named by the reader the format was kept with.
 struct AtoiCodec {
-  void Read(const std::string& text, int32_t& value) const { value = ParseAtoi(text); }
+  void Read(std::string_view text, int32_t& value) const { value = ParseAtoi(text); }
   bool Write(int32_t value, std::string& text) const {
     text = FormatInt(value);
     return true;
   }
 };
 struct AtolCodec {
-  void Read(const std::string& text, int32_t& value) const { value = ParseAtol(text); }
+  void Read(std::string_view text, int32_t& value) const { value = ParseAtol(text); }
   bool Write(int32_t value, std::string& text) const { return AtoiCodec{}.Write(value, text); }
 };
 
@@ -99,7 +101,7 @@ struct AtolCodec {
 // text that does not parse reads as the time 0.
 struct TimeTextCodec {
   const char* pattern;
-  void Read(const std::string& text, CTime& value) const { value = ParseDateTime(text); }
+  void Read(std::string_view text, CTime& value) const { value = ParseDateTime(text); }
   bool Write(const CTime& value, std::string& text) const {
     text = value.Format(pattern);
     return true;
@@ -166,7 +168,7 @@ struct WordsCodec {
     }
     return policy.unknown_writes_as;
   }
-  void Read(const std::string& text, int& value) const {
+  void Read(std::string_view text, int& value) const {
     if (std::optional<int> known = ValueOf(text)) value = *known;
     else if (policy.unknown_reads_as) value = *policy.unknown_reads_as;
   }
@@ -191,7 +193,25 @@ struct Field {
   Member Owner::*member;
   Codec codec;
 
-  void Read(CXMLElementReader& item, Owner& owner) const { codec.Read(item.GetAttrValue(name), owner.*member); }
+  // Codecs of text take the decoded value; the others look at it in place.
+  static constexpr bool kInPlace = requires(const Codec& c, std::string_view text, Member& value) {
+    c.Read(text, value);
+  };
+  void Read(CXMLElementReader& item, size_t index, Owner& owner) const {
+    if constexpr (kInPlace) {
+      std::string scratch;
+      codec.Read(item.GetAttrTextAt(index, scratch), owner.*member);
+    } else {
+      codec.Read(item.GetAttrValueAt(index), owner.*member);
+    }
+  }
+  void ReadAbsent(Owner& owner) const {
+    if constexpr (kInPlace) {
+      codec.Read(std::string_view(), owner.*member);
+    } else {
+      codec.Read(std::string(), owner.*member);
+    }
+  }
   void Write(const Owner& owner, CXMLLine& line) const {
     std::string text;
     if (codec.Write(owner.*member, text)) line.AddAttribute(name, text);
@@ -210,20 +230,51 @@ struct Fixed {
   std::string_view text;
 
   template <typename Owner>
-  void Read(CXMLElementReader& item, Owner&) const { item.GetAttrValue(name); }
+  void Read(CXMLElementReader& item, size_t index, Owner&) const {
+    std::string scratch;
+    item.GetAttrTextAt(index, scratch);
+  }
+  template <typename Owner>
+  void ReadAbsent(Owner&) const {}
   template <typename Owner>
   void Write(const Owner&, CXMLLine& line) const { line.AddAttribute(name, text); }
 };
 
-// The fields of one element, written in the order they are listed.
+// The fields of one element, written in the order they are listed. Reading
+// takes the element's attributes as they come, looking for each among the
+// fields from the one after the last found: a file written in the listed
+// order is read in one pass. A field the element lacks reads the empty text.
+// Only the first of two attributes of one name is taken; the other stays
+// unread, kept with the node.
 template <typename... Fields>
 class FieldList {
  public:
-  constexpr explicit FieldList(Fields... fields) : fields_(fields...) {}
+  static constexpr size_t kCount = sizeof...(Fields);
+
+  constexpr explicit FieldList(Fields... fields) : fields_(fields...), names_{fields.name...} {}
 
   template <typename Owner>
   void Read(CXMLElementReader& item, Owner& owner) const {
-    std::apply([&](const auto&... field) { (field.Read(item, owner), ...); }, fields_);
+    static constexpr auto kReaders = Readers<Owner>(std::index_sequence_for<Fields...>());
+    bool seen[kCount] = {};
+    size_t next = 0;
+    for (size_t i = 0; i < item.GetAttrCount(); ++i) {
+      if (item.IsAttrRead(i)) continue;
+      const std::string_view name = item.GetAttrName(i);
+      for (size_t k = 0; k < kCount; ++k) {
+        const size_t f = next + k < kCount ? next + k : next + k - kCount;
+        if (!SameName(names_[f], name)) continue;
+        if (!seen[f]) {
+          seen[f] = true;
+          kReaders[f](fields_, &item, i, owner);
+        }
+        next = f + 1 < kCount ? f + 1 : 0;
+        break;
+      }
+    }
+    for (size_t f = 0; f < kCount; ++f) {
+      if (!seen[f]) kReaders[f](fields_, nullptr, 0, owner);
+    }
   }
   template <typename Owner>
   void Write(const Owner& owner, CXMLLine& line) const {
@@ -231,7 +282,26 @@ class FieldList {
   }
 
  private:
+  // Each field's reader by its place, so that a field found by name is read
+  // through one table look-up.
+  // Reads field I from attribute `index` of `item`, or as absent without an item.
+  template <typename Owner>
+  using Reader = void (*)(const std::tuple<Fields...>&, CXMLElementReader*, size_t, Owner&);
+  template <typename Owner, size_t I>
+  static void ReadOne(const std::tuple<Fields...>& fields, CXMLElementReader* item, size_t index, Owner& owner) {
+    if (item) std::get<I>(fields).Read(*item, index, owner);
+    else std::get<I>(fields).ReadAbsent(owner);
+  }
+  template <typename Owner, size_t... I>
+  static constexpr std::array<Reader<Owner>, kCount> Readers(std::index_sequence<I...>) {
+    return {&ReadOne<Owner, I>...};
+  }
+  static bool SameName(std::string_view a, std::string_view b) {
+    return a.size() == b.size() && (a.empty() || (a[0] == b[0] && std::memcmp(a.data(), b.data(), a.size()) == 0));
+  }
+
   std::tuple<Fields...> fields_;
+  std::array<std::string_view, kCount> names_;
 };
 
 template <typename... Fields>

@@ -258,13 +258,11 @@ void CVFDLDoc::ReplaceValue(CVFDLNode& node, const CVFDLNode& value) {
   std::string id = node.GetID();
   // What no hook understood belongs to the stored element, not to the value:
   // a caller that built the value itself never saw it.
-  std::string unknown_attributes = std::move(node.unknown_attributes_);
-  std::string unknown_content = std::move(node.unknown_content_);
+  CVFDLNode::UnknownParts unknown = node.ReleaseUnknown();
   RenameNode(node, value.GetAlias());
   node.AssignValue(value);
   node.id_ = std::move(id);
-  node.unknown_attributes_ = std::move(unknown_attributes);
-  node.unknown_content_ = std::move(unknown_content);
+  node.RestoreUnknown(std::move(unknown));
   node.source_ = {};
   InitNodeExtendType(node);
 }
@@ -400,12 +398,27 @@ std::string CVFDLDoc::AddCopyNodeByID(std::string_view id, std::string_view pare
 
 // ---- reading and writing elements ----
 
+// One pass over the element's attributes: they are many, the framework's
+// own few, and a look-up by name per field would cost a pass each.
 void CVFDLDoc::ReadBaseItem(CXMLElementReader& item, CVFDLNode& node) {
-  node.id_ = item.GetAttrValue("id");
-  node.alias_ = item.GetAttrValue("alias");
-  node.attribute_ = item.GetAttrValue("attribute");
-  node.content_ = item.GetAttrValue("content");
-  node.src_ = item.GetAttrValue("src");
+  static constexpr std::string_view kNames[] = {"id", "alias", "attribute", "content", "src"};
+  bool seen[std::size(kNames)] = {};
+  for (size_t i = 0; i < item.GetAttrCount(); ++i) {
+    const std::string_view name = item.GetAttrName(i);
+    for (size_t k = 0; k < std::size(kNames); ++k) {
+      if (seen[k] || name != kNames[k]) continue;
+      seen[k] = true;
+      std::string value = item.GetAttrValueAt(i);
+      switch (k) {
+        case 0: node.id_ = std::move(value); break;
+        case 1: node.alias_ = std::move(value); break;
+        case 2: node.SetAttribute(value); break;
+        case 3: node.SetContent(value); break;
+        default: node.SetSrc(value); break;
+      }
+      break;
+    }
+  }
 }
 
 void CVFDLDoc::CreateBaseText(const CVFDLNode& node, CXMLLine& line) const {

@@ -44,18 +44,31 @@ bool SameExtensionClass(const CVFDLExtension* a, const CVFDLExtension* b) {
   return typeid(*a) == typeid(*b);
 }
 
+namespace {
+
+// The attribute values nearly every node has, kept as a number.
+const std::string kAttributeWords[] = {std::string(), std::string(kAttrRoot), std::string(kAttrUndel),
+                                       std::string(kAttrSystem), std::string(kAttrNormal), std::string(kAttrHidden)};
+constexpr uint8_t kAttributeHeld = 6;
+
+}  // namespace
+
+const std::string& CVFDLNode::Empty() { return kAttributeWords[0]; }
+
+CVFDLNode::Extra& CVFDLNode::GetExtra() {
+  if (!extra_) extra_ = std::make_unique<Extra>();
+  return *extra_;
+}
+
 CVFDLNode::CVFDLNode(const CVFDLNode& other)
     : node_type_(other.node_type_),
       extend_type_(other.extend_type_),
       id_(other.id_),
       alias_(other.alias_),
-      attribute_(other.attribute_),
-      content_(other.content_),
-      src_(other.src_),
-      unknown_attributes_(other.unknown_attributes_),
-      unknown_content_(other.unknown_content_),
       extend_(other.extend_ ? other.extend_->Clone() : nullptr),
-      extend_required_(other.extend_required_) {}
+      extend_required_(other.extend_required_) {
+  CopyFieldsFrom(other);
+}
 
 CVFDLNode& CVFDLNode::operator=(const CVFDLNode& other) {
   if (this != &other) CVFDLNode::AssignValue(other);
@@ -64,17 +77,84 @@ CVFDLNode& CVFDLNode::operator=(const CVFDLNode& other) {
 
 CVFDLNode::~CVFDLNode() = default;
 
+// A copy owns everything it holds: it may outlive the tree whose text the
+// original's unknown parts view.
+void CVFDLNode::CopyFieldsFrom(const CVFDLNode& other) {
+  extra_.reset();
+  unknown_attributes_ = unknown_content_ = {};
+  unknown_attributes_held_ = unknown_content_held_ = false;
+  attribute_word_ = other.attribute_word_;
+  if (attribute_word_ == kAttributeHeld) GetExtra().attribute = other.extra_->attribute;
+  SetContent(other.GetContent());
+  SetSrc(other.GetSrc());
+  SetUnknownAttributes(std::string(other.GetUnknownAttributes()));
+  SetUnknownContent(std::string(other.GetUnknownContent()));
+}
+
 void CVFDLNode::AssignValue(const CVFDLNode& other) {
   if (this == &other) return;
   extend_type_ = other.extend_type_;
   id_ = other.id_;
   alias_ = other.alias_;
-  attribute_ = other.attribute_;
-  content_ = other.content_;
-  src_ = other.src_;
-  unknown_attributes_ = other.unknown_attributes_;
-  unknown_content_ = other.unknown_content_;
+  CopyFieldsFrom(other);
   SetExtend(other.extend_ ? other.extend_->Clone() : nullptr);
+}
+
+const std::string& CVFDLNode::GetAttribute() const {
+  return attribute_word_ == kAttributeHeld ? extra_->attribute : kAttributeWords[attribute_word_];
+}
+
+void CVFDLNode::SetAttribute(std::string_view attribute) {
+  for (uint8_t word = 0; word < kAttributeHeld; ++word) {
+    if (kAttributeWords[word] == attribute) {
+      attribute_word_ = word;
+      return;
+    }
+  }
+  GetExtra().attribute = attribute;
+  attribute_word_ = kAttributeHeld;
+}
+
+void CVFDLNode::SetContent(std::string_view content) {
+  if (!content.empty() || extra_) GetExtra().content = content;
+}
+
+void CVFDLNode::SetSrc(std::string_view src) {
+  if (!src.empty() || extra_) GetExtra().src = src;
+}
+
+void CVFDLNode::SetUnknownAttributes(std::string text) {
+  unknown_attributes_ = {};
+  unknown_attributes_held_ = !text.empty();
+  if (unknown_attributes_held_ || extra_) GetExtra().unknown_attributes = std::move(text);
+}
+
+void CVFDLNode::SetUnknownContent(std::string text) {
+  unknown_content_ = {};
+  unknown_content_held_ = !text.empty();
+  if (unknown_content_held_ || extra_) GetExtra().unknown_content = std::move(text);
+}
+
+void CVFDLNode::KeepUnknownText(std::string_view attributes, std::string_view content) {
+  if (unknown_attributes_held_) extra_->unknown_attributes.clear();
+  if (unknown_content_held_) extra_->unknown_content.clear();
+  unknown_attributes_held_ = unknown_content_held_ = false;
+  unknown_attributes_ = attributes;
+  unknown_content_ = content;
+}
+
+CVFDLNode::UnknownParts CVFDLNode::ReleaseUnknown() {
+  UnknownParts parts{unknown_attributes_, unknown_content_, {}, {}, unknown_attributes_held_, unknown_content_held_};
+  if (parts.attributes_held) parts.attributes = std::move(extra_->unknown_attributes);
+  if (parts.content_held) parts.content = std::move(extra_->unknown_content);
+  KeepUnknownText({}, {});
+  return parts;
+}
+
+void CVFDLNode::RestoreUnknown(UnknownParts parts) {
+  KeepUnknownText(parts.attributes_text, parts.content_text);
+  if (parts.attributes_held) SetUnknownAttributes(std::move(parts.attributes));
+  if (parts.content_held) SetUnknownContent(std::move(parts.content));
 }
 
 bool CVFDLNode::SetExtend(std::unique_ptr<CVFDLExtension> extend) {
@@ -87,8 +167,8 @@ bool CVFDLNode::SetExtend(std::unique_ptr<CVFDLExtension> extend) {
 
 bool CVFDLNode::ValueEquals(const CVFDLNode& other) const {
   if (node_type_ != other.node_type_ || id_ != other.id_ || alias_ != other.alias_ ||
-      attribute_ != other.attribute_ || content_ != other.content_ || src_ != other.src_ ||
-      unknown_attributes_ != other.unknown_attributes_ || unknown_content_ != other.unknown_content_) {
+      GetAttribute() != other.GetAttribute() || GetContent() != other.GetContent() || GetSrc() != other.GetSrc() ||
+      GetUnknownAttributes() != other.GetUnknownAttributes() || GetUnknownContent() != other.GetUnknownContent()) {
     return false;
   }
   if (!extend_ || !other.extend_) return !extend_ && !other.extend_;
@@ -96,7 +176,7 @@ bool CVFDLNode::ValueEquals(const CVFDLNode& other) const {
 }
 
 void CVFDLNode::ComposeContent(std::string_view kind, std::string_view class_name, std::string_view os) {
-  content_ = zds::ComposeContent(kind, class_name, os);
+  SetContent(zds::ComposeContent(kind, class_name, os));
 }
 
 std::string CVFDLNode::GetPos() const {

@@ -14,6 +14,7 @@
 #ifndef ZDS_FRAMEWORK_VFDL_NODE_H_
 #define ZDS_FRAMEWORK_VFDL_NODE_H_
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -91,12 +92,12 @@ class CVFDLNode {
   void SetID(std::string_view id) { id_ = id; }
   const std::string& GetAlias() const { return alias_; }
   void SetAlias(std::string_view alias) { alias_ = alias; }
-  const std::string& GetAttribute() const { return attribute_; }
-  void SetAttribute(std::string_view attribute) { attribute_ = attribute; }
-  const std::string& GetContent() const { return content_; }
-  void SetContent(std::string_view content) { content_ = content; }
-  const std::string& GetSrc() const { return src_; }
-  void SetSrc(std::string_view src) { src_ = src; }
+  const std::string& GetAttribute() const;
+  void SetAttribute(std::string_view attribute);
+  const std::string& GetContent() const { return extra_ ? extra_->content : Empty(); }
+  void SetContent(std::string_view content);
+  const std::string& GetSrc() const { return extra_ ? extra_->src : Empty(); }
+  void SetSrc(std::string_view src);
   int GetExtendType() const { return extend_type_; }
   void SetExtendType(int type) { extend_type_ = type; }
 
@@ -109,9 +110,9 @@ class CVFDLNode {
   bool IsExtendRequired() const { return extend_required_; }
 
   void ComposeContent(std::string_view kind, std::string_view class_name, std::string_view os);
-  std::string GetContentClass() const { return zds::GetContentClass(content_); }
-  std::string GetContentType() const { return zds::GetContentType(content_); }
-  std::string GetContentOS() const { return zds::GetContentOS(content_); }
+  std::string GetContentClass() const { return zds::GetContentClass(GetContent()); }
+  std::string GetContentType() const { return zds::GetContentType(GetContent()); }
+  std::string GetContentOS() const { return zds::GetContentOS(GetContent()); }
 
   // Place in the tree (null for a node that is not in one).
   CVFDLDoc* GetDoc() const { return doc_; }
@@ -124,10 +125,14 @@ class CVFDLNode {
   std::string GetPath() const;
 
   // Attributes and child content that no hook understood, in stored spelling.
-  const std::string& GetUnknownAttributes() const { return unknown_attributes_; }
-  const std::string& GetUnknownContent() const { return unknown_content_; }
-  void SetUnknownAttributes(std::string text) { unknown_attributes_ = std::move(text); }
-  void SetUnknownContent(std::string text) { unknown_content_ = std::move(text); }
+  std::string_view GetUnknownAttributes() const {
+    return unknown_attributes_held_ ? std::string_view(extra_->unknown_attributes) : unknown_attributes_;
+  }
+  std::string_view GetUnknownContent() const {
+    return unknown_content_held_ ? std::string_view(extra_->unknown_content) : unknown_content_;
+  }
+  void SetUnknownAttributes(std::string text);
+  void SetUnknownContent(std::string text);
 
  protected:
   // For the typed node classes: a node made with its extension, which it
@@ -142,17 +147,43 @@ class CVFDLNode {
   friend class TreeBuilder;
   friend class DocumentWriter;
 
+  // What most nodes lack, kept apart so that a record costs little: a tree
+  // holds one node per record, and a store holds many records.
+  struct Extra {
+    std::string attribute;  // a value other than the five words
+    std::string content;
+    std::string src;
+    std::string unknown_attributes;
+    std::string unknown_content;
+  };
+  static const std::string& Empty();
+  Extra& GetExtra();
+  // The unknown parts as read from the document's text: views into it,
+  // which stay valid as long as the tree they belong to.
+  void KeepUnknownText(std::string_view attributes, std::string_view content);
+  // The unknown parts moved out of a node and back, for an edit that
+  // replaces the node's value but keeps what its stored element held.
+  struct UnknownParts {
+    std::string_view attributes_text, content_text;  // views into the document's text
+    std::string attributes, content;                 // or held
+    bool attributes_held = false, content_held = false;
+  };
+  UnknownParts ReleaseUnknown();
+  void RestoreUnknown(UnknownParts parts);
+  void CopyFieldsFrom(const CVFDLNode& other);
+
   int node_type_;
   int extend_type_ = 0;
   std::string id_;
   std::string alias_;
-  std::string attribute_;
-  std::string content_;
-  std::string src_;
-  std::string unknown_attributes_;
-  std::string unknown_content_;
   std::unique_ptr<CVFDLExtension> extend_;
+  std::unique_ptr<Extra> extra_;
+  std::string_view unknown_attributes_;  // unless held in extra_
+  std::string_view unknown_content_;
+  uint8_t attribute_word_ = 0;  // 0 none, 1-5 the attribute words, 6 held in extra_
   bool extend_required_ = false;
+  bool unknown_attributes_held_ = false;
+  bool unknown_content_held_ = false;
 
   // Tree linkage, owned by CVFTree.
   CVFDLDoc* doc_ = nullptr;

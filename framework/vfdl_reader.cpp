@@ -85,7 +85,7 @@ class TreeBuilder {
     CXMLElementReader item(token_.name, attributes_, token_.kind == XmlToken::Kind::kStart);
     doc_.ReadBaseItem(item, *folder);
     doc_.ReadFolderExtend(item, *folder);
-    item.AppendUnreadAttributes(folder->unknown_attributes_);
+    KeepUnread(item, *folder);
     folder->self_closing_ = token_.kind == XmlToken::Kind::kEmpty;
     folder->lead_ = Between(cursor_, token_.raw.data());
     folder->source_ = token_.raw;
@@ -114,8 +114,7 @@ class TreeBuilder {
       doc_.ReserveID(node->GetID());
       return true;
     }
-    item.AppendUnreadAttributes(node->unknown_attributes_);
-    item.AppendUnreadChildren(node->unknown_content_);
+    KeepUnread(item, *node);
     node->lead_ = Between(cursor_, start.raw.data());
     node->source_ = Between(start.raw.data(), end);
     cursor_ = end;
@@ -162,6 +161,25 @@ class TreeBuilder {
       children.back().SetRawText(Between(child.lead, child.begin), Between(child.begin, child.end));
     }
     return true;
+  }
+
+  // What no hook read stays with the node: as a view into the text when it
+  // stands together there, which is the usual case, else copied.
+  static void KeepUnread(const CXMLElementReader& item, CVFDLNode& node) {
+    std::string_view attributes, content;
+    bool attributes_in_place = item.UnreadAttributesInPlace(attributes);
+    bool content_in_place = item.UnreadChildrenInPlace(content);
+    node.KeepUnknownText(attributes, content);
+    if (!attributes_in_place) {
+      std::string held;
+      item.AppendUnreadAttributes(held);
+      node.SetUnknownAttributes(std::move(held));
+    }
+    if (!content_in_place) {
+      std::string held;
+      item.AppendUnreadChildren(held);
+      node.SetUnknownContent(std::move(held));
+    }
   }
 
   std::unique_ptr<CVFDLNode> NewNodeFor(std::string_view tag) const {

@@ -105,7 +105,7 @@ class DocumentWriter {
       default:
         doc_.CreateOtherItemText(node, line, lines);
     }
-    line.AppendRawAttributes(node.unknown_attributes_);
+    line.AppendRawAttributes(node.GetUnknownAttributes());
     std::string& out = out_.Scratch();
     out.clear();
     line.AppendLine(out, false);
@@ -114,7 +114,7 @@ class DocumentWriter {
         out += doc_.newline_;
         out += child;
       }
-      out += node.unknown_content_;
+      out += node.GetUnknownContent();
       out += doc_.newline_;
       out += "</";
       out += tag;

@@ -157,15 +157,39 @@ bool CXMLElementReader::IsConsumed(size_t index) const {
   return index < 64 ? (consumed_mask_ >> index) & 1 : consumed_overflow_[index - 64];
 }
 
+namespace {
+
+bool SameName(std::string_view candidate, std::string_view name) {
+  return candidate.size() == name.size() &&
+         (name.empty() || (candidate[0] == name[0] && std::memcmp(candidate.data(), name.data(), name.size()) == 0));
+}
+
+// One of 64 bits for a name, from its length and its first and last bytes.
+uint64_t NameBit(std::string_view name) {
+  if (name.empty()) return 1;
+  unsigned hash = static_cast<unsigned>(name.size()) * 31u + static_cast<unsigned char>(name.front()) * 7u +
+                  static_cast<unsigned char>(name.back());
+  return uint64_t{1} << (hash & 63u);
+}
+
+}  // namespace
+
+// Hooks ask for fields in the order they are written, which is the order a
+// file of this program holds them in: the attribute after the last one
+// found is tried first. A name the element cannot hold is told by one bit
+// of a summary of its names, so that fields a record leaves out cost no
+// scan of its attributes.
 int CXMLElementReader::Find(std::string_view name) const {
-  // Length and first byte decide almost every miss; a comparison call for
-  // each of an element's attributes costs more than the whole loop.
-  const size_t size = name.size();
-  const char first = size ? name[0] : '\0';
-  for (size_t i = 0; i < attributes_.size(); ++i) {
-    std::string_view candidate = attributes_[i].name;
-    if (candidate.size() == size && (size == 0 || (candidate[0] == first &&
-                                                   std::memcmp(candidate.data(), name.data(), size) == 0))) {
+  const size_t count = attributes_.size();
+  if (next_ < count && SameName(attributes_[next_].name, name)) return static_cast<int>(next_++);
+  if (!summarised_) {
+    for (const XmlAttribute& attribute : attributes_) name_bits_ |= NameBit(attribute.name);
+    summarised_ = true;
+  }
+  if ((name_bits_ & NameBit(name)) == 0) return -1;
+  for (size_t i = 0; i < count; ++i) {
+    if (SameName(attributes_[i].name, name)) {
+      next_ = i + 1;
       return static_cast<int>(i);
     }
   }
@@ -174,9 +198,13 @@ int CXMLElementReader::Find(std::string_view name) const {
 
 std::string CXMLElementReader::GetAttrValue(std::string_view name) {
   int index = Find(name);
-  if (index < 0) return std::string();
-  MarkConsumed(static_cast<size_t>(index));
-  std::string_view raw = attributes_[static_cast<size_t>(index)].raw_value;
+  return index < 0 ? std::string() : GetAttrValueAt(static_cast<size_t>(index));
+}
+
+std::string CXMLElementReader::GetAttrValueAt(size_t index) {
+  MarkConsumed(index);
+  std::string_view raw = attributes_[index].raw_value;
+  if (raw.find('&') == std::string_view::npos) return std::string(raw);
   std::string value;
   // Decoding never lengthens a value; reserving keeps the string from
   // growing by doubling, which would leave up to half of it unused.
@@ -184,6 +212,15 @@ std::string CXMLElementReader::GetAttrValue(std::string_view name) {
   // The loader has already checked every reference, so decoding cannot fail.
   AppendDecoded(value, raw);
   return value;
+}
+
+std::string_view CXMLElementReader::GetAttrTextAt(size_t index, std::string& scratch) {
+  MarkConsumed(index);
+  std::string_view raw = attributes_[index].raw_value;
+  if (raw.find('&') == std::string_view::npos) return raw;
+  scratch.clear();
+  AppendDecoded(scratch, raw);
+  return scratch;
 }
 
 bool CXMLElementReader::HasAttribute(std::string_view name) const { return Find(name) >= 0; }
@@ -203,7 +240,41 @@ void CXMLElementReader::AppendUnreadAttributes(std::string& out) const {
 
 namespace {
 bool HasText(std::string_view text) { return text.find_first_not_of(" \t\r\n") != std::string_view::npos; }
+
+std::string_view Span(const char* from, const char* to) { return std::string_view(from, static_cast<size_t>(to - from)); }
 }  // namespace
+
+bool CXMLElementReader::UnreadAttributesInPlace(std::string_view& view) const {
+  size_t first = 0;
+  while (first < attributes_.size() && IsConsumed(first)) ++first;
+  size_t end = first;
+  while (end < attributes_.size() && !IsConsumed(end)) ++end;
+  for (size_t i = end; i < attributes_.size(); ++i) {
+    if (!IsConsumed(i)) return false;
+  }
+  if (first == end) {
+    view = {};
+    return true;
+  }
+  const std::string_view last = attributes_[end - 1].spelling;
+  view = Span(attributes_[first].spelling.data(), last.data() + last.size());
+  return true;
+}
+
+bool CXMLElementReader::UnreadChildrenInPlace(std::string_view& view) const {
+  for (const CXMLElementReader& child : children_) {
+    if (child.read_) return false;
+  }
+  bool trailing = HasText(trailing_);
+  if (children_.empty()) {
+    view = trailing ? trailing_ : std::string_view();
+    return true;
+  }
+  const CXMLElementReader& last = children_.back();
+  const char* end = trailing ? trailing_.data() + trailing_.size() : last.raw_.data() + last.raw_.size();
+  view = Span(children_.front().lead_.data(), end);
+  return true;
+}
 
 void CXMLElementReader::AppendUnreadChildren(std::string& out) const {
   // Comments and character data between children are kept too, even next

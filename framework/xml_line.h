@@ -77,6 +77,15 @@ class CXMLElementReader {
   // The decoded value (empty when absent); marks the attribute as understood.
   std::string GetAttrValue(std::string_view name);
   bool HasAttribute(std::string_view name) const;
+  // The attributes by place, for a reader that takes them as they come.
+  size_t GetAttrCount() const { return attributes_.size(); }
+  std::string_view GetAttrName(size_t index) const { return attributes_[index].name; }
+  // The decoded value of attribute `index`; marks it as understood.
+  std::string GetAttrValueAt(size_t index);
+  // The same without a copy where the stored value needs no decoding: a
+  // view into the text, or into `scratch` where it held references.
+  std::string_view GetAttrTextAt(size_t index, std::string& scratch);
+  bool IsAttrRead(size_t index) const { return IsConsumed(index); }
 
   // Direct child elements, in order (records and other leaf nodes only).
   std::span<CXMLElementReader> GetChildren() { return children_; }
@@ -92,6 +101,10 @@ class CXMLElementReader {
   void SetTrailingText(std::string_view text) { trailing_ = text; }
   void AppendUnreadAttributes(std::string& out) const;
   void AppendUnreadChildren(std::string& out) const;
+  // The same as one piece of the element's text, when what was not read
+  // stands together there (true); false when it is scattered.
+  bool UnreadAttributesInPlace(std::string_view& view) const;
+  bool UnreadChildrenInPlace(std::string_view& view) const;
 
  private:
   int Find(std::string_view name) const;
@@ -101,6 +114,9 @@ class CXMLElementReader {
   std::string_view tag_;
   std::span<const XmlAttribute> attributes_;
   uint64_t consumed_mask_ = 0;          // the first 64 attributes
+  mutable size_t next_ = 0;             // where the next look-up starts
+  mutable uint64_t name_bits_ = 0;      // a bit for each name the element holds
+  mutable bool summarised_ = false;
   std::vector<bool> consumed_overflow_;  // the rest, rarely any
   bool has_closing_line_;
   bool read_ = false;

@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "zds/framework/field_codec.h"
 #include "zds/framework/xml_line.h"
 #include "zds/framework/xml_text.h"
 
@@ -15,7 +16,36 @@ constexpr std::array<Field, kFieldNames.size()> kFields = {
     &BenchRecExtend::email,    &BenchRecExtend::phone,    &BenchRecExtend::category, &BenchRecExtend::priority,
     &BenchRecExtend::status,   &BenchRecExtend::url,      &BenchRecExtend::note,     &BenchRecExtend::flags};
 
+constexpr auto kWideWords =
+    field::MakeWords(field::kWords.ReadingUnknownAs(2), field::Word{1, "low"}, field::Word{2, "normal"},
+                     field::Word{3, "high"});
+constexpr field::TimeTextCodec kMinutes{kTimeFormatMinutes};
+using W = WideRecExtend;
+// In the order of kWideFields.
+constexpr auto kWideFieldList = field::List(
+    field::Of("subject", &W::subject), field::Of("begin", &W::begin, kMinutes),
+    field::Of("priority", &W::priority, kWideWords), field::Of("note", &W::note),
+    field::Of("status", &W::status, field::kAtoi), field::Of("visible", &W::visible, field::kFlagExact),
+    field::Of("author", &W::author), field::Of("end", &W::end, kMinutes), field::Of("size", &W::size, field::kAtol),
+    field::Of("email", &W::email), field::Of("topmost", &W::topmost, field::kFlagNoCase),
+    field::Of("state", &W::state, kWideWords), field::Of("phone", &W::phone),
+    field::Of("count", &W::count, field::kAtoi), field::Of("createtime", &W::createtime, kMinutes),
+    field::Of("url", &W::url), field::Of("readonly", &W::readonly, field::kFlagExact),
+    field::Of("minutes", &W::minutes, field::kAtoi), field::Of("category", &W::category),
+    field::Of("kind", &W::kind, kWideWords), field::Of("location", &W::location),
+    field::Of("newflag", &W::newflag, field::kFlagExact), field::Of("contact", &W::contact),
+    field::Of("mapnum", &W::mapnum, field::kAtoi), field::Of("actid", &W::actid));
+
 }  // namespace
+
+bool WideDoc::InitExtendRecItem(CXMLElementReader& item, WideRecExtend& extend) {
+  kWideFieldList.Read(item, extend);
+  return true;
+}
+
+void WideDoc::CreateExtendRecText(const WideRecExtend& extend, CXMLLine& line, std::vector<std::string>&) const {
+  kWideFieldList.Write(extend, line);
+}
 
 bool BenchDoc::InitExtendRecItem(CXMLElementReader& item, BenchRecExtend& extend) {
   for (size_t i = 0; i < kFields.size(); ++i) extend.*kFields[i] = item.GetAttrValue(kFieldNames[i]);

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "zds/framework/family.h"
+#include "zds/platform/time.h"
 #include "support/document_generator.h"
 
 namespace zds::bench {
@@ -52,6 +53,31 @@ class BenchDoc : public CVFDLTypedDoc<CVFDLDoc, BenchRec> {
   std::string_view GetRecTag() const override { return kBenchRecTag; }
   bool InitExtendRecItem(CXMLElementReader& item, BenchRecExtend& extend) override;
   void CreateExtendRecText(const BenchRecExtend& extend, CXMLLine& line,
+                           std::vector<std::string>& lines) const override;
+};
+
+// The wide shape's family: every attribute decoded into a typed member, as
+// the store's own families keep text, times, integers, flags and words.
+class WideRecExtend : public CVFDLExtendBase<WideRecExtend> {
+ public:
+  std::string subject, note, author, email, phone, url, category, location, contact, actid;
+  CTime begin, end, createtime;
+  int status = 0, size = 0, count = 0, minutes = 0, mapnum = 0;
+  bool visible = false, topmost = false, readonly = false, newflag = false;
+  int priority = 2, state = 2, kind = 2;
+  bool operator==(const WideRecExtend&) const = default;
+};
+
+class WideRec : public CVFDLTypedRec<WideRec, WideRecExtend> {};
+
+class WideDoc : public CVFDLTypedDoc<CVFDLDoc, WideRec> {
+ public:
+  std::string_view GetRTTIClass() const override { return "CWideDoc"; }
+
+ protected:
+  std::string_view GetRootTag() const override { return kWideRootTag; }
+  bool InitExtendRecItem(CXMLElementReader& item, WideRecExtend& extend) override;
+  void CreateExtendRecText(const WideRecExtend& extend, CXMLLine& line,
                            std::vector<std::string>& lines) const override;
 };
 

@@ -137,7 +137,7 @@ std::string GenerateRecordDocument(size_t records, uint64_t seed) {
   constexpr size_t kHolders = kTopFolders * (1 + kSubFolders);  // every folder holds records
   std::string out;
   out.reserve(records * 420 + 4096);
-  out += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n<";
+  out += "<?xml version=\"1.0\" encoding=\"ascii\"?>\r\n<";
   out += kBenchRootTag;
   out += " ver=\"1.0\">\r\n";
   out += "<folder id=\"0000\" alias=\"Bench Store\" attribute=\"root\" content=\"bench;os=universal\">\r\n";
@@ -168,6 +168,76 @@ std::string GenerateRecordDocument(size_t records, uint64_t seed) {
   }
   out += "</folder>\r\n</";
   out += kBenchRootTag;
+  out += ">\r\n";
+  return out;
+}
+
+namespace {
+
+constexpr std::string_view kWideWords[] = {"low", "normal", "high"};
+
+std::string WideValue(BenchRandom& random, WideKind kind) {
+  switch (kind) {
+    case WideKind::kText: return Words(random, 1, 4, true);
+    case WideKind::kTime: return Date(random).substr(0, 16);
+    case WideKind::kInt: return std::to_string(random.Below(100'000));
+    case WideKind::kFlag: return random.Below(2) ? "yes" : "no";
+    case WideKind::kWord: return std::string(Pick(random, kWideWords));
+  }
+  return std::string();
+}
+
+void AppendWideRecord(std::string& out, BenchRandom& random, size_t id, size_t number) {
+  out += "<rec";
+  AppendAttribute(out, "id", Number(id, 4));
+  AppendAttribute(out, "alias", Words(random, 1, 2, false) + ' ' + std::to_string(number));
+  AppendAttribute(out, "attribute", "normal");
+  // 5 to 25 of the fields, in their order: each is left out with the chance
+  // that keeps the expected count at the wanted one.
+  size_t wanted = random.Between(5, 25);
+  size_t left = wanted;
+  for (size_t i = 0; i < kWideFields.size(); ++i) {
+    if (random.Below(kWideFields.size() - i) >= left) continue;
+    --left;
+    AppendAttribute(out, kWideFields[i].name, WideValue(random, kWideFields[i].kind));
+  }
+  out += ">\r\n</rec>\r\n";
+}
+
+}  // namespace
+
+std::string GenerateWideDocument(size_t records, uint64_t seed) {
+  BenchRandom random(seed);
+  constexpr size_t kBranching = 3;
+  constexpr size_t kLevels = 4;  // below the root folder
+  size_t holders = 0;
+  for (size_t level = 1, width = 1; level <= kLevels; ++level) holders += (width *= kBranching);
+  std::string out;
+  out.reserve(records * 600 + 4096);
+  out += "<?xml version=\"1.0\" encoding=\"ascii\"?>\r\n<";
+  out += kWideRootTag;
+  out += " ver=\"1.0\">\r\n<folder id=\"0000\" alias=\"Wide Store\" attribute=\"root\">\r\n";
+  size_t next_id = 1;
+  size_t next_record = 0;
+  size_t holder = 0;
+  // Depth first: each folder holds its share of the records, then its subfolders.
+  auto fill = [&](auto& self, size_t level, const std::string& alias) -> void {
+    out += "<folder";
+    AppendAttribute(out, "id", Number(next_id++, 4));
+    AppendAttribute(out, "alias", alias);
+    AppendAttribute(out, "attribute", "normal");
+    out += ">\r\n";
+    size_t count = records / holders + (holder < records % holders ? 1 : 0);
+    ++holder;
+    for (size_t i = 0; i < count; ++i) AppendWideRecord(out, random, next_id++, next_record++);
+    if (level < kLevels) {
+      for (size_t i = 0; i < kBranching; ++i) self(self, level + 1, alias + '.' + std::to_string(i + 1) + " Größe");
+    }
+    out += "</folder>\r\n";
+  };
+  for (size_t i = 0; i < kBranching; ++i) fill(fill, 1, "Folder " + std::to_string(i + 1));
+  out += "</folder>\r\n</";
+  out += kWideRootTag;
   out += ">\r\n";
   return out;
 }

@@ -62,6 +62,30 @@ GeneratedRecord MakeRecord(BenchRandom& random, size_t number);
 // A whole document of `records` records in a few nested folders.
 std::string GenerateRecordDocument(size_t records, uint64_t seed = kDefaultSeed);
 
+// The wide shape, as an outside benchmark drew it: folders nested four
+// levels deep, records of 5 to 25 attributes (drawn in order from the 25
+// below) whose values need escaping or hold bytes of 0x80 and above, no
+// child lines. The benchmark's wide family decodes every one into a typed
+// member: text, a time, an integer, a flag or a word.
+inline constexpr std::string_view kWideRootTag = "widedoc";
+enum class WideKind { kText, kTime, kInt, kFlag, kWord };
+struct WideField {
+  std::string_view name;
+  WideKind kind;
+};
+inline constexpr std::array<WideField, 25> kWideFields = {{
+    {"subject", WideKind::kText},   {"begin", WideKind::kTime},      {"priority", WideKind::kWord},
+    {"note", WideKind::kText},      {"status", WideKind::kInt},      {"visible", WideKind::kFlag},
+    {"author", WideKind::kText},    {"end", WideKind::kTime},        {"size", WideKind::kInt},
+    {"email", WideKind::kText},     {"topmost", WideKind::kFlag},    {"state", WideKind::kWord},
+    {"phone", WideKind::kText},     {"count", WideKind::kInt},       {"createtime", WideKind::kTime},
+    {"url", WideKind::kText},       {"readonly", WideKind::kFlag},   {"minutes", WideKind::kInt},
+    {"category", WideKind::kText},  {"kind", WideKind::kWord},       {"location", WideKind::kText},
+    {"newflag", WideKind::kFlag},   {"contact", WideKind::kText},    {"mapnum", WideKind::kInt},
+    {"actid", WideKind::kText},
+}};
+std::string GenerateWideDocument(size_t records, uint64_t seed = kDefaultSeed);
+
 }  // namespace zds::bench
 
 #endif  // ZDS_BENCH_SUPPORT_DOCUMENT_GENERATOR_H_
