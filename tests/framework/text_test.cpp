@@ -206,6 +206,43 @@ TEST(XMLParserTest, FindsInsertsAndRemovesLines) {
   EXPECT_EQ(parser.GetMatchTagLine(1), 2);
 }
 
+// Each line keeps its own end, a lone CR included; added lines take the
+// end most lines have.
+TEST(XMLParserTest, LineEndsSurviveAnyMixAndAddedLinesTakeTheCommonOne) {
+  struct Case {
+    std::string text;
+    int lines;
+    std::string added;  // the text after adding <n/> before the last line
+  };
+  const Case cases[] = {
+      {"<a>\r\n<b/>\n</a>\n", 3, "<a>\r\n<b/>\n<n/>\n</a>\n"},
+      {"<a>\r<b/>\r\n</a>\r", 3, "<a>\r<b/>\r\n<n/>\r</a>\r"},
+      {"<a>\r\n<b/>\r</a>\r\n", 3, "<a>\r\n<b/>\r<n/>\r\n</a>\r\n"},
+      {"<a>\n\r\r\n\n</a>", 5, "<a>\n\r\r\n\n<n/>\n</a>"},
+      {"<a>\r<b\r/>\n\r</a>", 5, "<a>\r<b\r/>\n\r<n/>\r</a>"},
+      {"<a/>", 1, "<n/>\r\n<a/>"},
+  };
+  for (const Case& c : cases) {
+    CXMLParser parser;
+    ASSERT_TRUE(parser.SetXml(c.text)) << c.text;
+    EXPECT_EQ(parser.GetXml(), c.text);
+    EXPECT_EQ(parser.GetLineCount(), c.lines) << c.text;
+    ASSERT_TRUE(parser.AddLine(parser.GetLineCount() - 1, {"<n/>"}));
+    EXPECT_EQ(parser.GetXml(), c.added);
+  }
+}
+
+// A text without a final line end keeps it through additions and removals at the end.
+TEST(XMLParserTest, AMissingFinalLineEndStaysMissing) {
+  CXMLParser parser;
+  ASSERT_TRUE(parser.SetXml("<a>\r<b/>\r</a>"));
+  ASSERT_TRUE(parser.AddLine(3, {"<!-- x -->"}));
+  EXPECT_EQ(parser.GetXml(), "<a>\r<b/>\r</a>\r<!-- x -->");
+  ASSERT_TRUE(parser.DelLine(2, 3));
+  EXPECT_EQ(parser.GetXml(), "<a>\r<b/>");
+  EXPECT_EQ(parser.GetLine(1), "<b/>");
+}
+
 TEST(XMLLineTest, KeptAttributesNeverRepeatOneTheLineAlreadyHas) {
   CXMLLine line;
   line.SetLine("rec", false, CXMLLine::Type::kElement);
