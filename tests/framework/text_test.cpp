@@ -199,11 +199,11 @@ TEST(XMLParserTest, FindsInsertsAndRemovesLines) {
   const std::string edited = parser.GetXml();
   EXPECT_FALSE(parser.SetXml("<notes><folder></notes>"));
   EXPECT_EQ(parser.GetXml(), edited);
-  ZDS_EXPECT_XMLLINT_ACCEPTS(edited);
 
   // A "/>" inside a quoted value written by another tool closes nothing.
   ASSERT_TRUE(parser.SetXml("<notes>\n<folder alias=\"a/>b\">\n</folder>\n</notes>\n"));
   EXPECT_EQ(parser.GetMatchTagLine(1), 2);
+  ZDS_EXPECT_XMLLINT_ACCEPTS(edited);  // last: without xmllint it skips
 }
 
 // Each line keeps its own end, a lone CR included; added lines take the

@@ -144,11 +144,14 @@ bool RunningProgram::Ended() {
   return true;
 }
 
+// Killed, it has no exit code of its own (-1, as for a signal on POSIX);
+// one that had already ended keeps its own.
 void RunningProgram::Kill() {
   if (!started_ || ended_) return;
-  TerminateProcess(process_, 0xDEAD);
+  const bool killed = TerminateProcess(process_, 0xDEAD);
   WaitForSingleObject(process_, INFINITE);
   Ended();
+  if (killed) exit_code_ = -1;
 }
 
 #else
