@@ -119,7 +119,7 @@ TEST(EscapeTest, EscapedAsciiDocumentPassesXmllint) {
 TEST(ScannerTest, NamesAreXmlNames) {
   const char* refused[] = {
       "<a !b=\"1\"/>",        "<a b!=\"1\"/>", "<a\xe9 b=\"1\"/>", "<a \xe9=\"1\"/>", "<\xe9/>",
-      "<a b\xe9" "c=\"1\"/>", "<1a/>",        "<a 1b=\"1\"/>",      "<a -b=\"1\"/>",      "<.a/>",
+      "<a b\xe9\x63=\"1\"/>",   "<1a/>",        "<a 1b=\"1\"/>",      "<a -b=\"1\"/>",      "<.a/>",
       "<a><b!></b!></a>",   "<a!></a!>",    "<a b;c=\"1\"/>",      "<a b=\"1\" c\x01=\"2\"/>",
   };
   for (const char* text : refused) {
