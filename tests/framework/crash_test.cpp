@@ -76,7 +76,7 @@ TEST(CrashTest, KilledWhileSavingLosesNoReportedEditAndLeavesNoTemporary) {
     NoteDoc doc;
     doc.SetDataRoot(temp.root());
     ASSERT_EQ(OpenVFDLDoc(doc, "\\crash.xml", ""), 0);
-    for (int i = 0; i < 3000; ++i) ASSERT_NE(doc.AddRec(kFolder, MakeNote("start", "s" + std::to_string(i)), false), "");
+    for (int i = 0; i < 2000; ++i) ASSERT_NE(doc.AddRec(kFolder, MakeNote("start", "s" + std::to_string(i)), false), "");
     ASSERT_TRUE(doc.SaveXMLDoc());
   }
   auto model = LoadRecords(temp);
