@@ -10,6 +10,13 @@ bool CRTTIRegistry::IsRegistered(std::string_view class_name) const {
   return factories_.find(class_name) != factories_.end();
 }
 
+std::vector<std::string> CRTTIRegistry::GetClassNames() const {
+  std::vector<std::string> names;
+  names.reserve(factories_.size());
+  for (const auto& [name, factory] : factories_) names.push_back(name);
+  return names;
+}
+
 std::unique_ptr<CRTTIObject> CRTTIRegistry::CreateObject(std::string_view class_name) const {
   auto it = factories_.find(class_name);
   return it == factories_.end() ? nullptr : it->second();

@@ -14,6 +14,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace zds {
 
@@ -29,6 +30,8 @@ class CRTTIRegistry {
  public:
   void Register(std::string_view class_name, RTTIFactory factory);
   bool IsRegistered(std::string_view class_name) const;
+  // Every registered name, in byte order.
+  std::vector<std::string> GetClassNames() const;
   // A new object of the named class, or null when the name is unknown.
   std::unique_ptr<CRTTIObject> CreateObject(std::string_view class_name) const;
 

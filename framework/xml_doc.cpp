@@ -4,6 +4,7 @@ namespace zds {
 
 OpenResult CXMLDoc::LoadXMLDoc(std::string_view path) {
   if (!root_) return OpenResult::kUnusable;
+  root_->RemoveLeftoverTemporaries(path);  // a crashed save's, never a live one
   std::string text;
   switch (root_->ReadWholeFile(path, text)) {
     case platform::ReadStatus::kMissing:

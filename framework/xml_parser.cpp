@@ -58,38 +58,45 @@ LineTags ReadLineTags(std::string_view line) {
 bool CXMLParser::SetXml(std::string_view text) {
   if (!IsWellFormedXml(text)) return false;
   lines_.clear();
-  size_t line_feed = text.find('\n');
-  newline_ = line_feed != std::string_view::npos && line_feed > 0 && text[line_feed - 1] == '\r' ? "\r\n" : "\n";
-  final_newline_ = text.ends_with('\n');
+  size_t counts[3] = {};  // CR LF, LF, CR
+  constexpr std::string_view kEnds[3] = {"\r\n", "\n", "\r"};
   size_t start = 0;
   while (start < text.size()) {
-    size_t end = text.find('\n', start);
-    if (end == std::string_view::npos) end = text.size();
-    std::string_view line = text.substr(start, end - start);
-    if (line.ends_with('\r')) line.remove_suffix(1);
-    lines_.emplace_back(line);
-    start = end + 1;
+    size_t end = text.find_first_of("\r\n", start);
+    if (end == std::string_view::npos) {
+      lines_.push_back({std::string(text.substr(start)), {}});
+      break;
+    }
+    int kind = text[end] == '\n' ? 1 : text.substr(end, 2) == "\r\n" ? 0 : 2;
+    ++counts[kind];
+    lines_.push_back({std::string(text.substr(start, end - start)), kEnds[kind]});
+    start = end + kEnds[kind].size();
   }
+  int dominant = 0;
+  for (int kind : {1, 2}) {
+    if (counts[kind] > counts[dominant]) dominant = kind;
+  }
+  newline_ = kEnds[dominant];
   return true;
 }
 
 std::string CXMLParser::GetXml() const {
   std::string out;
-  for (size_t i = 0; i < lines_.size(); ++i) {
-    out += lines_[i];
-    if (i + 1 < lines_.size() || final_newline_) out += newline_;
+  for (const Line& line : lines_) {
+    out += line.text;
+    out += line.end;
   }
   return out;
 }
 
 std::string CXMLParser::GetLine(int index) const {
   if (index < 0 || index >= GetLineCount()) return std::string();
-  return lines_[static_cast<size_t>(index)];
+  return lines_[static_cast<size_t>(index)].text;
 }
 
 int CXMLParser::GetTagLine(int from, std::string_view tag) const {
   for (int i = from < 0 ? 0 : from; i < GetLineCount(); ++i) {
-    LineTags tags = ReadLineTags(lines_[static_cast<size_t>(i)]);
+    LineTags tags = ReadLineTags(lines_[static_cast<size_t>(i)].text);
     if (tags.first_name == tag && !tags.first_closes) return i;
   }
   return -1;
@@ -99,21 +106,31 @@ int CXMLParser::GetMatchTagLine(int line) const {
   if (line < 0 || line >= GetLineCount()) return -1;
   int depth = 0;
   for (int i = line; i < GetLineCount(); ++i) {
-    depth += ReadLineTags(lines_[static_cast<size_t>(i)]).balance;
+    depth += ReadLineTags(lines_[static_cast<size_t>(i)].text).balance;
     if (depth <= 0) return i;
   }
   return -1;
 }
 
+// A text without a final line end keeps it that way: what is added after
+// the last line ends the text instead, and the old last line gets an end.
 bool CXMLParser::AddLine(int at, const std::vector<std::string>& lines) {
   if (at < 0 || at > GetLineCount()) return false;
-  lines_.insert(lines_.begin() + at, lines.begin(), lines.end());
+  const bool after_unended_last = !lines.empty() && at == GetLineCount() && at > 0 && lines_.back().end.empty();
+  if (after_unended_last) lines_.back().end = newline_;
+  auto inserted = lines_.insert(lines_.begin() + at, lines.size(), Line{{}, newline_});
+  for (const std::string& text : lines) (inserted++)->text = text;
+  if (after_unended_last) lines_.back().end = {};
   return true;
 }
 
+// Removing the last lines leaves the new last line with the old one's end.
 bool CXMLParser::DelLine(int from, int to) {
   if (from < 0 || to < from || to >= GetLineCount()) return false;
+  std::string_view last_end = lines_.back().end;
+  bool through_end = to + 1 == GetLineCount();
   lines_.erase(lines_.begin() + from, lines_.begin() + to + 1);
+  if (through_end && !lines_.empty()) lines_.back().end = last_end;
   return true;
 }
 

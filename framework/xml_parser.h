@@ -2,6 +2,10 @@
 // the stored text directly (finding an element's line, the line that closes
 // it, inserting and removing lines). Documents themselves keep their data
 // in the node tree; this class never touches a file.
+//
+// A line ends at CR LF, LF or a lone CR, and each line keeps its own end,
+// so the text comes back byte for byte whatever the mix. Added lines take
+// the end most lines of the document have (CR LF for a text without any).
 
 #ifndef ZDS_FRAMEWORK_XML_PARSER_H_
 #define ZDS_FRAMEWORK_XML_PARSER_H_
@@ -33,9 +37,13 @@ class CXMLParser {
   bool DelLine(int from, int to);
 
  private:
-  std::vector<std::string> lines_;
-  std::string newline_ = "\r\n";
-  bool final_newline_ = true;
+  struct Line {
+    std::string text;
+    std::string_view end;  // "\r\n", "\n", "\r", or "" for a last line without one
+  };
+
+  std::vector<Line> lines_;
+  std::string_view newline_ = "\r\n";
 };
 
 }  // namespace zds

@@ -18,8 +18,11 @@ enum : unsigned char {
 
 constexpr unsigned char ClassOf(unsigned c) {
   bool blank = c == ' ' || c == '\t' || c == '\r' || c == '\n';
-  bool name_start = c >= 0x80 || c == '_' || c == ':' || ((c | 0x20) >= 'a' && (c | 0x20) <= 'z');
-  bool name_char = !blank && c != '=' && c != '>' && c != '/' && c != '<' && c != '"' && c != '\'' && c >= 0x20;
+  // XML 1.0 names restricted to single-byte text: a byte of 0x80 or above
+  // would be half of a character in any encoding another tool reads.
+  bool letter = (c | 0x20) >= 'a' && (c | 0x20) <= 'z';
+  bool name_start = letter || c == '_' || c == ':';
+  bool name_char = name_start || (c >= '0' && c <= '9') || c == '.' || c == '-';
   bool look = c < 0x20 || c == '&';
   return static_cast<unsigned char>((blank ? kBlankClass : 0) | (name_start ? kNameStartClass : 0) |
                                     (name_char ? kNameCharClass : 0) | (look ? kLookInText : 0) |
@@ -70,8 +73,16 @@ uint64_t MayNeedLook(uint64_t word, bool lt) {
   return hits;
 }
 
+// Control bytes XML 1.0 cannot hold, even as references, travel as the
+// private-use characters U+E000 + byte (see xml_text.h).
+constexpr unsigned long kControlBase = 0xE000;
+
+bool IsForbiddenControlCode(unsigned long code) { return code < 0x20 && code != '\t' && code != '\n' && code != '\r'; }
+
 void AppendCodePoint(std::string& out, unsigned long code) {
-  if (code < 0x100) {
+  if (code >= kControlBase && code < kControlBase + 0x20) {
+    out.push_back(static_cast<char>(code - kControlBase));
+  } else if (code < 0x100) {
     out.push_back(static_cast<char>(code));
   } else if (code < 0x800) {
     out.push_back(static_cast<char>(0xC0 | (code >> 6)));
@@ -120,6 +131,21 @@ size_t DecodeReference(std::string_view raw, std::string* out) {
   return end + 1;
 }
 
+// "&#xE001;" for the byte 0x01; tab, line ends and DEL as themselves, in
+// decimal ("&#9;"), which every reader takes.
+void AppendCharacterReference(std::string& out, unsigned char c) {
+  if (IsForbiddenControlCode(c)) {
+    constexpr char kHex[] = "0123456789ABCDEF";
+    out += "&#xE0";
+    out += kHex[c >> 4];
+    out += kHex[c & 0xF];
+  } else {
+    out += "&#";
+    out += std::to_string(c);
+  }
+  out += ';';
+}
+
 }  // namespace
 
 void AppendEscaped(std::string& out, std::string_view value) {
@@ -134,9 +160,7 @@ void AppendEscaped(std::string& out, std::string_view value) {
       case '>': out += "&gt;"; break;
       case '"': out += "&quot;"; break;
       default:
-        out += "&#";
-        out += std::to_string(c);
-        out += ';';
+        AppendCharacterReference(out, c);
     }
     start = i + 1;
   }
@@ -172,6 +196,14 @@ std::string DecodeXml(std::string_view raw) {
   std::string out;
   if (!AppendDecoded(out, raw)) return std::string(raw);
   return out;
+}
+
+// A UTF-8 byte-order mark may open the text. It stays in the lead of the
+// first token, so a writer that copies leads keeps it.
+std::string_view XmlScanner::WithoutByteOrderMark(std::string_view lead) const {
+  constexpr std::string_view kMark = "\xEF\xBB\xBF";
+  if (lead.data() == text_.data() && lead.starts_with(kMark)) lead.remove_prefix(kMark.size());
+  return lead;
 }
 
 bool XmlScanner::Fail() {
@@ -298,8 +330,8 @@ bool XmlScanner::ScanTag(size_t pos, XmlToken& token, std::vector<XmlAttribute>&
 bool XmlScanner::CheckNesting(XmlToken& token) {
   switch (token.kind) {
     case XmlToken::Kind::kDeclaration:
-      // Only as the very first thing in the text.
-      return token.lead.data() == text_.data() && token.lead.empty() && !seen_root_;
+      // Only as the very first thing in the text, a byte-order mark aside.
+      return token.lead.data() == text_.data() && WithoutByteOrderMark(token.lead).empty() && !seen_root_;
     case XmlToken::Kind::kStart:
     case XmlToken::Kind::kEmpty:
       if (root_closed_ || (open_.empty() && seen_root_)) return false;
@@ -330,7 +362,7 @@ bool XmlScanner::Next(XmlToken& token, std::vector<XmlAttribute>& attributes) {
     if (!CheckText(between)) return Fail();
     // Character data is only kept inside the root element.
     if (open_.empty()) {
-      for (char c : between) {
+      for (char c : WithoutByteOrderMark(between)) {
         if (!IsBlank(c)) return Fail();
       }
     }

@@ -2,14 +2,26 @@
 // decoding attribute values, and XmlScanner, a streaming tokenizer over a
 // document's text that checks it is well-formed as it goes.
 //
-// Text is single-byte. Bytes of 0x80 and above pass through unchanged; "&",
-// "<", ">", the double quote and control characters are written as character
-// references, so any byte string survives a write and a read.
+// Text is single-byte. Bytes of 0x80 and above pass through unchanged in
+// values and character data; "&", "<", ">", the double quote, tab, line
+// feed, carriage return and DEL are written as character references. XML
+// 1.0 allows no other byte below 0x20, not even as a reference, so those
+// bytes are written as the private-use characters "&#xE000;" to "&#xE01F;"
+// (U+E000 + byte) and read back as the bytes: any byte string survives a
+// write and a read, and the file stays readable by other XML programs. The
+// price: a genuine U+E000..U+E01F that another program wrote as a reference
+// reads as the control byte, and is written back as the same reference.
+// Other references above 255 decode as UTF-8; the older "&#1;" still reads.
+//
+// Names (of elements and attributes) are XML 1.0 names within single-byte
+// text: a letter, "_" or ":" first, then letters, digits, ".", "-", "_",
+// ":". A UTF-8 byte-order mark may open the text.
 //
 // The scanner hands out only structural tokens (declaration, start, end and
 // empty elements). Everything between two tokens (blanks, line breaks,
-// comments, character data) is returned as the token's `lead`, a view into
-// the text, so that a writer can reproduce the input byte for byte.
+// comments, character data, a byte-order mark) is returned as the token's
+// `lead`, a view into the text, so that a writer can reproduce the input
+// byte for byte.
 
 #ifndef ZDS_FRAMEWORK_XML_TEXT_H_
 #define ZDS_FRAMEWORK_XML_TEXT_H_
@@ -57,6 +69,7 @@ class XmlScanner {
 
  private:
   bool Fail();
+  std::string_view WithoutByteOrderMark(std::string_view lead) const;
   bool SkipMarkup(size_t& pos);  // comments, processing instructions, doctype
   bool ScanTag(size_t pos, XmlToken& token, std::vector<XmlAttribute>& attributes);
   bool ScanAttributes(size_t& pos, std::vector<XmlAttribute>& attributes);

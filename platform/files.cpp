@@ -52,4 +52,44 @@ std::string_view StoredDirectoryOf(std::string_view stored_path) {
   return last == std::string_view::npos ? std::string_view() : stored_path.substr(0, last);
 }
 
+namespace {
+
+constexpr size_t kTemporaryBaseLength = 200;  // leaves room for the suffix in a 255-byte name
+constexpr size_t kRandomDigits = 16;
+
+char FoldAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+bool AllDigits(std::string_view text, bool hex) {
+  if (text.empty()) return false;
+  for (char c : text) {
+    bool digit = c >= '0' && c <= '9';
+    if (!digit && !(hex && c >= 'a' && c <= 'f')) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+std::string TemporaryNameFor(std::string_view name, uint64_t random_bits) {
+  std::string temporary(name.substr(0, kTemporaryBaseLength));
+  temporary += ".tmp-";
+  for (int shift = 60; shift >= 0; shift -= 4) temporary += "0123456789abcdef"[(random_bits >> shift) & 0xF];
+  return temporary;
+}
+
+// "<name>.tmp-" and 16 hex digits, or the "<name>.tmp<pid>-<n>" of older
+// versions; nothing else, so no file of the user's is ever taken for one.
+// The name matches without regard to ASCII case, as stored paths do.
+bool IsTemporaryOf(std::string_view candidate, std::string_view name) {
+  const std::string_view base = name.substr(0, kTemporaryBaseLength);
+  if (candidate.size() < base.size() || !candidate.substr(base.size()).starts_with(".tmp")) return false;
+  for (size_t i = 0; i < base.size(); ++i) {
+    if (FoldAscii(candidate[i]) != FoldAscii(base[i])) return false;
+  }
+  std::string_view rest = candidate.substr(base.size() + 4);
+  if (rest.starts_with('-')) return rest.size() == kRandomDigits + 1 && AllDigits(rest.substr(1), true);
+  size_t dash = rest.find('-');
+  return dash != std::string_view::npos && AllDigits(rest.substr(0, dash), false) && AllDigits(rest.substr(dash + 1), false);
+}
+
 }  // namespace zds::platform

@@ -14,18 +14,31 @@
 // be read as a directory but never written, deleted or moved. On Windows a
 // component Win32 would read as a device (CON, NUL, COM1.txt ...) or
 // rewrite (a trailing dot or blank), or one with a wildcard or another
-// character Windows names cannot hold, is refused as well. Symbolic
-// links inside the root are followed like any directory or file, wherever
-// they lead: whoever can plant one there can already change the data.
+// character Windows names cannot hold, is refused as well.
+//
+// Links (symbolic links; on Windows junctions and other reparse points
+// too) are followed only while they stay inside the root: a path whose
+// existing part, resolved through every link, lies outside the root's own
+// resolved path is refused by every operation here, exists included. A
+// link that stays inside works like the directory or file it names.
 //
 // Writes are atomic and durable: the new contents go to a temporary file
-// beside the target, are flushed to disk, and are renamed over the target
-// (a link standing at the target is replaced, not written through); a
-// failed write leaves the old file as it was.
+// beside the target, are flushed to disk, and are renamed over the target;
+// a failed write leaves the old file as it was. A temporary is named
+// "<target name>.tmp-" and 16 hex digits drawn from the operating system's
+// random source (the name cut to 200 bytes first), so names never collide,
+// not even between processes that share a process id. A crash can leave
+// one behind; RemoveLeftoverTemporaries deletes those of one file. The
+// writer holds its temporary against that from creation to rename (an
+// advisory lock on POSIX, an open handle that denies other opens on
+// Windows), and cleanup deletes only what it can hold the same way, so a
+// save in progress in another process is never disturbed.
 
 #ifndef ZDS_PLATFORM_FILES_H_
 #define ZDS_PLATFORM_FILES_H_
 
+#include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
@@ -61,6 +74,10 @@ class DataRoot {
   bool RenameFile(std::string_view from, std::string_view to) const;
   bool FileExists(std::string_view stored_path) const;
   bool DirectoryExists(std::string_view stored_path) const;
+  // Deletes the temporaries a crashed save of this file left beside it
+  // (also those of the ".tmp<pid>-<n>" form older versions wrote), never a
+  // live one; how many went.
+  size_t RemoveLeftoverTemporaries(std::string_view stored_path) const;
 
  private:
   std::string native_root_;
@@ -76,6 +93,11 @@ bool IsSafeStoredPath(std::string_view stored_path);
 std::string JoinStoredPath(std::string_view base, std::string_view tail);
 // The part up to (not including) the last "\": "\favorites\index.xml" -> "\favorites".
 std::string_view StoredDirectoryOf(std::string_view stored_path);
+
+// The name of a temporary for the native file name, with its 64 random bits.
+std::string TemporaryNameFor(std::string_view name, uint64_t random_bits);
+// True when `candidate` is named as a temporary of the file `name` is.
+bool IsTemporaryOf(std::string_view candidate, std::string_view name);
 
 }  // namespace zds::platform
 

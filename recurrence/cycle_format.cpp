@@ -157,11 +157,9 @@ int CCycleFormat::AnalyseCycleEvent(std::string_view text, CCycleEvent& event) {
 }
 
 int CCycleFormat::ComposeCycleEvent(const CCycleEvent& event, std::string& text) {
-  std::vector<std::string> keys, values;
-  if (!event.number.empty()) {
-    keys.push_back("number");
-    values.push_back(event.number);
-  }
+  // The mask is always written: an absent key would read back as the
+  // default mask "1", so an empty one ("no day") would turn into Sundays.
+  std::vector<std::string> keys{"number"}, values{event.number};
   std::string date;
   if (event.type == kEventAbsoluteDay) date = WriteDate(event.day1, event.day2, event.day3);
   if (event.type == kEventAbsoluteWeek) date = WriteDate(event.week1, event.week2, event.week3);

@@ -1,7 +1,9 @@
 // POSIX side of DataRoot: stored paths matched case-blind against the
-// directories, and writes made atomic with a temporary file and rename.
+// directories and kept from leading out of the root through links, and
+// writes made atomic with a locked temporary file and rename.
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -10,6 +12,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <new>
 #include <utility>
@@ -83,6 +86,40 @@ std::string FindCaseVariant(const std::string& directory, std::string_view name)
   return best;
 }
 
+// The path with every link resolved; nullopt when some part of it is
+// missing or a link leads nowhere.
+std::optional<std::string> RealPath(const std::string& path) {
+  std::unique_ptr<char, void (*)(void*)> real(realpath(path.c_str(), nullptr), std::free);
+  if (!real) return std::nullopt;
+  return std::string(real.get());
+}
+
+// Whether paths below the root, once their links are resolved, stay in
+// it. The check and the use that follows are two steps: whoever can write
+// inside the root could swap a checked directory for a link in between.
+// Closing that would take opening every component relative to its parent
+// with O_NOFOLLOW and resolving links by hand; whoever can plant links in
+// the root can already change every document, so the check is there to
+// keep a link left in the root from steering our writes and deletes out.
+class Containment {
+ public:
+  explicit Containment(const std::string& native_root) : root_(RealPath(native_root)) {}
+
+  // `existing` is the deepest part of a path that exists; what is below it
+  // is yet to be made, as plain names. Without a root nothing below exists.
+  bool Holds(const std::string& existing) const {
+    if (!root_) return true;
+    auto real = RealPath(existing);
+    if (!real) return false;  // a dangling link: no telling where it leads
+    const std::string& root = *root_;
+    return real->starts_with(root) &&
+           (real->size() == root.size() || root.back() == '/' || (*real)[root.size()] == '/');
+  }
+
+ private:
+  std::optional<std::string> root_;
+};
+
 // Write, delete and move act on an entry inside the root, never on the root:
 // a temporary beside the root would already lie outside it.
 std::optional<std::string> ResolveEntry(const DataRoot& root, std::string_view stored_path) {
@@ -143,24 +180,42 @@ bool SyncDirectory(const std::string& directory) {
   return fsync(fd.get()) == 0 || errno == EINVAL;
 }
 
-// A new file beside the target. The process id keeps writers in different
-// processes apart and the counter the threads of this one; O_EXCL steps over
-// a name a crashed writer left behind. The target's name is shortened so a
-// long one still leaves room for the suffix.
+// 64 bits from the kernel; should it fail, a counter still keeps the
+// names of this process apart and O_EXCL those of others.
+uint64_t RandomBits() {
+  static std::atomic<uint64_t> counter{0};
+  uint64_t bits = 0;
+  if (getentropy(&bits, sizeof bits) != 0) bits = static_cast<uint64_t>(getpid()) << 32;
+  return bits ^ (counter++ * 0x9E3779B97F4A7C15ULL);
+}
+
+// A new file beside the target, locked for as long as it bears its name,
+// so another process's cleanup passes it by. A cleanup that got between
+// the create and the lock has already removed the name (the locked file
+// has no links left), and the next name is tried.
 Descriptor CreateTemporary(const std::string& target, std::string& temporary) {
-  static std::atomic<unsigned long> counter{0};
   std::string directory = NativeDirectoryOf(target);
-  std::string name = target.substr(target.rfind('/') + 1).substr(0, 200);
+  std::string name = target.substr(target.rfind('/') + 1);
   for (int attempt = 0; attempt < 16; ++attempt) {
-    temporary = JoinNative(directory, name + ".tmp" + std::to_string(getpid()) + "-" + std::to_string(counter++));
+    temporary = JoinNative(directory, TemporaryNameFor(name, RandomBits()));
     Descriptor fd(open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-    if (fd.valid() || errno != EEXIST) return fd;
+    if (!fd.valid() && errno == EEXIST) continue;
+    if (!fd.valid()) return fd;
+    int locked;
+    while ((locked = flock(fd.get(), LOCK_EX)) != 0 && errno == EINTR) {
+    }
+    // Where the file system has no locks, cleanup cannot lock either and
+    // deletes nothing, so the file needs no lock to be safe.
+    struct stat info;
+    if (locked != 0 || (fstat(fd.get(), &info) == 0 && info.st_nlink > 0)) return fd;
   }
   return Descriptor(-1);
 }
 
 // Everything up to the rename can fail without touching the target. The
 // old file's permissions carry over, so a file kept private stays private.
+// The descriptor, and with it the lock, is held until the name is gone;
+// fsync has reported any write error by then, so closing adds nothing.
 bool ReplaceAtomically(const std::string& target, std::span<const std::string_view> pieces) {
   std::string temporary;
   Descriptor fd = CreateTemporary(target, temporary);
@@ -169,11 +224,24 @@ bool ReplaceAtomically(const std::string& target, std::span<const std::string_vi
   bool keep_mode = stat(target.c_str(), &old_file) == 0 && S_ISREG(old_file.st_mode);
   bool written = WriteAllPieces(fd.get(), pieces) &&
                  (!keep_mode || fchmod(fd.get(), old_file.st_mode & 07777) == 0) && fsync(fd.get()) == 0;
-  if (!fd.Close() || !written || rename(temporary.c_str(), target.c_str()) != 0) {
+  if (!written || rename(temporary.c_str(), target.c_str()) != 0) {
     unlink(temporary.c_str());
     return false;
   }
+  fd.Close();
   return SyncDirectory(NativeDirectoryOf(target));
+}
+
+// A temporary no writer holds: the lock is free, and the name still
+// belongs to the file locked (a writer may have renamed it over its
+// target since the directory was read).
+bool RemoveIfAbandoned(const std::string& path) {
+  Descriptor fd(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  struct stat held, named;
+  if (!fd.valid() || fstat(fd.get(), &held) != 0 || !S_ISREG(held.st_mode)) return false;
+  if (flock(fd.get(), LOCK_EX | LOCK_NB) != 0) return false;
+  if (lstat(path.c_str(), &named) != 0 || named.st_dev != held.st_dev || named.st_ino != held.st_ino) return false;
+  return unlink(path.c_str()) == 0;
 }
 
 // Creates one directory; one that is already there counts as made.
@@ -196,21 +264,28 @@ bool RenameNoReplace(const std::string& from, const std::string& to) {
 
 // Each missing component is looked for case-blind in its directory; once
 // one is not found at all, the rest cannot exist and keep their spelling,
-// which is the name a write or mkdir then creates.
+// which is the name a write or mkdir then creates. A directory is listed
+// only once it is known to lie inside the root, and the path is refused
+// when the part of it that exists leads out.
 std::optional<std::string> DataRoot::Resolve(std::string_view stored_path) const {
   auto components = SplitStoredPath(stored_path);
   if (!components || native_root_.empty()) return std::nullopt;
+  const Containment containment(native_root_);
   std::string path = native_root_;
+  std::string existing = path;
   bool found = true;
   for (std::string_view component : *components) {
     std::string next = JoinNative(path, component);
     if (found && !EntryExists(next)) {
+      if (!containment.Holds(path)) return std::nullopt;
       std::string variant = FindCaseVariant(path, component);
       found = !variant.empty();
       if (found) next = JoinNative(path, variant);
     }
     path = std::move(next);
+    if (found) existing = path;
   }
+  if (!containment.Holds(existing)) return std::nullopt;
   return path;
 }
 
@@ -284,6 +359,26 @@ bool DataRoot::FileExists(std::string_view stored_path) const {
 bool DataRoot::DirectoryExists(std::string_view stored_path) const {
   auto path = Resolve(stored_path);
   return path && IsOfType(*path, S_IFDIR);
+}
+
+size_t DataRoot::RemoveLeftoverTemporaries(std::string_view stored_path) const {
+  auto path = ResolveEntry(*this, stored_path);
+  if (!path) return 0;
+  const std::string directory = NativeDirectoryOf(*path);
+  const std::string name = path->substr(path->rfind('/') + 1);
+  std::vector<std::string> candidates;
+  try {
+    std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(directory.c_str()), closedir);
+    if (!stream) return 0;
+    while (const dirent* entry = readdir(stream.get())) {
+      if (IsTemporaryOf(entry->d_name, name)) candidates.push_back(JoinNative(directory, entry->d_name));
+    }
+  } catch (const std::bad_alloc&) {
+    return 0;
+  }
+  size_t removed = 0;
+  for (const std::string& candidate : candidates) removed += RemoveIfAbandoned(candidate) ? 1 : 0;
+  return removed;
 }
 
 }  // namespace zds::platform

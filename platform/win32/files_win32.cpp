@@ -2,11 +2,18 @@
 // system already matches names without regard to case, so resolving is a
 // join; what Win32 adds is a second look at each name, since it reads some
 // names as devices or rewrites them before they reach the disk.
+#define _CRT_RAND_S  // rand_s, the C runtime's door to the system's random source
+#include <stdlib.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <memory>
 #include <new>
+#include <optional>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "zds/platform/files.h"
 #include "zds/platform/win32/windows_api.h"
@@ -92,6 +99,48 @@ bool IsFile(const std::string& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
+// The path as the system names the file it reaches, every reparse point
+// (symbolic link, junction, mount point) followed; nullopt when it cannot
+// be opened. Attributes-only access is not held back by any sharing mode.
+std::optional<std::string> FinalPath(const std::string& path) {
+  Handle file(CreateFileA(path.c_str(), FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                          nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  if (!file.valid()) return std::nullopt;
+  char buffer[4 * MAX_PATH];
+  DWORD length = GetFinalPathNameByHandleA(file.get(), buffer, sizeof buffer, FILE_NAME_NORMALIZED | VOLUME_NAME_DOS);
+  if (length == 0 || length >= sizeof buffer) return std::nullopt;
+  return std::string(buffer, length);
+}
+
+// Whether the deepest existing part of a path, reparse points followed,
+// lies in the root's own final path. As on POSIX the check and the use are
+// two steps, and whoever can write inside the root could put a junction in
+// place of a checked directory in between; the check keeps a link left in
+// the root from steering our writes and deletes out.
+// A plain file is judged by its directory: opening the file itself, even
+// for its attributes alone, would make a save that moves a new file over it
+// at that moment fail.
+bool StaysInsideRoot(const std::string& root, const std::vector<std::string_view>& components) {
+  auto root_final = FinalPath(root);
+  if (!root_final) return GetFileAttributesA(root.c_str()) == INVALID_FILE_ATTRIBUTES;  // nothing below exists
+  std::string existing = root;
+  std::string directory = root;
+  DWORD attributes = FILE_ATTRIBUTE_DIRECTORY;
+  for (std::string_view component : components) {
+    std::string next = JoinNative(existing, component);
+    DWORD next_attributes = GetFileAttributesA(next.c_str());
+    if (next_attributes == INVALID_FILE_ATTRIBUTES) break;
+    directory = std::exchange(existing, std::move(next));
+    attributes = next_attributes;
+  }
+  if ((attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)) == 0) existing = directory;
+  auto final_path = FinalPath(existing);
+  if (!final_path) return false;  // a link that leads nowhere: no telling where
+  const size_t size = root_final->size();
+  return final_path->size() >= size && SameIgnoringAsciiCase(std::string_view(*final_path).substr(0, size), *root_final) &&
+         (final_path->size() == size || root_final->back() == '\\' || (*final_path)[size] == '\\');
+}
+
 // Write, delete and move act on an entry inside the root, never on the root:
 // a temporary beside the root would already lie outside it.
 std::optional<std::string> ResolveEntry(const DataRoot& root, std::string_view stored_path) {
@@ -121,17 +170,27 @@ bool ReadAll(HANDLE file, std::string& contents) {
   }
 }
 
-// A new file beside the target, as on POSIX: the process id keeps writers
-// in different processes apart, the counter the threads of this one, and
-// CREATE_NEW steps over a name a crashed writer left behind.
+// 64 bits from the system's random source; should it fail, a counter
+// still keeps the names of this process apart and CREATE_NEW those of others.
+uint64_t RandomBits() {
+  static std::atomic<uint64_t> counter{0};
+  unsigned int high = 0, low = 0;
+  uint64_t bits = rand_s(&high) == 0 && rand_s(&low) == 0 ? (uint64_t{high} << 32) | low : GetCurrentProcessId();
+  return bits ^ (counter++ * 0x9E3779B97F4A7C15ULL);
+}
+
+// A new file beside the target. The handle is held until the file has been
+// moved over the target, and it shares nothing but delete (which the move
+// needs), so a cleanup, which opens candidates with no sharing at all,
+// cannot get hold of a temporary while its writer lives.
 Handle CreateTemporary(const std::string& target, std::string& temporary) {
-  static std::atomic<unsigned long> counter{0};
   size_t cut = target.find_last_of("\\/") + 1;
   std::string directory = target.substr(0, cut);
-  std::string name = target.substr(cut).substr(0, 200);
+  std::string name = target.substr(cut);
   for (int attempt = 0; attempt < 16; ++attempt) {
-    temporary = directory + name + ".tmp" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(counter++);
-    Handle file(CreateFileA(temporary.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+    temporary = directory + TemporaryNameFor(name, RandomBits());
+    Handle file(CreateFileA(temporary.c_str(), GENERIC_WRITE, FILE_SHARE_DELETE, nullptr, CREATE_NEW,
+                            FILE_ATTRIBUTE_NORMAL, nullptr));
     if (file.valid()) return file;
     DWORD error = GetLastError();
     if (error != ERROR_FILE_EXISTS && error != ERROR_ALREADY_EXISTS) break;
@@ -148,12 +207,34 @@ bool ReplaceAtomically(const std::string& target, std::span<const std::string_vi
   bool written = true;
   for (std::string_view piece : pieces) written = written && WriteAll(file.get(), piece);
   written = written && FlushFileBuffers(file.get());
-  if (!file.Close() || !written ||
+  if (!written ||
       !MoveFileExA(temporary.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+    file.Close();
     DeleteFileA(temporary.c_str());
     return false;
   }
   return true;
+}
+
+// The listing's pattern only narrows the search (it also matches short
+// 8.3 names); each name found is checked against the rule itself.
+void CollectTemporaries(const std::string& directory, const std::string& name, std::vector<std::string>& candidates) {
+  WIN32_FIND_DATAA found;
+  HANDLE first = FindFirstFileA((directory + name.substr(0, 200) + ".tmp*").c_str(), &found);
+  if (first == INVALID_HANDLE_VALUE) return;
+  std::unique_ptr<void, BOOL (*)(HANDLE)> search(first, FindClose);
+  do {
+    bool is_file = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+    if (is_file && IsTemporaryOf(found.cFileName, name)) candidates.push_back(directory + found.cFileName);
+  } while (FindNextFileA(search.get(), &found));
+}
+
+// Opening with no sharing fails while anyone else holds the file, a live
+// writer above all; a file opened so goes when the handle closes.
+bool RemoveIfAbandoned(const std::string& path) {
+  Handle file(CreateFileA(path.c_str(), DELETE, 0, nullptr, OPEN_EXISTING,
+                          FILE_FLAG_DELETE_ON_CLOSE | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+  return file.valid() && file.Close();
 }
 
 // Creates one directory; one that is already there counts as made.
@@ -171,6 +252,7 @@ std::optional<std::string> DataRoot::Resolve(std::string_view stored_path) const
     if (!IsPlainWin32Name(component)) return std::nullopt;
     path = JoinNative(path, component);
   }
+  if (!StaysInsideRoot(native_root_, *components)) return std::nullopt;
   return path;
 }
 
@@ -258,6 +340,23 @@ bool DataRoot::FileExists(std::string_view stored_path) const {
 bool DataRoot::DirectoryExists(std::string_view stored_path) const {
   auto path = Resolve(stored_path);
   return path && IsDirectory(*path);
+}
+
+size_t DataRoot::RemoveLeftoverTemporaries(std::string_view stored_path) const {
+  auto path = ResolveEntry(*this, stored_path);
+  if (!path) return 0;
+  size_t cut = path->find_last_of("\\/") + 1;
+  const std::string directory = path->substr(0, cut);
+  const std::string name = path->substr(cut);
+  std::vector<std::string> candidates;
+  try {
+    CollectTemporaries(directory, name, candidates);
+  } catch (const std::bad_alloc&) {
+    return 0;
+  }
+  size_t removed = 0;
+  for (const std::string& candidate : candidates) removed += RemoveIfAbandoned(candidate) ? 1 : 0;
+  return removed;
 }
 
 }  // namespace zds::platform

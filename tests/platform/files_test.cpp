@@ -60,13 +60,26 @@ class DataRootTest : public ::testing::Test {
 
 TEST_F(DataRootTest, NothingOutsideTheRootIsTouched) {
   Put("outside.xml", "keep");
-  EXPECT_FALSE(root_.Resolve("\\..\\outside.xml"));
-  EXPECT_FALSE(root_.WriteFileAtomic("\\..\\outside.xml", "lost"));
-  EXPECT_FALSE(root_.RemoveFile("..\\outside.xml"));
-  EXPECT_FALSE(root_.CreateDirectories("\\..\\made"));
+  Put("root/in.xml", "in");
+  const std::string absolute = (top_ / "outside.xml").string();
+  for (const std::string& path : {std::string("\\..\\outside.xml"), std::string("..\\outside.xml"), absolute,
+                                  std::string("C:\\outside.xml"), std::string("\\\\server\\share\\outside.xml")}) {
+    SCOPED_TRACE(path);
+    std::string contents;
+    EXPECT_FALSE(root_.Resolve(path));
+    EXPECT_EQ(root_.ReadWholeFile(path, contents), ReadStatus::kFailed);
+    EXPECT_FALSE(root_.FileExists(path));
+    EXPECT_FALSE(root_.WriteFileAtomic(path, "lost"));
+    EXPECT_FALSE(root_.RemoveFile(path));
+    EXPECT_FALSE(root_.RenameFile(path, "\\moved.xml"));
+    EXPECT_FALSE(root_.RenameFile("\\in.xml", path));
+    EXPECT_FALSE(root_.CreateDirectories(path));
+    EXPECT_EQ(root_.RemoveLeftoverTemporaries(path), 0u);
+  }
   EXPECT_FALSE(root_.WriteFileAtomic("\\", "x"));
   EXPECT_EQ(Get("outside.xml"), "keep");
   EXPECT_EQ(Entries(""), (Names{"outside.xml", "root"}));
+  EXPECT_EQ(Entries("root"), Names{"in.xml"});
 }
 
 TEST_F(DataRootTest, MatchesComponentsCaseBlind) {

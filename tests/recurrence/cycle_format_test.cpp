@@ -47,7 +47,7 @@ TEST(CycleFormat, ReadsAndWritesValuesFieldByField) {
        "self-defined;multiple=2147483647;length=01;from=2005-02-28 10:00;workday=no"},
       // All three week numbers come from the first field; day numbers from their own.
       {"event", "absolute_week;date=02:03:04", "absolute_week;number=1;from=1970-01-01 00:00;to=1970-01-01 00:00;date=02:02:02"},
-      {"event", "absolute_day;date=01:05:17;number=", "absolute_day;from=1970-01-01 00:00;to=1970-01-01 00:00;date=01:05:17"},
+      {"event", "absolute_day;date=01:05:17;number=", "absolute_day;number=;from=1970-01-01 00:00;to=1970-01-01 00:00;date=01:05:17"},
       {"event", "ABSOLUTE_DAY;DATE=7", "absolute_day;number=1;from=1970-01-01 00:00;to=1970-01-01 00:00;date=07:00:00"},
       {"event", "sequence;date=01:02:03;number=0100010;from=2004-05-01 09:00;to=2004-05-01 10:30",
        "sequence;number=0100010;from=2004-05-01 09:00;to=2004-05-01 10:30;date="},

@@ -4,6 +4,7 @@
 #ifndef ZDS_TESTS_SUPPORT_PROGRAM_H_
 #define ZDS_TESTS_SUPPORT_PROGRAM_H_
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,34 @@ ProgramResult RunProgram(const std::string& program, const std::vector<std::stri
 
 // The zds program of this build, with the arguments.
 ProgramResult RunZds(const std::vector<std::string>& args);
+
+// A program left running, started as RunProgram starts one, with its
+// standard output going to a file, for tests that end it the hard way.
+class RunningProgram {
+ public:
+  RunningProgram(const std::string& program, const std::vector<std::string>& args, const std::filesystem::path& out);
+  ~RunningProgram() { Kill(); }
+  RunningProgram(const RunningProgram&) = delete;
+  RunningProgram& operator=(const RunningProgram&) = delete;
+
+  bool started() const { return started_; }
+  // True once it has ended by itself; then exit_code() says how (-1: a signal).
+  bool Ended();
+  int exit_code() const { return exit_code_; }
+  // Ends it at once, as a crash would (SIGKILL, TerminateProcess), and
+  // waits until it is gone.
+  void Kill();
+
+ private:
+  bool started_ = false;
+  bool ended_ = false;
+  int exit_code_ = -1;
+#ifdef _WIN32
+  void* process_ = nullptr;
+#else
+  int pid_ = -1;
+#endif
+};
 
 }  // namespace zds::test
 

@@ -1,0 +1,63 @@
+// The child of the crash test: edits one note document with auto-save on,
+// for ever, and reports each edit once it has returned (and so been saved)
+// with one flushed line: "A pos note", "U pos note" or "D pos". The parent
+// kills it at a moment of its choosing.
+//
+//   crash_editor ROOT SEED
+
+#include <cstdio>
+#include <memory>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "support/note_doc.h"
+
+namespace {
+
+constexpr const char* kFolder = "kov:\\Notes\\0001";
+
+void Report(const std::string& line) {
+  std::fputs((line + "\n").c_str(), stdout);
+  std::fflush(stdout);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 3) return 2;
+  zds::test::NoteDoc doc;
+  doc.SetDataRoot(std::make_shared<zds::platform::DataRoot>(argv[1]));
+  doc.SetAutoSaveFlag(true);
+  if (zds::OpenVFDLDoc(doc, "\\crash.xml", "", false) != zds::OpenResult::kLoaded) return 3;
+  std::vector<std::string> records;
+  const auto* folder = static_cast<const zds::CVFDLFolder*>(doc.GetNodeByPos(kFolder));
+  if (folder == nullptr) return 4;
+  for (const zds::CVFDLNode* node = folder->GetFirstChild(); node; node = node->GetNextSibling()) {
+    records.push_back(node->GetPos());
+  }
+  const std::string seed = argv[2];
+  std::mt19937 random(static_cast<unsigned>(std::stoul(seed)));
+  for (unsigned edit = 0;; ++edit) {
+    const std::string note = "n" + seed + "-" + std::to_string(edit);
+    const unsigned pick = random() % 4;
+    if (pick == 0 || records.empty()) {
+      std::string pos = doc.AddRec(kFolder, zds::test::MakeNote("added", note), false);
+      if (pos.empty()) return 5;
+      records.push_back(pos);
+      Report("A " + pos + " " + note);
+      continue;
+    }
+    const size_t index = random() % records.size();
+    const std::string pos = records[index];
+    if (pick == 1) {
+      if (!doc.DelRec(pos)) return 6;
+      records[index] = records.back();
+      records.pop_back();
+      Report("D " + pos);
+    } else {
+      if (!doc.UpdateRec(pos, zds::test::MakeNote("updated", note), false)) return 7;
+      Report("U " + pos + " " + note);
+    }
+  }
+}
