@@ -9,6 +9,7 @@
 #include "cli/cycle_command.h"
 #include "cli/events_commands.h"
 #include "cli/store_commands.h"
+#include "cli/timer_commands.h"
 #include "zds/platform/files.h"
 
 namespace {
@@ -22,6 +23,8 @@ constexpr const char kUsage[] =
     "  monitor      print the monitor's lines of the last start\n"
     "  autorun      list the auto-run groups and their items\n"
     "  cycle ...    what a stored recurrence rule means (see docs/cli.md)\n"
+    "  timer add|ls|rm ...   file, list or delete timers (see docs/cli.md)\n"
+    "  timers due FROM TO    the timers due from FROM up to TO ('YYYY-MM-DD HH:MM:SS')\n"
     "DIR defaults to ./zds-data; PATH is a virtual path such as 'kov:\\Velmora\\E-Mail'.\n"
     "Lists are tab-separated. Exit status: 0 done, 1 not found or refused, 2 bad usage.\n";
 
@@ -50,6 +53,8 @@ int Run(std::vector<std::string> args) {
   if (command == "events") return zds::cli::RunEventsCommand(root, std::cout, std::cerr);
   if (command == "monitor") return zds::cli::RunMonitorCommand(root, std::cout, std::cerr);
   if (command == "autorun") return zds::cli::RunAutoRunCommand(root, std::cout, std::cerr);
+  if (command == "timer") return zds::cli::RunTimerCommand(root, {args.begin() + 1, args.end()}, std::cout, std::cerr);
+  if (command == "timers") return zds::cli::RunTimersCommand(root, {args.begin() + 1, args.end()}, std::cout, std::cerr);
   if (command == "ls" || command == "show") {
     if (args.size() != 2) return Usage(command + " takes one PATH");
     return command == "ls" ? zds::cli::RunListCommand(root, args[1], std::cout, std::cerr)

@@ -8,6 +8,7 @@
 #include "zds/resources/framework_strings.h"
 #include "zds/resources/recurrence_strings.h"
 #include "zds/resources/store_strings.h"
+#include "zds/resources/timers_strings.h"
 
 namespace zds {
 namespace {
@@ -24,7 +25,7 @@ constexpr auto JoinSorted(const ResourceString (&... parts)[N]) {
 }
 
 constexpr auto kTable = JoinSorted(res::kFrameworkStrings, res::kStoreStrings, res::kEventsStrings,
-                                   res::kRecurrenceStrings);
+                                   res::kRecurrenceStrings, res::kTimersStrings);
 
 constexpr bool IdsAreUnique() {
   for (size_t i = 1; i < kTable.size(); ++i) {

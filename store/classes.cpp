@@ -3,6 +3,7 @@
 #include "zds/events/classes.h"
 #include "zds/framework/classes.h"
 #include "zds/store/aidl_doc.h"
+#include "zds/timers/classes.h"
 
 namespace zds {
 
@@ -12,6 +13,7 @@ void RegisterAllClasses(CRTTIRegistry& registry) {
   RegisterFrameworkClasses(registry);
   RegisterStoreClasses(registry);
   RegisterEventClasses(registry);
+  RegisterTimerClasses(registry);
 }
 
 }  // namespace zds

@@ -11,6 +11,7 @@ namespace {
 constexpr std::string_view kMonitorFile = "\\Monitor.xml";
 constexpr std::string_view kEventFile = "\\XEvent.xml";
 constexpr std::string_view kAutoRunFile = "\\autorun.xml";
+constexpr std::string_view kTimerIndexFile = "\\index.xml";
 
 // The four system folders and the directories made with each when the
 // service index lacks it.
@@ -44,6 +45,7 @@ CZDS* CZDS::m_pthis = nullptr;
 CZDS::CZDS() { RegisterAllClasses(registry_); }
 
 CZDS::~CZDS() {
+  timer_index_.reset();
   aidl_.reset();
   autorun_.reset();
   event_.reset();
@@ -57,7 +59,7 @@ const std::span<const CZDS::StartupStep> CZDS::StartupSteps() {
   static constexpr StartupStep kSteps[] = {
       {"monitor", &CZDS::InitMonitor},          {"service index", &CZDS::InitAIDL},
       {"system folders", &CZDS::InitSystemFolders}, {"event queue", &CZDS::InitAEvent},
-      {"auto-run list", &CZDS::InitAutoRun},
+      {"auto-run list", &CZDS::InitAutoRun},    {"timer index", &CZDS::InitATimer},
   };
   return kSteps;
 }
@@ -78,13 +80,14 @@ bool CZDS::Fail(std::string_view step, std::string_view path, OpenResult result)
 }
 
 template <typename Doc>
-bool CZDS::OpenStartupDoc(std::unique_ptr<Doc>& slot, std::string_view step, std::string_view path) {
+bool CZDS::OpenStartupDoc(std::unique_ptr<Doc>& slot, std::string_view step, std::string_view path,
+                          std::string_view base_path) {
   slot.reset();
   auto doc = std::make_unique<Doc>();
   doc->SetDataRoot(root_);
   doc->SetAutoSaveFlag(true);
   if constexpr (std::is_base_of_v<CCASDVFDLDoc, Doc>) doc->SetClassRegistry(&registry_);
-  OpenResult result = OpenVFDLDoc(*doc, path, "");
+  OpenResult result = OpenVFDLDoc(*doc, path, base_path);
   if (!IsOpen(result)) return Fail(step, path, result);
   slot = std::move(doc);
   return true;
@@ -137,6 +140,19 @@ bool CZDS::InitSystemFolders() {
 bool CZDS::InitAEvent() { return OpenStartupDoc(event_, "event queue", kEventFile); }
 
 bool CZDS::InitAutoRun() { return OpenStartupDoc(autorun_, "auto-run list", kAutoRunFile); }
+
+// The index lives in the timer directory and names its files relative to
+// it; after opening, the current month's document is made sure of, and the
+// nodes that makes are announced through the information window.
+bool CZDS::InitATimer() {
+  timer_index_.reset();
+  if (!root_) return Fail("timer index", timer_dir_, OpenResult::kUnusable);
+  root_->CreateDirectories(timer_dir_);  // a failure shows as the index's own
+  std::string path = platform::JoinStoredPath(timer_dir_, kTimerIndexFile);
+  if (!OpenStartupDoc(timer_index_, "timer index", path, timer_dir_)) return false;
+  timer_index_->AdjustByDate(info_window_);
+  return true;
+}
 
 void CZDS::CreateInfoWnd() {
   DestroyInfoWnd();

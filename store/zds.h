@@ -29,6 +29,7 @@
 #include "zds/platform/time.h"
 #include "zds/platform/window.h"
 #include "zds/store/aidl_doc.h"
+#include "zds/timers/timer_index_doc.h"
 
 namespace zds {
 
@@ -85,12 +86,14 @@ class CZDS {
   [[nodiscard]] bool InitSystemFolders();
   [[nodiscard]] bool InitAEvent();
   [[nodiscard]] bool InitAutoRun();
+  [[nodiscard]] bool InitATimer();
 
   // The open documents; null before their step ran or when it failed.
   CMonitorDoc* GetMonitorDoc() const { return monitor_.get(); }
   CAIDLDoc* GetAIDLDoc() const { return aidl_.get(); }
   CAEventDoc* GetEventDoc() const { return event_.get(); }
   CAutoRunDoc* GetAutoRunDoc() const { return autorun_.get(); }
+  CATimerIndexDoc* GetATimerIndexDoc() const { return timer_index_.get(); }
   const CRTTIRegistry& GetClassRegistry() const { return registry_; }
 
   // Change notices: the information window reposts each of the six
@@ -116,7 +119,8 @@ class CZDS {
   bool Fail(std::string_view step, std::string_view path, OpenResult result);
   // The common create-or-open sequence for a start-up document.
   template <typename Doc>
-  bool OpenStartupDoc(std::unique_ptr<Doc>& slot, std::string_view step, std::string_view path);
+  bool OpenStartupDoc(std::unique_ptr<Doc>& slot, std::string_view step, std::string_view path,
+                      std::string_view base_path = "");
 
   static CZDS* m_pthis;
 
@@ -137,6 +141,7 @@ class CZDS {
   std::unique_ptr<CAEventDoc> event_;
   std::unique_ptr<CAutoRunDoc> autorun_;
   std::unique_ptr<CAIDLDoc> aidl_;
+  std::unique_ptr<CATimerIndexDoc> timer_index_;
 };
 
 }  // namespace zds

@@ -5,18 +5,27 @@
 // timer's own arithmetic (anchors compared at the event's time of day, an
 // until-date that limits begins rather than ends). Besides the occurrence
 // holding a moment it answers which occurrence began last by a moment,
-// which is what a firing timer needs.
+// which is what a firing timer needs, and which occurrences begin inside a
+// span of time, which is what the agent that fires timers asks.
 
 #ifndef ZDS_TIMERS_TIMER_CYCLE_REC_H_
 #define ZDS_TIMERS_TIMER_CYCLE_REC_H_
 
 #include <string>
+#include <vector>
 
 #include "zds/recurrence/cycle_arithmetic.h"
 #include "zds/recurrence/cycle_records.h"
 #include "zds/recurrence/sche_cycle_rec.h"
 
 namespace zds {
+
+// One occurrence of a timer's rule: its number and where it begins.
+struct CATimerOccurrence {
+  int number = 0;
+  CTime begin;
+  bool operator==(const CATimerOccurrence&) const = default;
+};
 
 class CATimerCycleRec {
  public:
@@ -37,6 +46,15 @@ class CATimerCycleRec {
   // The last occurrence begun by `time` and its map's text in `name`; -1
   // when none has begun or when the series ended before `time`.
   int GetBeforeNumber(CTime time, std::string& name) const;
+
+  // The occurrences beginning in [from, to), by begin, one per moment (the
+  // lower number where two begin together). A map places its occurrence,
+  // one with the status "delete" is left out. The plain rule's occurrences
+  // are stepped through from the first that begins at or after `from`,
+  // found directly, until one begins outside the span, so the cost does
+  // not grow with the rule's age. Kinds the rule does not expand give only
+  // their maps.
+  std::vector<CATimerOccurrence> GetOccurrencesIn(const CTime& from, const CTime& to) const;
 
   const CCycleMap* GetMapInfoByNumber(int number) const { return maps.FindByNumber(number); }
   CCycleMap* GetMapInfoByNumber(int number) { return maps.FindByNumber(number); }

@@ -53,6 +53,17 @@ const TemplateCase kTemplates[] = {
                            R"(<folder id="0000" alias="Monitor" attribute="root">)", "</folder>", "</Monitor>"})},
     {"CAutoRunDoc", Lines({R"(<?xml version="1.0" encoding="ascii"?>)", R"(<autorun ver="1.0">)",
                            R"(<folder id="0000" alias="autorun" attribute="root">)", "</folder>", "</autorun>"})},
+    {"CATimerDoc", Lines({R"(<?xml version="1.0" encoding="ascii"?>)", R"(<ATimer ver="1.0">)",
+                          R"(<folder id="0000" alias="Timer" attribute="root">)", "</folder>", "</ATimer>"})},
+    {"CATimerIndexDoc",
+     Lines({R"(<?xml version="1.0" encoding="ascii"?>)", R"(<TIC ver="1.0">)",
+            R"(<folder id="0000" alias="Timer Index" attribute="root">)",
+            R"(<folder id="0001" alias="Cycle" attribute="undel" content="ATimer;class=CATimerDoc;os=universal" )"
+            R"(src="\cycle.xml">)",
+            "</folder>",
+            R"(<folder id="0002" alias="UnActive" attribute="undel" content="ATimer;class=CATimerDoc;os=universal" )"
+            R"(src="\unactive.xml">)",
+            "</folder>", "</folder>", "</TIC>"})},
 };
 
 TEST(TemplateTest, EveryDocumentIsCreatedFromItsTemplateAndReadBackByteIdentical) {

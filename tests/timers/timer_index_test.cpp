@@ -1,0 +1,117 @@
+// Filing timers, making month documents once, and the index at start-up.
+
+#include <gtest/gtest.h>
+
+#include "timers/timer_testing.h"
+#include "zds/store/zds.h"
+
+namespace zds {
+namespace {
+
+using timer_testing::MakeCyclic;
+using timer_testing::MakeTimer;
+
+// A host window: the aliases of the nodes announced to it since last asked.
+struct Listener {
+  platform::MessageQueue queue;
+  std::vector<std::string> seen;
+  platform::WindowHandle window = queue.NewWindow([this](const platform::WindowMessage& m) {
+    EXPECT_EQ(std::tuple(m.message, m.lparam), std::tuple(kTimerChangedMessage, intptr_t{0}));
+    seen.push_back(reinterpret_cast<const CVFDLNode*>(m.wparam)->GetAlias());
+  });
+  std::vector<std::string> Announced() { return queue.Pump(), std::exchange(seen, {}); }
+};
+
+TEST(TimerIndexTest, GetRightDocFilesByCycleThenStateThenDueMonthOnDisk) {
+  timer_testing::IndexFixture fixture;
+  auto index = fixture.Open();
+  ASSERT_NE(index, nullptr);
+  const char* daily[] = {"day", "sequence;from=2004-11-01 08:00;to=2004-11-01 08:05", "notstop;from=2004-11-01"};
+  const std::pair<CATimerRec, const char*> cases[] = {
+      {MakeCyclic("repeating, suspended", daily[0], daily[1], daily[2], kTimerSuspension), "cycle.xml"},
+      {MakeCyclic("repeating, inactive", daily[0], daily[1], daily[2], kTimerUnactived), "cycle.xml"},
+      {MakeTimer("suspended", "2004-11-15 10:00:00", kTimerSuspension), "unactive.xml"},
+      {MakeTimer("inactive", "2004-11-15 10:00:00", kTimerUnactived), "unactive.xml"},
+      {MakeTimer("due in November", "2004-11-15 10:00:00"), "200411.xml"},
+      {MakeTimer("due at the year's end", "2004-12-31 23:59:59"), "200412.xml"}};
+  for (const auto& [timer, file] : cases) {
+    SCOPED_TRACE(timer.GetAlias());
+    CATimerDoc* doc = index->GetRightDoc(timer);
+    ASSERT_NE(doc, nullptr);
+    std::string pos = doc->AddTimer(timer, false);
+    EXPECT_TRUE(pos.starts_with("kov:\\Timer Index\\")) << pos;
+    EXPECT_NE(fixture.temp().Read(std::string("timer/") + file).find(timer.GetAlias()), std::string::npos);
+    EXPECT_EQ(index->GetTimerDoc(pos), doc);
+  }
+  EXPECT_EQ(index->GetTimerDoc("kov:\\Timer Index\\0001\\0099"), nullptr);
+  ZDS_EXPECT_XMLLINT_ACCEPTS(fixture.temp().Read("timer/index.xml"));
+  ZDS_EXPECT_XMLLINT_ACCEPTS(fixture.temp().Read("timer/cycle.xml"));
+
+  std::vector<const CATimerRec*> list;
+  ASSERT_TRUE(index->GetBrowseRec("kov:\\Timer Index\\0001", list));
+  ASSERT_TRUE(index->GetBrowseRec("kov:\\Timer Index\\2004\\12", list));
+  ASSERT_EQ(list.size(), 3u);
+  EXPECT_EQ(list[1]->GetExtendRec().subject + ", " + list[2]->GetExtendRec().subject,
+            "repeating, inactive, due at the year's end");
+  EXPECT_FALSE(index->GetBrowseRec("kov:\\Timer Index\\2004", list)) << "a year folder names no document";
+  CVFDLRec elsewhere;
+  elsewhere.SetSrc("\\archive\\old.xml");
+  ASSERT_FALSE(index->AddRec(index->GetRoot()->GetPos(), elsewhere, true).empty());
+  EXPECT_TRUE(fixture.temp().root()->DirectoryExists("\\timer\\archive"));
+  ASSERT_TRUE(index->DelRec(index->GetNodeByPath("kov:\\Timer Index\\2004\\11")->GetPos()));
+  EXPECT_FALSE(fixture.temp().Exists("timer/200411.xml"));
+}
+
+TEST(TimerIndexTest, MonthDocumentsAreMadeOnceAnnouncedOnceAndSurviveReload) {
+  timer_testing::IndexFixture fixture;
+  Listener listener;
+  auto index = fixture.Open();
+  ASSERT_NE(index, nullptr);
+  const std::vector<std::string> files = fixture.temp().Files();
+  const std::string text = index->GetXml();
+  for (const char* bad : {"2004/11/15", "04-11", "2004-13-01", "2004-1-15", "abcd-ef", ""}) {
+    EXPECT_EQ(index->GetCurrentDoc(bad, listener.window), nullptr) << bad;
+  }
+  EXPECT_EQ(fixture.temp().Files(), files);
+  EXPECT_EQ(index->GetXml(), text);
+
+  CATimerDoc* november = index->GetCurrentDoc("2004-11-15", listener.window);
+  ASSERT_NE(november, nullptr);
+  EXPECT_EQ(listener.Announced(), (std::vector<std::string>{"2004", "11"}));
+  EXPECT_EQ(index->GetCurrentDoc("2004-11-30 23:00", listener.window), november);
+  ASSERT_NE(index->GetCurrentDoc("2004-12", listener.window), nullptr);
+  ASSERT_NE(index->GetCurrentDoc("2005-01-01", nullptr), nullptr);
+  EXPECT_EQ(listener.Announced(), std::vector<std::string>{"12"}) << "nothing is posted without a window";
+  EXPECT_TRUE(fixture.temp().Exists("timer/200411.xml") && fixture.temp().Exists("timer/200501.xml"));
+
+  auto again = fixture.Open(false);
+  ASSERT_NE(again, nullptr);
+  std::vector<std::string> sources;
+  for (const CVFDLNode* node : again->GetTimerDocNodes()) sources.push_back(node->GetSrc());
+  EXPECT_EQ(sources, (std::vector<std::string>{"\\cycle.xml", "\\unactive.xml", "\\200411.xml", "\\200412.xml",
+                                               "\\200501.xml"}));
+  size_t nodes = again->GetNodeCount();
+  ASSERT_NE(again->GetCurrentDoc("2004-11-01", listener.window), nullptr);
+  EXPECT_EQ(again->GetNodeCount(), nodes);
+  EXPECT_TRUE(listener.Announced().empty());
+}
+
+TEST(TimerIndexTest, StartUpOpensTheIndexLastAndAnnouncesTheCurrentMonthThroughTheInformationWindow) {
+  test::TempRoot temp;
+  Listener listener;
+  std::string month = CTime::GetCurrentTime().Format("%Y%m");
+  for (auto expected : {std::vector<std::string>{month.substr(0, 4), month.substr(4)}, std::vector<std::string>{}}) {
+    CZDS facade;
+    facade.SetDataRoot(temp.root());
+    facade.SetMessageQueue(&listener.queue);
+    facade.RegisterWnd(listener.window);
+    ASSERT_TRUE(facade.InitZDS());
+    ASSERT_NE(facade.GetATimerIndexDoc(), nullptr);
+    EXPECT_EQ(facade.GetATimerIndexDoc()->GetRoot()->GetPos(), "kov:\\Timer Index\\0000");
+    EXPECT_EQ(listener.Announced(), expected);
+    EXPECT_TRUE(temp.Exists("timer/index.xml") && temp.Exists("timer/" + month + ".xml"));
+  }
+}
+
+}  // namespace
+}  // namespace zds
