@@ -41,7 +41,7 @@ TEST(StartupTest, AFreshRootGetsEveryDocumentInOrder) {
   EXPECT_TRUE(log[1].ends_with("  AIDL Init OK")) << log[1];
   EXPECT_EQ(facade.GetAIDLDoc()->GetClassRegistry(), &facade.GetClassRegistry());
   EXPECT_EQ(temp.Files(), (std::vector<std::string>{"root/Monitor.xml", "root/XEvent.xml", "root/aidl.xml",
-                                                    "root/autorun.xml"}));
+                                                    "root/autorun.xml", "root/calendar/index.xml"}));
   ASSERT_TRUE(facade.InitZDS()) << "start-up may run again";
   EXPECT_EQ(Aliases(*facade.GetMonitorDoc()->GetRoot()).size(), 2u) << "the monitor starts afresh";
 }
