@@ -1,7 +1,5 @@
 #include "zds/calendar/schedule_doc.h"
 
-#include <algorithm>
-
 #include "zds/calendar/schedule_occurrences.h"
 #include "zds/framework/field_codec.h"
 #include "zds/recurrence/cycle_format.h"
@@ -86,19 +84,26 @@ void AppendRuleVariables(const CScheCycleRec& rule, std::vector<std::string>& li
   }
 }
 
-// A calendar date as one comparable number.
-int64_t DayKey(const CTime& time) {
-  std::tm fields = time.GetLocalTm();
-  return (int64_t{fields.tm_year} + 1900) * 10000 + (fields.tm_mon + 1) * 100 + fields.tm_mday;
-}
+// The local days from one moment's date to another's, bounded by the
+// first moment of the first day and the first moment after the last.
+class LocalDays {
+ public:
+  LocalDays(const CTime& first_day, const CTime& last_day)
+      : first_(DayStart(first_day, 0)), after_(DayStart(last_day, 1)) {}
+  // Whether the entry begins on or before the last day and ends on or after the first.
+  bool Touch(const CScheduleExtendRec& entry) const { return entry.begin < after_ && entry.end >= first_; }
+
+ private:
+  static CTime DayStart(const CTime& time, int days_on) {
+    std::tm fields = time.GetLocalTm();
+    return CTime::FromLocalFields(fields.tm_year + 1900, fields.tm_mon + 1, fields.tm_mday + days_on, 0, 0, 0);
+  }
+  CTime first_, after_;
+};
 
 }  // namespace
 
 std::string_view SchedulePriorityWord(int priority) { return kPriorityWords.WordOf(priority).value_or(""); }
-
-bool TouchesDays(const CScheduleExtendRec& entry, const CTime& first_day, const CTime& last_day) {
-  return DayKey(entry.begin) <= DayKey(last_day) && DayKey(entry.end) >= DayKey(first_day);
-}
 
 // ---- reading and writing ----
 
@@ -160,11 +165,10 @@ int CScheduleDoc::GetRecIDByDate(std::vector<std::string>& ids, int day_from, in
 int CScheduleDoc::GetCycleRecIDByDate(std::vector<std::string>& ids, const CTime& from, const CTime& to,
                                       bool flag) const {
   size_t before = ids.size();
-  CTime last_day = to.GetTime() == 0 ? from : to;
+  LocalDays days(from, to.GetTime() == 0 ? from : to);
   ForEachRec([&](const CScheduleRec& rec) {
     const CScheduleExtendRec& entry = rec.GetExtendRec();
-    bool found = entry.cycle ? OccursInSpan(entry.cycle_rec, from, to)
-                             : flag && !entry.map && TouchesDays(entry, from, last_day);
+    bool found = entry.cycle ? OccursInSpan(entry.cycle_rec, from, to) : flag && !entry.map && days.Touch(entry);
     if (found) ids.push_back(rec.GetPos());
   });
   return static_cast<int>(ids.size() - before);
@@ -172,9 +176,10 @@ int CScheduleDoc::GetCycleRecIDByDate(std::vector<std::string>& ids, const CTime
 
 int CScheduleDoc::GetBigRecIDByDate(std::vector<std::string>& ids, const CTime& from, const CTime& to) const {
   size_t before = ids.size();
+  LocalDays days(from, to);
   ForEachRec([&](const CScheduleRec& rec) {
     const CScheduleExtendRec& entry = rec.GetExtendRec();
-    if (!entry.map && TouchesDays(entry, from, to)) ids.push_back(rec.GetPos());
+    if (!entry.map && days.Touch(entry)) ids.push_back(rec.GetPos());
   });
   return static_cast<int>(ids.size() - before);
 }

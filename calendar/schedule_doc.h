@@ -94,10 +94,6 @@ class CScheduleDoc : public CVFDLFamily<CScheduleDoc, CVFDLDoc, CScheduleRec> {
                            std::vector<std::string>& lines) const override;
 };
 
-// Whether an entry's own begin and end touch the local days from
-// `first_day` to `last_day` (any moment of each).
-bool TouchesDays(const CScheduleExtendRec& entry, const CTime& first_day, const CTime& last_day);
-
 template <typename Visit>
 void CScheduleDoc::ForEachRec(Visit visit) const {
   if (GetRoot() == nullptr) return;

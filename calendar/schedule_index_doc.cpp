@@ -36,7 +36,9 @@ std::string MonthAlias(int64_t index) {
   return text;
 }
 std::string MonthFile(std::string_view alias) {
-  return "\\" + std::string(alias.substr(0, 4)) + std::string(alias.substr(5, 2)) + ".xml";
+  std::string file = "\\";
+  file.append(alias.substr(0, 4)).append(alias.substr(5, 2)).append(".xml");
+  return file;
 }
 
 CTime NextMidnight(const CTime& midnight) {
@@ -157,7 +159,7 @@ int CScheduleIndexDoc::GetRecIDByDate(std::vector<std::string>& ids, std::string
     // The asked days of this month.
     int day_from = month == first_month ? first.GetDay() : 1;
     int day_to = month == last_month ? last_day.GetDay() : 31;
-    if (CScheduleDoc* doc = GetCurrentDoc(MonthAlias(month) + "-01")) doc->GetRecIDByDate(ids, day_from, day_to);
+    if (CScheduleDoc* doc = GetCurrentDoc(MonthAlias(month).append("-01"))) doc->GetRecIDByDate(ids, day_from, day_to);
   }
   if (CScheduleDoc* cycle = GetCycleDoc()) cycle->GetCycleRecIDByDate(ids, first, last, true);
   if (CScheduleDoc* whole = GetWholeDoc()) whole->GetBigRecIDByDate(ids, first, last_day);

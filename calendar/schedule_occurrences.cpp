@@ -173,28 +173,36 @@ class RuleSpan {
     }
   }
 
-  // Where occurrence n begins; a year out of the rules' reach is far below
-  // or far above every span.
+  // Where occurrence n begins, from the anchor computed once, as the
+  // rule's arithmetic places it: the anchor's day in month (or year)
+  // anchor + n * multiple, rolled forward where the month lacks it. A year
+  // out of the rules' reach is far below or far above every span.
   int64_t BeginOf(int64_t n) const {
+    int64_t index = anchor_index_ + n * rule_.type.multiple;
+    int64_t year = monthly_ ? FloorDiv(index, 12) : index;
+    int64_t month = monthly_ ? index - year * 12 + 1 : anchor_.month;
     CTime begin;
-    if (cycle::RuleBegin(rule_, n, begin)) return begin.GetTime();
-    return anchor_year_ + n * rule_.type.multiple / (monthly_ ? 12 : 1) < 5000 ? INT64_MIN : INT64_MAX;
+    if (cycle::CalendarMoment(year, month, anchor_.day, anchor_, begin)) return begin.GetTime();
+    return year < 5000 ? INT64_MIN : INT64_MAX;
   }
 
   void Calendar() {
     monthly_ = rule_.type.type == kCycleMonth;
-    cycle::CalendarAnchor anchor = monthly_ ? cycle::MonthlyAnchor(rule_) : cycle::YearlyAnchor(rule_);
-    anchor_year_ = anchor.year;
+    anchor_ = monthly_ ? cycle::MonthlyAnchor(rule_) : cycle::YearlyAnchor(rule_);
+    anchor_index_ = monthly_ ? anchor_.year * 12 + anchor_.month - 1 : anchor_.year;
     int64_t lowest = LowestBegin(), highest = HighestBegin();
     if (lowest > highest) return;
     std::tm fields = CTime(lowest).GetLocalTm();
     int64_t index = monthly_ ? (fields.tm_year + 1900) * int64_t{12} + fields.tm_mon : fields.tm_year + 1900;
-    int64_t anchor_index = monthly_ ? anchor.year * 12 + anchor.month - 1 : anchor.year;
-    int64_t n = std::clamp<int64_t>(FloorDiv(index - anchor_index, rule_.type.multiple), 0, INT_MAX);
-    while (n > 0 && BeginOf(n - 1) >= lowest) --n;
-    while (n < INT_MAX && BeginOf(n) < lowest) ++n;
-    if (rule_.range.type == kRangeNumLimited) highest = n < rule_.range.number ? highest : INT64_MIN;
-    for (; n <= INT_MAX && BeginOf(n) <= highest; ++n) Add(n);
+    int64_t n = std::clamp<int64_t>(FloorDiv(index - anchor_index_, rule_.type.multiple), 0, INT_MAX);
+    int64_t begin = BeginOf(n);
+    for (int64_t before; n > 0 && (before = BeginOf(n - 1)) >= lowest; --n) begin = before;
+    while (begin < lowest && n < INT_MAX) begin = BeginOf(++n);
+    if (rule_.range.type == kRangeNumLimited && n >= rule_.range.number) return;
+    for (; begin <= highest; begin = BeginOf(++n)) {
+      Add(n);
+      if (n == INT_MAX) return;
+    }
   }
 
   CycleRule rule_;
@@ -203,7 +211,8 @@ class RuleSpan {
   std::vector<CScheduleOccurrence>& out_;
   int64_t duration_;
   bool monthly_ = false;
-  int64_t anchor_year_ = 0;
+  cycle::CalendarAnchor anchor_;
+  int64_t anchor_index_ = 0;
 };
 
 }  // namespace
