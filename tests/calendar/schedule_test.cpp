@@ -44,9 +44,8 @@ class ScheduleTest : public ::testing::Test {
     entry.all_day = std::string(begin).size() == 10;
     entry.cycle = rule != nullptr;
     if (rule) CCycleFormat::AnalyseCycleType(rule, entry.cycle_rec.cycle_type);
-    entry.cycle_rec.cycle_event.from = entry.begin;
+    entry.cycle_rec.cycle_event.from = entry.cycle_rec.cycle_range.from = entry.begin;
     entry.cycle_rec.cycle_event.to = entry.end;
-    entry.cycle_rec.cycle_range.from = entry.begin;
     CScheduleDoc* doc = index_->GetRightDoc(rec);
     return doc ? doc->AddRec(doc->GetRoot()->GetPos(), rec, false) : "";
   }
@@ -106,11 +105,7 @@ TEST_F(ScheduleTest, TheRuleLeavesTheVariablesAndIsWrittenBackInOrder) {
       EXPECT_NE(text.find(R"(<variable name="CYCLE_MAP" value="03;status=delete)"), std::string::npos) << text;
       continue;
     }
-    ASSERT_EQ(entry.variables.size(), 1u);
-    EXPECT_EQ(entry.cycle_rec.cycle_type.type, kCycleWeek);
-    EXPECT_EQ(entry.cycle_rec.cycle_type.multiple, 2);
-    EXPECT_EQ(entry.cycle_rec.cycle_range.number, 5);
-    ASSERT_EQ(entry.cycle_rec.maps.size(), 1u);
+    ASSERT_EQ(entry.variables.size(), 1u) << "the rule's are taken out, and written back composed from it:";
     const std::string expected =
         "<variable name=\"note\" value=\"n\" mark=\"1\"/>\r\n"
         "<variable name=\"cycle_type\" value=\"week;multiple=02;length=01;from=1970-01-01 00:00;workday=no\"/>\r\n"
@@ -136,7 +131,7 @@ TEST_F(ScheduleTest, EntriesAreFiledByTheirDaysAndFoundBySpans) {
   ASSERT_EQ(announced.size(), 1u) << "only a new month is announced";
   EXPECT_EQ(reinterpret_cast<CVFDLNode*>(announced[0])->GetSrc(), "\\200405.xml");
 
-  const std::string late = Add("late", "2004-05-01 23:00", "2004-05-02 01:00");
+  Add("late", "2004-05-01 23:00", "2004-05-02 01:00");
   const std::string rule = Add("rule", "2004-11-01 09:00", "2004-11-01 10:00", "day;multiple=07");
   const std::string nov = Add("nov", "2004-11-25 08:00", "2004-11-25 09:00");
   Add("early nov", "2004-11-10 08:00", "2004-11-10 09:00");
@@ -219,7 +214,6 @@ TEST(CalendarTest, TheServiceIndexReachesTheScheduleIndexByItsPath) {
   ASSERT_NE(dynamic_cast<CScheduleIndexDoc*>(index), nullptr);
   EXPECT_EQ(index, calendar->GetScheduleIndexDoc());
   EXPECT_EQ(index->GetFilePath(), "\\calendar\\schedule\\index.xml");
-  for (const char* file : {"calendar/index.xml", "calendar/schedule/index.xml"}) ZDS_EXPECT_XMLLINT_ACCEPTS(temp.Read(file));
 }
 
 }  // namespace
