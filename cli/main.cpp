@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/calendar_commands.h"
 #include "cli/cycle_command.h"
 #include "cli/events_commands.h"
 #include "cli/store_commands.h"
@@ -25,6 +26,11 @@ constexpr const char kUsage[] =
     "  cycle ...    what a stored recurrence rule means (see docs/cli.md)\n"
     "  timer add|ls|rm ...   file, list or delete timers (see docs/cli.md)\n"
     "  timers due FROM TO    the timers due from FROM up to TO ('YYYY-MM-DD HH:MM:SS')\n"
+    "  schedule add --subject TEXT --begin TIME --end TIME [--priority low|normal|high]\n"
+    "               [--contact TEXT] [--cycle TYPE EVENT RANGE [--map MAP]...]\n"
+    "               file an entry and print its position; TIME 'YYYY-MM-DD HH:MM' or 'YYYY-MM-DD'\n"
+    "  schedule rm POSITION, schedule show POSITION\n"
+    "  agenda FROM [TO]  the occurrences on the days FROM to TO ('YYYY-MM-DD')\n"
     "DIR defaults to ./zds-data; PATH is a virtual path such as 'kov:\\Velmora\\E-Mail'.\n"
     "Lists are tab-separated. Exit status: 0 done, 1 not found or refused, 2 bad usage.\n";
 
@@ -55,6 +61,8 @@ int Run(std::vector<std::string> args) {
   if (command == "autorun") return zds::cli::RunAutoRunCommand(root, std::cout, std::cerr);
   if (command == "timer") return zds::cli::RunTimerCommand(root, {args.begin() + 1, args.end()}, std::cout, std::cerr);
   if (command == "timers") return zds::cli::RunTimersCommand(root, {args.begin() + 1, args.end()}, std::cout, std::cerr);
+  if (command == "schedule") return zds::cli::RunScheduleCommand(root, {args.begin() + 1, args.end()}, std::cout, std::cerr);
+  if (command == "agenda") return zds::cli::RunAgendaCommand(root, {args.begin() + 1, args.end()}, std::cout, std::cerr);
   if (command == "ls" || command == "show") {
     if (args.size() != 2) return Usage(command + " takes one PATH");
     return command == "ls" ? zds::cli::RunListCommand(root, args[1], std::cout, std::cerr)

@@ -4,6 +4,7 @@
 #include <array>
 #include <iterator>
 
+#include "zds/resources/calendar_strings.h"
 #include "zds/resources/events_strings.h"
 #include "zds/resources/framework_strings.h"
 #include "zds/resources/recurrence_strings.h"
@@ -25,7 +26,7 @@ constexpr auto JoinSorted(const ResourceString (&... parts)[N]) {
 }
 
 constexpr auto kTable = JoinSorted(res::kFrameworkStrings, res::kStoreStrings, res::kEventsStrings,
-                                   res::kRecurrenceStrings, res::kTimersStrings);
+                                   res::kRecurrenceStrings, res::kTimersStrings, res::kCalendarStrings);
 
 constexpr bool IdsAreUnique() {
   for (size_t i = 1; i < kTable.size(); ++i) {

@@ -1,5 +1,6 @@
 #include "zds/store/classes.h"
 
+#include "zds/calendar/classes.h"
 #include "zds/events/classes.h"
 #include "zds/framework/classes.h"
 #include "zds/store/aidl_doc.h"
@@ -14,6 +15,7 @@ void RegisterAllClasses(CRTTIRegistry& registry) {
   RegisterStoreClasses(registry);
   RegisterEventClasses(registry);
   RegisterTimerClasses(registry);
+  RegisterCalendarClasses(registry);
 }
 
 }  // namespace zds

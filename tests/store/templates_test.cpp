@@ -64,6 +64,18 @@ const TemplateCase kTemplates[] = {
             R"(<folder id="0002" alias="UnActive" attribute="undel" content="ATimer;class=CATimerDoc;os=universal" )"
             R"(src="\unactive.xml">)",
             "</folder>", "</folder>", "</TIC>"})},
+    {"CScheduleDoc", Lines({R"(<?xml version="1.0" encoding="ascii"?>)", R"(<schedule ver="1.0">)",
+                            R"(<folder id="0000" alias="Schedule" attribute="root">)", "</folder>", "</schedule>"})},
+    {"CScheduleIndexDoc", Lines({R"(<?xml version="1.0" encoding="ascii"?>)", R"(<SIC ver="1.0">)",
+                                 R"(<folder id="0000" alias="Schedule Index" attribute="root">)", "</folder>", "</SIC>"})},
+    {"CCalendarDoc",
+     Lines({R"(<?xml version="1.0" encoding="ascii"?>)", R"(<calendar ver="1.0">)",
+            R"(<folder id="0000" alias="Calendar" attribute="root">)", R"(<folder id="0001" alias="Diary" attribute="undel">)",
+            "</folder>",
+            R"(<folder id="0002" alias="Schedule" attribute="system" content="SIC;class=CScheduleIndexDoc;os=universal" )"
+            R"(src="\schedule\index.xml">)",
+            "</folder>", R"(<folder id="0003" alias="Project" attribute="undel">)", "</folder>",
+            R"(<folder id="0004" alias="Task" attribute="undel">)", "</folder>", "</folder>", "</calendar>"})},
 };
 
 TEST(TemplateTest, EveryDocumentIsCreatedFromItsTemplateAndReadBackByteIdentical) {

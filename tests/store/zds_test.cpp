@@ -42,7 +42,8 @@ TEST(StartupTest, AFreshRootGetsEveryDocumentInOrder) {
   EXPECT_EQ(facade.GetAIDLDoc()->GetClassRegistry(), &facade.GetClassRegistry());
   std::string month = "root/timer/" + CTime::GetCurrentTime().Format("%Y%m") + ".xml";
   EXPECT_EQ(temp.Files(), (std::vector<std::string>{"root/Monitor.xml", "root/XEvent.xml", "root/aidl.xml",
-                                                    "root/autorun.xml", month, "root/timer/index.xml"}));
+                                                    "root/autorun.xml", "root/calendar/index.xml", month,
+                                                    "root/timer/index.xml"}));
   ASSERT_TRUE(facade.InitZDS()) << "start-up may run again";
   EXPECT_EQ(Aliases(*facade.GetMonitorDoc()->GetRoot()).size(), 2u) << "the monitor starts afresh";
 }
