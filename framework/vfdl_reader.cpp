@@ -82,7 +82,7 @@ class TreeBuilder {
 
   CVFDLFolder* AddFolder(CVFDLFolder* parent) {
     std::unique_ptr<CVFDLFolder> folder = doc_.NewFolderPointer();
-    CXMLElementReader item(token_.name, attributes_, token_.kind == XmlToken::Kind::kStart);
+    CXMLElementReader item(token_.name, attributes_.data(), attributes_.size(), token_.kind == XmlToken::Kind::kStart);
     doc_.ReadBaseItem(item, *folder);
     doc_.ReadFolderExtend(item, *folder);
     KeepUnread(item, *folder);
@@ -105,7 +105,8 @@ class TreeBuilder {
 
     std::unique_ptr<CVFDLNode> node = NewNodeFor(start.name);
     if (!node) return true;
-    CXMLElementReader item(start.name, element_attributes_, start.kind == XmlToken::Kind::kStart);
+    CXMLElementReader item(start.name, element_attributes_.data(), element_attributes_.size(),
+                           start.kind == XmlToken::Kind::kStart);
     item.SetChildren(std::move(children));
     item.SetTrailingText(inner_trailing_);
     doc_.ReadBaseItem(item, *node);
@@ -155,9 +156,7 @@ class TreeBuilder {
     inner_trailing_ = Between(after_previous, token_.raw.data());
     children.reserve(pending.size());
     for (const Pending& child : pending) {
-      children.emplace_back(child.name,
-                            std::span<const XmlAttribute>(child_attributes_).subspan(child.first, child.count),
-                            child.closed);
+      children.emplace_back(child.name, child_attributes_.data() + child.first, child.count, child.closed);
       children.back().SetRawText(Between(child.lead, child.begin), Between(child.begin, child.end));
     }
     return true;

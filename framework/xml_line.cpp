@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "zds/framework/xml_text.h"
+
 namespace zds {
 namespace {
 const std::string kEmpty;
@@ -142,10 +144,10 @@ void CXMLLine::RemoveAttribute(std::string_view name) {
   std::erase_if(attributes_, [&](const auto& attribute) { return attribute.first == name; });
 }
 
-CXMLElementReader::CXMLElementReader(std::string_view tag, std::span<const XmlAttribute> attributes,
+CXMLElementReader::CXMLElementReader(std::string_view tag, const XmlAttribute* attributes, size_t count,
                                      bool has_closing_line)
-    : tag_(tag), attributes_(attributes), has_closing_line_(has_closing_line) {
-  if (attributes.size() > 64) consumed_overflow_.assign(attributes.size() - 64, false);
+    : tag_(tag), attributes_(attributes), attribute_count_(count), has_closing_line_(has_closing_line) {
+  if (count > 64) consumed_overflow_.assign(count - 64, false);
 }
 
 void CXMLElementReader::MarkConsumed(size_t index) {
@@ -180,10 +182,10 @@ uint64_t NameBit(std::string_view name) {
 // of a summary of its names, so that fields a record leaves out cost no
 // scan of its attributes.
 int CXMLElementReader::Find(std::string_view name) const {
-  const size_t count = attributes_.size();
+  const size_t count = attribute_count_;
   if (next_ < count && SameName(attributes_[next_].name, name)) return static_cast<int>(next_++);
   if (!summarised_) {
-    for (const XmlAttribute& attribute : attributes_) name_bits_ |= NameBit(attribute.name);
+    for (size_t i = 0; i < count; ++i) name_bits_ |= NameBit(attributes_[i].name);
     summarised_ = true;
   }
   if ((name_bits_ & NameBit(name)) == 0) return -1;
@@ -214,6 +216,8 @@ std::string CXMLElementReader::GetAttrValueAt(size_t index) {
   return value;
 }
 
+std::string_view CXMLElementReader::GetAttrName(size_t index) const { return attributes_[index].name; }
+
 std::string_view CXMLElementReader::GetAttrTextAt(size_t index, std::string& scratch) {
   MarkConsumed(index);
   std::string_view raw = attributes_[index].raw_value;
@@ -229,11 +233,11 @@ void CXMLElementReader::AppendUnreadAttributes(std::string& out) const {
   // Sized first: the text is kept for as long as the node lives, and
   // growing it by appends would leave up to half of it unused.
   size_t size = out.size();
-  for (size_t i = 0; i < attributes_.size(); ++i) {
+  for (size_t i = 0; i < attribute_count_; ++i) {
     if (!IsConsumed(i)) size += attributes_[i].spelling.size();
   }
   out.reserve(size);
-  for (size_t i = 0; i < attributes_.size(); ++i) {
+  for (size_t i = 0; i < attribute_count_; ++i) {
     if (!IsConsumed(i)) out += attributes_[i].spelling;
   }
 }
@@ -246,10 +250,10 @@ std::string_view Span(const char* from, const char* to) { return std::string_vie
 
 bool CXMLElementReader::UnreadAttributesInPlace(std::string_view& view) const {
   size_t first = 0;
-  while (first < attributes_.size() && IsConsumed(first)) ++first;
+  while (first < attribute_count_ && IsConsumed(first)) ++first;
   size_t end = first;
-  while (end < attributes_.size() && !IsConsumed(end)) ++end;
-  for (size_t i = end; i < attributes_.size(); ++i) {
+  while (end < attribute_count_ && !IsConsumed(end)) ++end;
+  for (size_t i = end; i < attribute_count_; ++i) {
     if (!IsConsumed(i)) return false;
   }
   if (first == end) {

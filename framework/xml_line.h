@@ -16,9 +16,11 @@
 #include <utility>
 #include <vector>
 
-#include "zds/framework/xml_text.h"
+#include "zds/framework/xml_escape.h"
 
 namespace zds {
+
+struct XmlAttribute;  // the scanner's (xml_text.h)
 
 class CXMLLine {
  public:
@@ -68,7 +70,8 @@ class CXMLLine {
 
 class CXMLElementReader {
  public:
-  CXMLElementReader(std::string_view tag, std::span<const XmlAttribute> attributes, bool has_closing_line);
+  // `attributes` (count of them) stay the loader's and must outlive the reader.
+  CXMLElementReader(std::string_view tag, const XmlAttribute* attributes, size_t count, bool has_closing_line);
 
   std::string_view GetTag() const { return tag_; }
   // False for an element that closes itself ("<rec .../>").
@@ -78,8 +81,8 @@ class CXMLElementReader {
   std::string GetAttrValue(std::string_view name);
   bool HasAttribute(std::string_view name) const;
   // The attributes by place, for a reader that takes them as they come.
-  size_t GetAttrCount() const { return attributes_.size(); }
-  std::string_view GetAttrName(size_t index) const { return attributes_[index].name; }
+  size_t GetAttrCount() const { return attribute_count_; }
+  std::string_view GetAttrName(size_t index) const;
   // The decoded value of attribute `index`; marks it as understood.
   std::string GetAttrValueAt(size_t index);
   // The same without a copy where the stored value needs no decoding: a
@@ -112,7 +115,8 @@ class CXMLElementReader {
   bool IsConsumed(size_t index) const;
 
   std::string_view tag_;
-  std::span<const XmlAttribute> attributes_;
+  const XmlAttribute* attributes_;
+  size_t attribute_count_;
   uint64_t consumed_mask_ = 0;          // the first 64 attributes
   mutable size_t next_ = 0;             // where the next look-up starts
   mutable uint64_t name_bits_ = 0;      // a bit for each name the element holds

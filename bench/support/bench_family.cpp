@@ -4,7 +4,7 @@
 
 #include "zds/framework/field_codec.h"
 #include "zds/framework/xml_line.h"
-#include "zds/framework/xml_text.h"
+#include "zds/framework/xml_escape.h"
 
 namespace zds::bench {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-#include "zds/framework/xml_text.h"
+#include "zds/framework/xml_escape.h"
 
 namespace zds::bench {
 namespace {
