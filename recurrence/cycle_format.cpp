@@ -1,59 +1,37 @@
 #include "zds/recurrence/cycle_format.h"
 
-#include <array>
-#include <cctype>
-#include <climits>
 #include <cstdio>
+
+#include "zds/framework/field_codec.h"
 
 namespace zds {
 
 namespace {
 
-constexpr std::array<const char*, 5> kTypeNames = {"day", "week", "month", "year", "self-defined"};
-constexpr std::array<const char*, 3> kEventNames = {"sequence", "absolute_day", "absolute_week"};
-constexpr std::array<const char*, 3> kRangeNames = {"notstop", "numlimited", "timelimited"};
-constexpr std::array<const char*, 3> kStatusNames = {"virtual", "real", "delete"};
+// The names of the kinds, matched case-blind; an unknown name leaves the
+// kind as it was, and a kind without a name is written as an empty name.
+constexpr auto kNames = field::kWords.IgnoringCase().WritingUnknownAs("");
+constexpr auto kTypeNames = field::MakeWords(kNames, field::Word{kCycleDay, "day"}, field::Word{kCycleWeek, "week"},
+                                             field::Word{kCycleMonth, "month"}, field::Word{kCycleYear, "year"},
+                                             field::Word{kCycleSelfDefined, "self-defined"});
+constexpr auto kEventNames =
+    field::MakeWords(kNames, field::Word{kEventSequence, "sequence"}, field::Word{kEventAbsoluteDay, "absolute_day"},
+                     field::Word{kEventAbsoluteWeek, "absolute_week"});
+constexpr auto kRangeNames =
+    field::MakeWords(kNames, field::Word{kRangeNotStop, "notstop"}, field::Word{kRangeNumLimited, "numlimited"},
+                     field::Word{kRangeTimeLimited, "timelimited"});
+constexpr auto kStatusNames = field::MakeWords(kNames, field::Word{kMapVirtual, "virtual"},
+                                               field::Word{kMapReal, "real"}, field::Word{kMapDelete, "delete"});
 
-bool EqualsNoCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    if (std::tolower(static_cast<unsigned char>(a[i])) != std::tolower(static_cast<unsigned char>(b[i]))) {
-      return false;
-    }
-  }
-  return true;
+template <typename Words>
+std::string NameOf(const Words& words, int value) {
+  return std::string(words.WordOf(value).value_or(""));
 }
 
-// Index of `word` in `names`, compared case-blind; -1 when absent.
-template <size_t N>
-int IndexOfName(const std::array<const char*, N>& names, std::string_view word) {
-  for (size_t i = 0; i < N; ++i) {
-    if (EqualsNoCase(names[i], word)) return static_cast<int>(i);
-  }
-  return -1;
-}
+bool EqualsNoCase(std::string_view a, std::string_view b) { return field::SameWordNoCase(a, b); }
 
-template <size_t N>
-std::string NameOf(const std::array<const char*, N>& names, int index) {
-  return index >= 0 && static_cast<size_t>(index) < N ? names[static_cast<size_t>(index)] : "";
-}
-
-// atoi's reading (blanks, sign, leading digits, else 0), saturating instead
-// of overflowing on absurd digit runs.
-int ReadNumber(std::string_view text) {
-  size_t i = 0;
-  while (i < text.size() && std::isspace(static_cast<unsigned char>(text[i]))) ++i;
-  bool negative = false;
-  if (i < text.size() && (text[i] == '+' || text[i] == '-')) negative = text[i++] == '-';
-  long long value = 0;
-  for (; i < text.size() && std::isdigit(static_cast<unsigned char>(text[i])); ++i) {
-    value = value * 10 + (text[i] - '0');
-    if (value > static_cast<long long>(INT_MAX) + 1) value = static_cast<long long>(INT_MAX) + 1;
-  }
-  if (negative) value = -value;
-  if (value > INT_MAX) return INT_MAX;
-  return static_cast<int>(value);
-}
+// atoi's reading: blanks, a sign, the leading digits, else 0.
+int ReadNumber(std::string_view text) { return field::ParseAtoi(text); }
 
 std::string WriteNumber(int value) {
   char buffer[16];
@@ -124,7 +102,7 @@ int CCycleFormat::AnalyseCycleType(std::string_view text, CCycleType& type) {
   std::string name;
   std::vector<std::string> keys, values;
   Analyse(text, name, keys, values);
-  if (int kind = IndexOfName(kTypeNames, name); kind >= 0) type.type = kind;
+  kTypeNames.Read(name, type.type);
   for (size_t i = 0; i < keys.size(); ++i) {
     if (EqualsNoCase(keys[i], "multiple")) type.multiple = ReadNumber(values[i]);
     else if (EqualsNoCase(keys[i], "length")) type.length = ReadNumber(values[i]);
@@ -145,7 +123,7 @@ int CCycleFormat::AnalyseCycleEvent(std::string_view text, CCycleEvent& event) {
   std::string name;
   std::vector<std::string> keys, values;
   Analyse(text, name, keys, values);
-  if (int kind = IndexOfName(kEventNames, name); kind >= 0) event.type = kind;
+  kEventNames.Read(name, event.type);
   for (size_t i = 0; i < keys.size(); ++i) {
     if (EqualsNoCase(keys[i], "number")) event.number = values[i];
     else if (EqualsNoCase(keys[i], "from")) event.from = ParseDateTime(values[i]);
@@ -172,7 +150,7 @@ int CCycleFormat::AnalyseCycleRange(std::string_view text, CCycleRange& range) {
   std::string name;
   std::vector<std::string> keys, values;
   Analyse(text, name, keys, values);
-  if (int kind = IndexOfName(kRangeNames, name); kind >= 0) range.type = kind;
+  kRangeNames.Read(name, range.type);
   for (size_t i = 0; i < keys.size(); ++i) {
     if (EqualsNoCase(keys[i], "number")) range.number = ReadNumber(values[i]);
     else if (EqualsNoCase(keys[i], "from")) range.from = ParseDateTime(values[i]);
@@ -193,7 +171,7 @@ int CCycleFormat::AnalyseCycleMap(std::string_view text, CCycleMap& map) {
   map.number = ReadNumber(name);
   for (size_t i = 0; i < keys.size(); ++i) {
     if (EqualsNoCase(keys[i], "status")) {
-      if (int status = IndexOfName(kStatusNames, values[i]); status >= 0) map.status = status;
+      kStatusNames.Read(values[i], map.status);
     } else if (EqualsNoCase(keys[i], "from")) {
       map.from = ParseDateTime(values[i]);
     } else if (EqualsNoCase(keys[i], "to")) {
