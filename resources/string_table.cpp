@@ -4,6 +4,7 @@
 #include <array>
 #include <iterator>
 
+#include "zds/resources/contacts_strings.h"
 #include "zds/resources/events_strings.h"
 #include "zds/resources/framework_strings.h"
 #include "zds/resources/recurrence_strings.h"
@@ -24,7 +25,7 @@ constexpr auto JoinSorted(const ResourceString (&... parts)[N]) {
 }
 
 constexpr auto kTable = JoinSorted(res::kFrameworkStrings, res::kStoreStrings, res::kEventsStrings,
-                                   res::kRecurrenceStrings);
+                                   res::kRecurrenceStrings, res::kContactsStrings);
 
 constexpr bool IdsAreUnique() {
   for (size_t i = 1; i < kTable.size(); ++i) {

@@ -1,5 +1,6 @@
 #include "zds/store/classes.h"
 
+#include "zds/contacts/classes.h"
 #include "zds/events/classes.h"
 #include "zds/framework/classes.h"
 #include "zds/store/aidl_doc.h"
@@ -12,6 +13,7 @@ void RegisterAllClasses(CRTTIRegistry& registry) {
   RegisterFrameworkClasses(registry);
   RegisterStoreClasses(registry);
   RegisterEventClasses(registry);
+  RegisterContactClasses(registry);
 }
 
 }  // namespace zds

@@ -51,6 +51,10 @@ const TemplateCase kTemplates[] = {
                           R"(<folder id="0000" alias="Event" attribute="root">)", "</folder>", "</AEvent>"})},
     {"CMonitorDoc", Lines({R"(<?xml version="1.0" encoding="ascii"?>)", R"(<Monitor ver="1.0">)",
                            R"(<folder id="0000" alias="Monitor" attribute="root">)", "</folder>", "</Monitor>"})},
+    {"CAdrBookDoc", Lines({R"(<?xml version="1.0" encoding="ascii"?>)", R"(<adrbook ver="2.0">)",
+                           R"(<folder id="0000" alias="Addresses" attribute="root">)", "</folder>", "</adrbook>"})},
+    {"CPIDLDoc", Lines({R"(<?xml version="1.0" encoding="ascii"?>)", R"(<pidl ver="1.1">)",
+                        R"(<folder id="0000" alias="Address Book" attribute="root">)", "</folder>", "</pidl>"})},
     {"CAutoRunDoc", Lines({R"(<?xml version="1.0" encoding="ascii"?>)", R"(<autorun ver="1.0">)",
                            R"(<folder id="0000" alias="autorun" attribute="root">)", "</folder>", "</autorun>"})},
 };

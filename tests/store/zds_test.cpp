@@ -40,8 +40,8 @@ TEST(StartupTest, AFreshRootGetsEveryDocumentInOrder) {
   EXPECT_TRUE(std::regex_match(log[0], std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d\d  Monitor Init OK)"))) << log[0];
   EXPECT_TRUE(log[1].ends_with("  AIDL Init OK")) << log[1];
   EXPECT_EQ(facade.GetAIDLDoc()->GetClassRegistry(), &facade.GetClassRegistry());
-  EXPECT_EQ(temp.Files(), (std::vector<std::string>{"root/Monitor.xml", "root/XEvent.xml", "root/aidl.xml",
-                                                    "root/autorun.xml"}));
+  EXPECT_EQ(temp.Files(), (std::vector<std::string>{"root/Monitor.xml", "root/XEvent.xml", "root/addressbook/index.xml",
+                                                    "root/aidl.xml", "root/autorun.xml"}));
   ASSERT_TRUE(facade.InitZDS()) << "start-up may run again";
   EXPECT_EQ(Aliases(*facade.GetMonitorDoc()->GetRoot()).size(), 2u) << "the monitor starts afresh";
 }
