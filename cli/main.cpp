@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/contact_commands.h"
 #include "cli/cycle_command.h"
 #include "cli/events_commands.h"
 #include "cli/store_commands.h"
@@ -22,6 +23,10 @@ constexpr const char kUsage[] =
     "  monitor      print the monitor's lines of the last start\n"
     "  autorun      list the auto-run groups and their items\n"
     "  cycle ...    what a stored recurrence rule means (see docs/cli.md)\n"
+    "  book add NAME | book ls                   the address book's books\n"
+    "  contact add [--book NAME] --name TEXT [--email ADDR]... [--phone NUMBER]...\n"
+    "  contact ls [BOOK] | show POSITION | rm POSITION | find EMAIL\n"
+    "  contact export [BOOK] | import FILE [--book NAME]   vCard 4.0 out, 3.0/4.0 in\n"
     "DIR defaults to ./zds-data; PATH is a virtual path such as 'kov:\\Velmora\\E-Mail'.\n"
     "Lists are tab-separated. Exit status: 0 done, 1 not found or refused, 2 bad usage.\n";
 
@@ -50,6 +55,8 @@ int Run(std::vector<std::string> args) {
   if (command == "events") return zds::cli::RunEventsCommand(root, std::cout, std::cerr);
   if (command == "monitor") return zds::cli::RunMonitorCommand(root, std::cout, std::cerr);
   if (command == "autorun") return zds::cli::RunAutoRunCommand(root, std::cout, std::cerr);
+  if (command == "book") return zds::cli::RunBookCommand(root, {args.begin() + 1, args.end()}, std::cout, std::cerr);
+  if (command == "contact") return zds::cli::RunContactCommand(root, {args.begin() + 1, args.end()}, std::cout, std::cerr);
   if (command == "ls" || command == "show") {
     if (args.size() != 2) return Usage(command + " takes one PATH");
     return command == "ls" ? zds::cli::RunListCommand(root, args[1], std::cout, std::cerr)
