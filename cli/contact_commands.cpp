@@ -113,20 +113,6 @@ class Store {
   CAdrBookDoc* book_ = nullptr;
 };
 
-template <typename Visit>
-void ForEachContact(const CPIDLDoc& doc, const Visit& visit) {
-  std::vector<const CVFDLNode*> pending{doc.GetRoot()};
-  while (!pending.empty()) {
-    const CVFDLNode* node = pending.back();
-    pending.pop_back();
-    if (const auto* contact = dynamic_cast<const CPIDLRec*>(node)) visit(*contact);
-    if (!node->IsFolder()) continue;
-    for (auto* child = static_cast<const CVFDLFolder*>(node)->GetLastChild(); child; child = child->GetPrevSibling()) {
-      pending.push_back(child);
-    }
-  }
-}
-
 std::string JoinValues(const std::vector<CContactItem>& items) {
   std::string joined;
   for (const CContactItem& item : items) joined += (joined.empty() ? "" : ", ") + Field(item.value);
@@ -171,7 +157,7 @@ int BookList(Store& store, std::ostream& out) {
     std::string count = "-";
     if (const CPIDLDoc* doc = store.books().GetPIDLDoc(*folder)) {
       int contacts = 0;
-      ForEachContact(*doc, [&contacts](const CPIDLRec&) { ++contacts; });
+      doc->ForEachContact([&contacts](const CPIDLRec&) { ++contacts; });
       count = std::to_string(contacts);
     }
     out << Field(folder->GetAlias()) << '\t' << count << '\t'
@@ -211,7 +197,7 @@ int ContactList(Store& store, const Arguments& args, std::ostream& out, std::ost
     }
   }
   for (const CPIDLDoc* book : books) {
-    ForEachContact(*book, [&out](const CPIDLRec& contact) {
+    book->ForEachContact([&out](const CPIDLRec& contact) {
       out << contact.GetPos() << '\t' << Field(contact.GetAlias()) << '\t' << JoinValues(contact.GetExtendRec().emails)
           << '\t' << JoinValues(contact.GetExtendRec().phones) << '\n';
     });
@@ -219,10 +205,14 @@ int ContactList(Store& store, const Arguments& args, std::ostream& out, std::ost
   return 0;
 }
 
+// "name: value" lines, the typing of an entry after a tab; empty fields left out.
 void PrintContact(const CPIDLRec& contact, std::ostream& out) {
   const CPIDLExtendRec& fields = contact.GetExtendRec();
-  auto line = [&out](std::string_view name, std::string_view value) {
-    if (!value.empty()) out << name << ": " << Field(value) << '\n';
+  auto line = [&out](std::string_view name, std::string_view value, std::string_view typing = {}) {
+    if (value.empty()) return;
+    out << name << ": " << Field(value);
+    if (!typing.empty()) out << '\t' << typing;
+    out << '\n';
   };
   line("position", contact.GetPos());
   line("name", contact.GetAlias());
@@ -235,11 +225,11 @@ void PrintContact(const CPIDLRec& contact, std::ostream& out) {
                              {"note", &fields.note}}) {
     line(name, *value);
   }
-  for (const CContactItem& email : fields.emails) line("email", email.value + "\t" + Typing(email.typing));
-  for (const CContactItem& phone : fields.phones) line("phone", phone.value + "\t" + Typing(phone.typing));
+  for (const CContactItem& email : fields.emails) line("email", email.value, Typing(email.typing));
+  for (const CContactItem& phone : fields.phones) line("phone", phone.value, Typing(phone.typing));
   for (const CContactAddress& a : fields.addresses) {
     line("address", a.po_box + ";" + a.extended + ";" + a.street + ";" + a.locality + ";" + a.region + ";" +
-                        a.postal_code + ";" + a.country + "\t" + Typing(a.typing));
+                        a.postal_code + ";" + a.country, Typing(a.typing));
   }
   for (const std::string& extra : fields.extra_lines) line("vcard", extra);
 }

@@ -202,30 +202,24 @@ bool CAdrBookDoc::DelLinkFile(const CVFDLNode& node) {
 
 CPIDLRec* CAdrBookDoc::FindAdrByEmail(std::string_view email) {
   if (!all_open_) LoadAllPIDLDocs();
-  auto found = books_by_address_.find(FoldEmailKey(email));
-  if (found == books_by_address_.end()) return nullptr;
-  return found->second.front()->FindByEmailKey(found->first);
+  key_.assign(email);
+  for (char& c : key_) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');  // as FoldEmailKey
+  }
+  auto found = holders_.find(key_);
+  return found == holders_.end() ? nullptr : found->second.first.contact;
 }
 
 void CAdrBookDoc::GetContactsList(std::vector<CContactListEntry>& list) {
   list.clear();
-  for (CAdrBookFolder* book : GetBooks()) {
-    CPIDLDoc* doc = GetPIDLDoc(*book);
-    if (doc == nullptr) continue;
-    std::vector<const CVFDLNode*> pending{doc->GetRoot()};
-    while (!pending.empty()) {
-      const CVFDLNode* node = pending.back();
-      pending.pop_back();
-      if (const auto* contact = dynamic_cast<const CPIDLRec*>(node)) {
-        const std::vector<CContactItem>& emails = contact->GetExtendRec().emails;
-        if (emails.empty()) list.push_back({contact->GetPos(), contact->GetAlias(), std::string()});
-        for (const CContactItem& email : emails) list.push_back({contact->GetPos(), contact->GetAlias(), email.value});
-      } else if (node->IsFolder()) {
-        for (auto* child = static_cast<const CVFDLFolder*>(node)->GetLastChild(); child; child = child->GetPrevSibling()) {
-          pending.push_back(child);
-        }
-      }
-    }
+  for (CAdrBookFolder* folder : GetBooks()) {
+    const CPIDLDoc* book = GetPIDLDoc(*folder);
+    if (book == nullptr) continue;
+    book->ForEachContact([&list](const CPIDLRec& contact) {
+      const std::vector<CContactItem>& emails = contact.GetExtendRec().emails;
+      if (emails.empty()) list.push_back({contact.GetPos(), contact.GetAlias(), std::string()});
+      for (const CContactItem& email : emails) list.push_back({contact.GetPos(), contact.GetAlias(), email.value});
+    });
   }
 }
 
@@ -234,25 +228,34 @@ CPIDLDoc* CAdrBookDoc::Attach(CVFDLDoc* doc) {
   if (book == nullptr || book->GetAddressWatcher() == this) return book;
   book->SetAddressWatcher(this);
   attached_.push_back(book);
-  for (const std::string& key : book->GetEmailKeys()) OnAddressAdded(*book, key);
+  for (const std::string& key : book->GetEmailKeys()) OnFirstHolderChanged(*book, key, book->FindByEmailKey(key));
   CVFDLNode* holder = book->GetHolder();
   if (holder && holder->GetExtendType() == kAdrBookClosedType) holder->SetExtendType(kAdrBookOpenType);
   return book;
 }
 
-void CAdrBookDoc::OnAddressAdded(CPIDLDoc& book, const std::string& key) {
-  std::vector<CPIDLDoc*>& books = books_by_address_[key];
-  auto before = [&book](const CPIDLDoc* other) {
-    return book.GetHolder() && other->GetHolder() && PrecedesInDocument(*book.GetHolder(), *other->GetHolder());
-  };
-  books.insert(std::find_if(books.begin(), books.end(), before), &book);
-}
-
-void CAdrBookDoc::OnAddressRemoved(CPIDLDoc& book, const std::string& key) {
-  auto found = books_by_address_.find(key);
-  if (found == books_by_address_.end()) return;
-  std::erase(found->second, &book);
-  if (found->second.empty()) books_by_address_.erase(found);
+void CAdrBookDoc::OnFirstHolderChanged(CPIDLDoc& book, const std::string& key, CPIDLRec* first) {
+  auto found = holders_.find(key);
+  std::vector<BookHolder> books;
+  if (found != holders_.end()) {
+    books.push_back(found->second.first);
+    books.insert(books.end(), found->second.others.begin(), found->second.others.end());
+  }
+  std::erase_if(books, [&book](const BookHolder& holder) { return holder.book == &book; });
+  if (first != nullptr) {
+    auto before = [&book](const BookHolder& other) {
+      return book.GetHolder() && other.book->GetHolder() &&
+             PrecedesInDocument(*book.GetHolder(), *other.book->GetHolder());
+    };
+    books.insert(std::find_if(books.begin(), books.end(), before), {&book, first});
+  }
+  if (books.empty()) {
+    if (found != holders_.end()) holders_.erase(found);
+    return;
+  }
+  AddressHolders& entry = found != holders_.end() ? found->second : holders_[key];
+  entry.first = books.front();
+  entry.others.assign(books.begin() + 1, books.end());
 }
 
 void CAdrBookDoc::OnPIDLDocClosing(CPIDLDoc& book) {

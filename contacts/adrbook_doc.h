@@ -109,16 +109,26 @@ class CAdrBookDoc : public CVFDLFamily<CAdrBookDoc, CCASDVFDLDoc, CVFDLRec, CAdr
   bool WriteXmlTo(const platform::DataRoot& root, std::string_view path) const override;
 
  private:
-  void OnAddressAdded(CPIDLDoc& book, const std::string& key) override;
-  void OnAddressRemoved(CPIDLDoc& book, const std::string& key) override;
+  void OnFirstHolderChanged(CPIDLDoc& book, const std::string& key, CPIDLRec* first) override;
   void OnPIDLDocClosing(CPIDLDoc& book) override;
 
   CPIDLDoc* Attach(CVFDLDoc* doc);
   bool MoveBookToItsDirectory(const CAdrBookFolder& book);
   std::string NewBookDirectory(std::string_view name) const;
 
-  // Address -> the open books holding it, in book order.
-  std::unordered_map<std::string, std::vector<CPIDLDoc*>> books_by_address_;
+  // The open books holding an address, each with its first contact that
+  // does, in book order. The first is kept in place: nearly every address
+  // is in one book, and a look-up then reads nothing else.
+  struct BookHolder {
+    CPIDLDoc* book = nullptr;
+    CPIDLRec* contact = nullptr;
+  };
+  struct AddressHolders {
+    BookHolder first;
+    std::vector<BookHolder> others;
+  };
+  std::unordered_map<std::string, AddressHolders> holders_;
+  std::string key_;  // the folded address of a look-up, kept to spare an allocation each time
   std::vector<CPIDLDoc*> attached_;
   bool all_open_ = false;  // every book was tried since the list last changed
 };

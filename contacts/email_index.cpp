@@ -47,30 +47,29 @@ bool PrecedesInDocument(const CVFDLNode& a, const CVFDLNode& b) {
   return SiblingPrecedes(**from_a, **from_b);
 }
 
-void CEmailIndex::Add(CVFDLNode& node, std::vector<std::string> keys, std::vector<std::string>& gained) {
+void CEmailIndex::Add(CVFDLNode& node, std::vector<std::string> keys, std::vector<std::string>& moved) {
   std::sort(keys.begin(), keys.end());
   keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
   if (keys.empty()) return;
   for (const std::string& key : keys) {
     std::vector<CVFDLNode*>& holders = holders_[key];
-    if (holders.empty()) gained.push_back(key);
     // A new contact usually goes last: the walk back then stops at once.
     auto at = holders.end();
     while (at != holders.begin() && PrecedesInDocument(node, **(at - 1))) --at;
+    if (at == holders.begin()) moved.push_back(key);
     holders.insert(at, &node);
   }
   keys_of_[&node] = std::move(keys);
 }
 
-void CEmailIndex::Remove(const CVFDLNode& node, std::vector<std::string>& lost) {
+void CEmailIndex::Remove(const CVFDLNode& node, std::vector<std::string>& moved) {
   auto found = keys_of_.find(&node);
   if (found == keys_of_.end()) return;
   for (const std::string& key : found->second) {
     auto holders = holders_.find(key);
+    if (holders->second.front() == &node) moved.push_back(key);
     std::erase(holders->second, &node);
-    if (!holders->second.empty()) continue;
-    lost.push_back(key);
-    holders_.erase(holders);
+    if (holders->second.empty()) holders_.erase(holders);
   }
   keys_of_.erase(found);
 }

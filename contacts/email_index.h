@@ -27,11 +27,11 @@ bool PrecedesInDocument(const CVFDLNode& a, const CVFDLNode& b);
 
 class CEmailIndex {
  public:
-  // Files `node` under each of `keys` (folded, any order, repeats allowed);
-  // `gained` receives the keys that had no holder before.
-  void Add(CVFDLNode& node, std::vector<std::string> keys, std::vector<std::string>& gained);
-  // Takes `node` out; `lost` receives the keys it was the last holder of.
-  void Remove(const CVFDLNode& node, std::vector<std::string>& lost);
+  // Files `node` under each of `keys` (folded, any order, repeats allowed).
+  // `moved` receives the keys whose first holder is now `node`.
+  void Add(CVFDLNode& node, std::vector<std::string> keys, std::vector<std::string>& moved);
+  // Takes `node` out. `moved` receives the keys whose first holder it was.
+  void Remove(const CVFDLNode& node, std::vector<std::string>& moved);
   // The first holder of a folded key in document order, or null.
   CVFDLNode* First(const std::string& key) const;
   // Every key with a holder, each once.

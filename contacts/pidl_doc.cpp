@@ -87,10 +87,8 @@ std::vector<std::string> EmailKeysOf(const CPIDLExtendRec& contact) {
 
 }  // namespace
 
-std::string NewContactUID() {
-  std::random_device entropy;
-  auto next = [&entropy] { return (static_cast<uint64_t>(entropy()) << 32) | entropy(); };
-  uint64_t high = next(), low = next();
+std::string NewContactUID(std::mt19937_64& random) {
+  uint64_t high = random(), low = random();
   high = (high & ~0xf000ull) | 0x4000ull;                       // version 4
   low = (low & ~(0xc000ull << 48)) | (0x8000ull << 48);         // RFC 4122 variant
   const char* digits = "0123456789abcdef";
@@ -105,7 +103,7 @@ std::string NewContactUID() {
 
 CPIDLDoc::~CPIDLDoc() {
   if (watcher_ == nullptr) return;
-  for (const std::string& key : index_.Keys()) watcher_->OnAddressRemoved(*this, key);
+  for (const std::string& key : index_.Keys()) watcher_->OnFirstHolderChanged(*this, key, nullptr);
   watcher_->OnPIDLDocClosing(*this);
 }
 
@@ -121,8 +119,18 @@ std::string CPIDLDoc::AddRec(std::string_view parent_pos, const CVFDLRec& rec, b
   CPIDLRec contact;
   if (!FitsLike(rec, contact)) return CVFDLFamily::AddRec(parent_pos, rec, flag);  // which refuses it
   contact.AssignValue(rec);
-  if (contact.GetExtendRec().uid.empty()) contact.GetExtendRec().uid = NewContactUID();
+  if (contact.GetExtendRec().uid.empty()) contact.GetExtendRec().uid = NextUID();
   return CVFDLFamily::AddRec(parent_pos, contact, flag);
+}
+
+// std::random_device is slow to open: it seeds one generator per book.
+std::string CPIDLDoc::NextUID() {
+  if (!uid_random_) {
+    std::random_device entropy;
+    std::seed_seq seed{entropy(), entropy(), entropy(), entropy()};
+    uid_random_ = std::make_unique<std::mt19937_64>(seed);
+  }
+  return NewContactUID(*uid_random_);
 }
 
 // Every node entering the tree, or changed in it, passes here.
@@ -132,30 +140,21 @@ void CPIDLDoc::InitNodeExtendType(CVFDLNode& node) {
 }
 
 void CPIDLDoc::OnNodeRemoving(CVFDLNode& node) {
-  std::vector<std::string> lost;
-  index_.Remove(node, lost);
-  Tell({}, lost);
+  std::vector<std::string> moved;
+  index_.Remove(node, moved);
+  Tell(std::move(moved));
 }
 
 void CPIDLDoc::IndexContact(CVFDLNode& node) {
-  std::vector<std::string> gained, lost;
-  index_.Remove(node, lost);
-  index_.Add(node, EmailKeysOf(static_cast<CPIDLRec&>(node).GetExtendRec()), gained);
-  // An address the contact keeps is neither gained nor lost.
-  std::vector<std::string> kept;
-  std::sort(gained.begin(), gained.end());
-  std::sort(lost.begin(), lost.end());
-  std::set_intersection(gained.begin(), gained.end(), lost.begin(), lost.end(), std::back_inserter(kept));
-  for (const std::string& key : kept) {
-    std::erase(gained, key);
-    std::erase(lost, key);
-  }
-  Tell(gained, lost);
+  std::vector<std::string> moved;
+  index_.Remove(node, moved);
+  index_.Add(node, EmailKeysOf(static_cast<CPIDLRec&>(node).GetExtendRec()), moved);
+  Tell(std::move(moved));
 }
 
 // Walks the tree in document order, so each address's holders go in in order.
 void CPIDLDoc::RebuildIndex() {
-  std::vector<std::string> lost = index_.Keys(), gained;
+  std::vector<std::string> moved = index_.Keys();
   index_.Clear();
   std::vector<CVFDLNode*> pending;
   if (GetRoot()) pending.push_back(GetRoot());
@@ -163,20 +162,22 @@ void CPIDLDoc::RebuildIndex() {
     CVFDLNode* node = pending.back();
     pending.pop_back();
     if (node->GetNodeType() == kNodeRec) {
-      index_.Add(*node, EmailKeysOf(static_cast<CPIDLRec*>(node)->GetExtendRec()), gained);
+      index_.Add(*node, EmailKeysOf(static_cast<CPIDLRec*>(node)->GetExtendRec()), moved);
     }
     if (!node->IsFolder()) continue;
     for (CVFDLNode* child = static_cast<CVFDLFolder*>(node)->GetLastChild(); child; child = child->GetPrevSibling()) {
       pending.push_back(child);
     }
   }
-  Tell(gained, lost);
+  Tell(std::move(moved));
 }
 
-void CPIDLDoc::Tell(const std::vector<std::string>& gained, const std::vector<std::string>& lost) {
-  if (watcher_ == nullptr) return;
-  for (const std::string& key : lost) watcher_->OnAddressRemoved(*this, key);
-  for (const std::string& key : gained) watcher_->OnAddressAdded(*this, key);
+// Each key once, with its first holder now (null for none).
+void CPIDLDoc::Tell(std::vector<std::string> moved) {
+  if (watcher_ == nullptr || moved.empty()) return;
+  std::sort(moved.begin(), moved.end());
+  moved.erase(std::unique(moved.begin(), moved.end()), moved.end());
+  for (const std::string& key : moved) watcher_->OnFirstHolderChanged(*this, key, FindByEmailKey(key));
 }
 
 bool CPIDLDoc::WriteXmlTo(const platform::DataRoot& root, std::string_view path) const {

@@ -11,6 +11,8 @@
 #ifndef ZDS_CONTACTS_PIDL_DOC_H_
 #define ZDS_CONTACTS_PIDL_DOC_H_
 
+#include <memory>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -75,12 +77,11 @@ class CPIDLRec : public CVFDLTypedRec<CPIDLRec, CPIDLExtendRec> {};
 
 class CPIDLDoc;
 
-// Told when an address gains its first holder in a book or loses its last,
-// and when the book goes away.
+// Told when the first contact of a book that holds an address changes
+// (null: none holds it any more), and when the book goes away.
 class CPIDLAddressWatcher {
  public:
-  virtual void OnAddressAdded(CPIDLDoc& book, const std::string& key) = 0;
-  virtual void OnAddressRemoved(CPIDLDoc& book, const std::string& key) = 0;
+  virtual void OnFirstHolderChanged(CPIDLDoc& book, const std::string& key, CPIDLRec* first) = 0;
   virtual void OnPIDLDocClosing(CPIDLDoc& book) = 0;
 
  protected:
@@ -110,6 +111,22 @@ class CPIDLDoc : public CVFDLFamily<CPIDLDoc, CVFDLDoc, CPIDLRec> {
 
   void InitNodeExtendType(CVFDLNode& node) override;
 
+  // Calls `visit` for each contact, in document order.
+  template <typename Visit>
+  void ForEachContact(const Visit& visit) const {
+    std::vector<const CVFDLNode*> pending;
+    if (GetRoot()) pending.push_back(GetRoot());
+    while (!pending.empty()) {
+      const CVFDLNode* node = pending.back();
+      pending.pop_back();
+      if (node->GetNodeType() == kNodeRec) visit(static_cast<const CPIDLRec&>(*node));
+      if (!node->IsFolder()) continue;
+      for (auto* child = static_cast<const CVFDLFolder*>(node)->GetLastChild(); child; child = child->GetPrevSibling()) {
+        pending.push_back(child);
+      }
+    }
+  }
+
  protected:
   std::string_view GetRecTag() const override { return "contact"; }
   bool InitExtendRecItem(CXMLElementReader& item, CPIDLExtendRec& contact) override;
@@ -120,17 +137,20 @@ class CPIDLDoc : public CVFDLFamily<CPIDLDoc, CVFDLDoc, CPIDLRec> {
   bool WriteXmlTo(const platform::DataRoot& root, std::string_view path) const override;
 
  private:
+  std::string NextUID();
   void IndexContact(CVFDLNode& node);
   void RebuildIndex();
-  void Tell(const std::vector<std::string>& gained, const std::vector<std::string>& lost);
+  void Tell(std::vector<std::string> moved);
 
   CEmailIndex index_;
+  std::unique_ptr<std::mt19937_64> uid_random_;  // seeded from std::random_device on first need
   CPIDLAddressWatcher* watcher_ = nullptr;
   bool rebuilding_ = false;  // a new text is being read; the index follows once it is in
 };
 
-// A new unique id for a contact: "urn:uuid:" and a random (version 4) UUID.
-std::string NewContactUID();
+// A new unique id for a contact: "urn:uuid:" and a random (version 4) UUID
+// drawn from `random`.
+std::string NewContactUID(std::mt19937_64& random);
 
 }  // namespace zds
 

@@ -299,21 +299,73 @@ CContactTyping ReadTyping(const Property& property, std::string_view dropped_wor
   return typing;
 }
 
-// Whether a value's bytes can be taken as the text they stand for: not in
-// an encoding (base64, quoted-printable, ...) or a character set other
-// than UTF-8, which such a property is kept as it stands instead.
-bool IsPlainText(const Property& property) {
-  if (property.Find("ENCODING")) return false;
+// Whether the bytes are UTF-8: no stray continuation byte, no sequence
+// cut short, none longer than needed or beyond U+10FFFF, no surrogate.
+bool IsUtf8(std::string_view text) {
+  for (size_t i = 0; i < text.size();) {
+    auto byte = [&text](size_t at) { return static_cast<unsigned char>(text[at]); };
+    unsigned char lead = byte(i);
+    size_t length = lead < 0x80 ? 1 : lead >= 0xc2 && lead < 0xe0 ? 2 : lead >= 0xe0 && lead < 0xf0 ? 3
+                  : lead >= 0xf0 && lead < 0xf5 ? 4 : 0;
+    if (length == 0 || i + length > text.size()) return false;
+    for (size_t k = 1; k < length; ++k) {
+      if ((byte(i + k) & 0xc0) != 0x80) return false;
+    }
+    if ((lead == 0xe0 && byte(i + 1) < 0xa0) || (lead == 0xed && byte(i + 1) >= 0xa0) ||
+        (lead == 0xf0 && byte(i + 1) < 0x90) || (lead == 0xf4 && byte(i + 1) >= 0x90)) {
+      return false;
+    }
+    i += length;
+  }
+  return true;
+}
+
+// What base64 readers take: the alphabet in groups of four, "=" padding,
+// blanks anywhere.
+bool IsBase64(std::string_view text) {
+  size_t count = 0;
+  for (char c : text) {
+    bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '+' || c == '/';
+    if (letter || c == '=') ++count;
+    else if (c != ' ' && c != '\t') return false;
+  }
+  return count % 4 == 0;
+}
+
+enum class Encoding { kText, kBase64, kOther };
+
+// The encoding a property declares, as ENCODING=... or a bare 2.1-style word.
+Encoding EncodingOf(const Property& property) {
+  for (const Param& param : property.params) {
+    if (param.values.size() != 1 || (!param.name.empty() && param.name != "ENCODING")) continue;
+    std::string word = UpperCase(param.values[0]);
+    if (word == "B" || word == "BASE64") return Encoding::kBase64;
+    if (!param.name.empty() || word == "QUOTED-PRINTABLE") return Encoding::kOther;
+  }
+  return Encoding::kText;
+}
+
+// A card is refused for a property it cannot give back as readers expect:
+// bytes that are no UTF-8, a character set other than UTF-8, an encoding
+// other than base64 (quoted-printable included), base64 that is none.
+bool IsAcceptable(const Property& property) {
+  if (!IsUtf8(property.line)) return false;
   const Param* charset = property.Find("CHARSET");
-  return charset == nullptr || (charset->values.size() == 1 && UpperCase(charset->values[0]) == "UTF-8");
+  if (charset && (charset->values.size() != 1 || UpperCase(charset->values[0]) != "UTF-8")) return false;
+  Encoding encoding = EncodingOf(property);
+  return encoding == Encoding::kText || (encoding == Encoding::kBase64 && IsBase64(property.value));
 }
 
 // Puts one card's properties into a contact.
 class CardBuilder {
  public:
-  void Add(const Property& property) {
-    if (property.name == "VERSION") return;
-    if (!IsPlainText(property) || !Take(property)) fields_.extra_lines.emplace_back(property.line);
+  // False when the card is to be refused for this property.
+  bool Add(const Property& property) {
+    if (!IsAcceptable(property)) return false;
+    if (property.name == "VERSION") return true;
+    // Binary data is kept as it came, whatever the property.
+    if (EncodingOf(property) != Encoding::kText || !Take(property)) fields_.extra_lines.emplace_back(property.line);
+    return true;
   }
 
   CPIDLRec Finish() {
@@ -412,22 +464,6 @@ bool IsMarker(const Property& property, std::string_view name) {
   return property.name == name && property.group.empty() && UpperCase(value) == "VCARD";
 }
 
-// Calls `visit` for each contact of a document, in document order.
-template <typename Visit>
-void ForEachContact(const CPIDLDoc& book, const Visit& visit) {
-  std::vector<const CVFDLNode*> pending;
-  if (book.GetRoot()) pending.push_back(book.GetRoot());
-  while (!pending.empty()) {
-    const CVFDLNode* node = pending.back();
-    pending.pop_back();
-    if (node->GetNodeType() == kNodeRec) visit(static_cast<const CPIDLRec&>(*node));
-    if (!node->IsFolder()) continue;
-    for (auto* child = static_cast<const CVFDLFolder*>(node)->GetLastChild(); child; child = child->GetPrevSibling()) {
-      pending.push_back(child);
-    }
-  }
-}
-
 }  // namespace
 
 std::string FormatVCard(const CPIDLRec& contact) {
@@ -464,7 +500,7 @@ std::string FormatVCard(const CPIDLRec& contact) {
 
 std::string ExportVCards(const CPIDLDoc& book) {
   std::string out;
-  ForEachContact(book, [&out](const CPIDLRec& contact) { out += FormatVCard(contact); });
+  book.ForEachContact([&out](const CPIDLRec& contact) { out += FormatVCard(contact); });
   return out;
 }
 
@@ -495,9 +531,7 @@ VCardReadResult ReadVCards(std::string_view text) {
       if (damaged) ++result.refused;
       else result.contacts.push_back(card->Finish());
       card.reset();
-    } else if (parsed) {
-      card->Add(property);
-    } else {
+    } else if (!parsed || !card->Add(property)) {
       damaged = true;
     }
   }
@@ -505,39 +539,45 @@ VCardReadResult ReadVCards(std::string_view text) {
   return result;
 }
 
-VCardImportResult ImportVCards(CPIDLDoc& book, std::string_view text) {
-  VCardImportResult result;
-  if (book.GetRoot() == nullptr) return result;
-  VCardReadResult cards = ReadVCards(text);
-  result.refused = cards.refused;
+namespace {
+
+// Adds the contacts to the book's root folder, or replaces the contact
+// with the same uid; how many were stored.
+int StoreContacts(CPIDLDoc& book, const std::vector<CPIDLRec>& contacts) {
   std::unordered_map<std::string, std::string> by_uid;  // uid -> position
-  ForEachContact(book, [&by_uid](const CPIDLRec& contact) {
+  book.ForEachContact([&by_uid](const CPIDLRec& contact) {
     if (!contact.GetExtendRec().uid.empty()) by_uid.emplace(contact.GetExtendRec().uid, contact.GetPos());
   });
-  // One save for the whole import, and the book as it was if that fails.
+  const std::string root = book.GetRoot()->GetPos();
+  int stored = 0;
+  for (const CPIDLRec& contact : contacts) {
+    const std::string& uid = contact.GetExtendRec().uid;
+    if (auto known = uid.empty() ? by_uid.end() : by_uid.find(uid); known != by_uid.end()) {
+      stored += book.UpdateRec(known->second, contact, false) ? 1 : 0;
+    } else if (std::string pos = book.AddRec(root, contact, false); !pos.empty()) {
+      by_uid.emplace(book.GetRec(pos)->GetExtendRec().uid, pos);  // a uid given by AddRec
+      ++stored;
+    }
+  }
+  return stored;
+}
+
+}  // namespace
+
+// One save for the whole import, and the book as it was if that fails.
+VCardImportResult ImportVCards(CPIDLDoc& book, std::string_view text) {
+  if (book.GetRoot() == nullptr) return {};
+  VCardReadResult cards = ReadVCards(text);
   const bool auto_save = book.GetAutoSaveFlag();
   const std::string before = auto_save ? book.GetXml() : std::string();
   book.SetAutoSaveFlag(false);
-  const std::string root = book.GetRoot()->GetPos();
-  for (const CPIDLRec& contact : cards.contacts) {
-    const std::string& uid = contact.GetExtendRec().uid;
-    auto known = uid.empty() ? by_uid.end() : by_uid.find(uid);
-    bool stored = false;
-    if (known != by_uid.end()) {
-      stored = book.UpdateRec(known->second, contact, false);
-    } else if (std::string pos = book.AddRec(root, contact, false); !pos.empty()) {
-      by_uid.emplace(book.GetRec(pos)->GetExtendRec().uid, pos);
-      stored = true;
-    }
-    ++(stored ? result.read : result.refused);
-  }
+  int stored = StoreContacts(book, cards.contacts);
   book.SetAutoSaveFlag(auto_save);
-  if (auto_save && result.read > 0 && !book.SaveXMLDoc()) {
+  if (auto_save && stored > 0 && !book.SaveXMLDoc()) {
     static_cast<void>(book.SetXml(before));  // the text it was built from parses again
-    result.refused += result.read;
-    result.read = 0;
+    stored = 0;
   }
-  return result;
+  return {stored, cards.refused + static_cast<int>(cards.contacts.size()) - stored};
 }
 
 }  // namespace zds

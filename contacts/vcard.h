@@ -7,8 +7,9 @@
 // quoted values, bare 2.1-style type words), and keeps every property the
 // contact record has no field for as its content line, so that an export
 // gives it back. A card that cannot be read whole (no END, a line without
-// ":") is refused, and reading goes on with the next card. docs/contacts.md
-// lists how each property maps to the record.
+// ":") or given back as readers expect (bytes that are no UTF-8, an
+// encoding other than base64) is refused, and reading goes on with the
+// next card. docs/contacts.md lists how each property maps to the record.
 
 #ifndef ZDS_CONTACTS_VCARD_H_
 #define ZDS_CONTACTS_VCARD_H_

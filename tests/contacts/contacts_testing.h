@@ -44,23 +44,9 @@ class Shelf {
   std::unique_ptr<CAdrBookDoc> doc_;
 };
 
-template <typename Visit>
-void ForEachContact(const CPIDLDoc& book, const Visit& visit) {
-  std::vector<const CVFDLNode*> pending{book.GetRoot()};
-  while (!pending.empty()) {
-    const CVFDLNode* node = pending.back();
-    pending.pop_back();
-    if (node->GetNodeType() == kNodeRec) visit(static_cast<const CPIDLRec&>(*node));
-    if (!node->IsFolder()) continue;
-    for (auto* child = static_cast<const CVFDLFolder*>(node)->GetLastChild(); child; child = child->GetPrevSibling()) {
-      pending.push_back(child);
-    }
-  }
-}
-
 inline std::vector<CPIDLRec> ContactsOf(const CPIDLDoc& book) {
   std::vector<CPIDLRec> contacts;
-  ForEachContact(book, [&contacts](const CPIDLRec& contact) { contacts.push_back(contact); });
+  book.ForEachContact([&contacts](const CPIDLRec& contact) { contacts.push_back(contact); });
   return contacts;
 }
 
@@ -74,7 +60,7 @@ inline const CPIDLRec* ScanByEmail(CAdrBookDoc& shelf, const std::string& email)
   const CPIDLRec* found = nullptr;
   for (int i = 0; i < shelf.GetPIDLDocNum() && !found; ++i) {
     if (const CPIDLDoc* book = shelf.GetPIDLDoc(i)) {
-      ForEachContact(*book, [&](const CPIDLRec& contact) {
+      book->ForEachContact([&](const CPIDLRec& contact) {
         for (const CContactItem& address : contact.GetExtendRec().emails) {
           if (!found && !address.value.empty() && fold(address.value) == fold(email)) found = &contact;
         }

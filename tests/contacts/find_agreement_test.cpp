@@ -51,7 +51,7 @@ TEST(FindAgreementTest, TheIndexAnswersAsTheWalkThroughRandomEdits) {
     CPIDLDoc* book = doc.GetPIDLDoc(static_cast<int>(random() % 3));
     ASSERT_NE(book, nullptr);
     std::vector<std::string> contacts;
-    contacts_testing::ForEachContact(*book, [&contacts](const CPIDLRec& contact) { contacts.push_back(contact.GetPos()); });
+    book->ForEachContact([&contacts](const CPIDLRec& contact) { contacts.push_back(contact.GetPos()); });
     const CVFDLFolder& root = *book->GetRoot();
     switch (random() % 10) {
       case 0: case 1: case 2: {  // add, at the end or into a subfolder
