@@ -74,8 +74,8 @@ inline const CPIDLRec* ScanByEmail(CAdrBookDoc& shelf, const std::string& email)
 inline const char* const kHardTexts[] = {
     "Doe, Jane", "a;b;c", "back\\slash\\", "two\nlines", "\xc3\x9cml\xc3\xa4ut M\xc3\xbcller",
     "\xe6\x97\xa5\xe6\x9c\xac\xe8\xaa\x9e", "emoji \xf0\x9f\x98\x80", "\\n is not a break", " padded ", "",
-    "long \xc3\xa9\xc3\xa9\xc3\xa9\xc3\xa9\xc3\xa9\xc3\xa9 text that runs well past the seventy-five octets of a line "
-    "\xe2\x82\xac\xe2\x82\xac\xe2\x82\xac\xe2\x82\xac\xe2\x82\xac and on"};
+    ("long \xc3\xa9\xc3\xa9\xc3\xa9\xc3\xa9\xc3\xa9\xc3\xa9 text that runs well past the seventy-five octets of a line "
+     "\xe2\x82\xac\xe2\x82\xac\xe2\x82\xac\xe2\x82\xac\xe2\x82\xac and on")};
 
 inline CPIDLRec RandomContact(std::mt19937& random, int n) {
   auto pick = [&random](auto& table) { return table[random() % std::size(table)]; };
