@@ -265,11 +265,11 @@ std::vector<std::string> SplitParts(std::string_view text, size_t count) {
   std::vector<std::string> parts;
   size_t start = 0;
   for (size_t i = 0; i <= text.size(); ++i) {
-    if (i < text.size() && text[i] == '\\') {
-      ++i;
-    } else if (i == text.size() || text[i] == ';') {
+    if (i == text.size() || text[i] == ';') {
       parts.push_back(UnescapeText(text.substr(start, i - start)));
       start = i + 1;
+    } else if (text[i] == '\\' && i + 1 < text.size()) {
+      ++i;  // the escaped character, whatever it is
     }
   }
   parts.resize(std::max(parts.size(), count));
@@ -340,6 +340,7 @@ Encoding EncodingOf(const Property& property) {
     if (param.values.size() != 1 || (!param.name.empty() && param.name != "ENCODING")) continue;
     std::string word = UpperCase(param.values[0]);
     if (word == "B" || word == "BASE64") return Encoding::kBase64;
+    if (word == "8BIT" || word == "7BIT") continue;  // the text as it is
     if (!param.name.empty() || word == "QUOTED-PRINTABLE") return Encoding::kOther;
   }
   return Encoding::kText;

@@ -90,6 +90,7 @@ const std::string kCorpus =
           "CATEGORIES:myContacts,Friends", "END:VCARD"}) +
     Card({"begin:vcard", "version:3.0", "fn:Dr. Hans M\xc3\xbcller", "n:M\xc3\xbcller;Hans;;Dr.;",
           "tel;work;voice:+49 30 1234567", "tel;home;fax:+49 30\t", "\t7654321", "email;internet:hans@example.de",
+          "adr;home;encoding=8bit:;;Dorfstr. 1;C:\\",
           "x-mozilla-html:FALSE", "end:vcard"},
          "\n");
 
@@ -122,6 +123,7 @@ TEST(VCardTest, CardsShapedLikeRealProgramsAreReadWhole) {
   EXPECT_EQ(hans.phones, (std::vector<CContactItem>{{"+49 30 1234567", {kContactPlaceWork, false, "voice", ""}},
                                                     {"+49 30\t7654321", {kContactPlaceHome, false, "fax", ""}}}));
   EXPECT_EQ(hans.emails.at(0).value, "hans@example.de");
+  EXPECT_EQ(hans.addresses.at(0).locality, "C:\\") << "a backslash at the end is kept";
   EXPECT_EQ(hans.extra_lines, std::vector<std::string>{"x-mozilla-html:FALSE"});
 
   std::string exported;
