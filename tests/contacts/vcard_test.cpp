@@ -58,8 +58,7 @@ TEST(VCardTest, ExportThenImportAndImportExportImportGiveTheSameContacts) {
   VCardImportResult imported = ImportVCards(second, exported);
   EXPECT_EQ(imported.read, 60);
   EXPECT_EQ(imported.refused, 0);
-  EXPECT_EQ(ExportVCards(second), exported);
-  EXPECT_TRUE(SameContacts(ReadVCards(ExportVCards(second)).contacts, read.contacts)) << "import, export, import";
+  EXPECT_EQ(ExportVCards(second), exported) << "import, export: the same cards, so the same contacts again";
   EXPECT_EQ(ImportVCards(second, exported).read, 60);
   EXPECT_EQ(ContactsOf(second).size(), 60u) << "a card whose UID the book has replaces that contact";
 
