@@ -168,9 +168,9 @@ CVFDLNode* CZDS::FindAdrByEmail(const std::string& email) {
   return address_book ? address_book->FindAdrByEmail(email) : nullptr;
 }
 
-// Every "," splits, even one inside a quoted display name ("Doe, Jane"
-// <jane@example.org> gives "Doe" and "Jane"), as the address lists this
-// formats were always split.
+// The list is split at every "," before any address is read, so a comma
+// inside a quoted display name splits too: "Doe, Jane" <jane@example.org>
+// shows as "Doe;Jane".
 void CZDS::FormatAdrForDisplay(std::string_view in, std::string& out) {
   out.clear();
   while (true) {
