@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cli/calendar_commands.h"
+#include "cli/contact_commands.h"
 #include "cli/cycle_command.h"
 #include "cli/events_commands.h"
 #include "cli/store_commands.h"
@@ -31,6 +32,10 @@ constexpr const char kUsage[] =
     "               file an entry and print its position; TIME 'YYYY-MM-DD HH:MM' or 'YYYY-MM-DD'\n"
     "  schedule rm POSITION, schedule show POSITION\n"
     "  agenda FROM [TO]  the occurrences on the days FROM to TO ('YYYY-MM-DD')\n"
+    "  book add NAME | book ls                   the address book's books\n"
+    "  contact add [--book NAME] --name TEXT [--email ADDR]... [--phone NUMBER]...\n"
+    "  contact ls [BOOK] | show POSITION | rm POSITION | find EMAIL\n"
+    "  contact export [BOOK] | import FILE [--book NAME]   vCard 4.0 out, 3.0/4.0 in\n"
     "DIR defaults to ./zds-data; PATH is a virtual path such as 'kov:\\Velmora\\E-Mail'.\n"
     "Lists are tab-separated. Exit status: 0 done, 1 not found or refused, 2 bad usage.\n";
 
@@ -63,6 +68,8 @@ int Run(std::vector<std::string> args) {
   if (command == "timers") return zds::cli::RunTimersCommand(root, {args.begin() + 1, args.end()}, std::cout, std::cerr);
   if (command == "schedule") return zds::cli::RunScheduleCommand(root, {args.begin() + 1, args.end()}, std::cout, std::cerr);
   if (command == "agenda") return zds::cli::RunAgendaCommand(root, {args.begin() + 1, args.end()}, std::cout, std::cerr);
+  if (command == "book") return zds::cli::RunBookCommand(root, {args.begin() + 1, args.end()}, std::cout, std::cerr);
+  if (command == "contact") return zds::cli::RunContactCommand(root, {args.begin() + 1, args.end()}, std::cout, std::cerr);
   if (command == "ls" || command == "show") {
     if (args.size() != 2) return Usage(command + " takes one PATH");
     return command == "ls" ? zds::cli::RunListCommand(root, args[1], std::cout, std::cerr)

@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include "zds/resources/calendar_strings.h"
+#include "zds/resources/contacts_strings.h"
 #include "zds/resources/events_strings.h"
 #include "zds/resources/framework_strings.h"
 #include "zds/resources/recurrence_strings.h"
@@ -26,7 +27,8 @@ constexpr auto JoinSorted(const ResourceString (&... parts)[N]) {
 }
 
 constexpr auto kTable = JoinSorted(res::kFrameworkStrings, res::kStoreStrings, res::kEventsStrings,
-                                   res::kRecurrenceStrings, res::kTimersStrings, res::kCalendarStrings);
+                                   res::kRecurrenceStrings, res::kTimersStrings, res::kCalendarStrings,
+                                   res::kContactsStrings);
 
 constexpr bool IdsAreUnique() {
   for (size_t i = 1; i < kTable.size(); ++i) {

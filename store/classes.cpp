@@ -1,6 +1,7 @@
 #include "zds/store/classes.h"
 
 #include "zds/calendar/classes.h"
+#include "zds/contacts/classes.h"
 #include "zds/events/classes.h"
 #include "zds/framework/classes.h"
 #include "zds/store/aidl_doc.h"
@@ -16,6 +17,7 @@ void RegisterAllClasses(CRTTIRegistry& registry) {
   RegisterEventClasses(registry);
   RegisterTimerClasses(registry);
   RegisterCalendarClasses(registry);
+  RegisterContactClasses(registry);
 }
 
 }  // namespace zds

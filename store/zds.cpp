@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "zds/contacts/mail_address.h"
 #include "zds/resources/recurrence_strings.h"
 #include "zds/store/classes.h"
 
@@ -173,6 +174,35 @@ void CZDS::Relay(const platform::WindowMessage& message) const {
 }
 
 void CZDS::UnRegisterWnd(platform::WindowHandle window) { std::erase(windows_, window); }
+
+CAdrBookDoc* CZDS::GetAdrBook() const {
+  return aidl_ ? dynamic_cast<CAdrBookDoc*>(aidl_->GetAdrBookDoc()) : nullptr;
+}
+
+CVFDLNode* CZDS::FindAdrByEmail(const std::string& email) {
+  CAdrBookDoc* address_book = GetAdrBook();
+  return address_book ? address_book->FindAdrByEmail(email) : nullptr;
+}
+
+// The list is split at every "," before any address is read, so a comma
+// inside a quoted display name splits too: "Doe, Jane" <jane@example.org>
+// shows as "Doe;Jane".
+void CZDS::FormatAdrForDisplay(std::string_view in, std::string& out) {
+  out.clear();
+  while (true) {
+    size_t comma = in.find(',');
+    MailAddress address = ParseMailAddress(in.substr(0, comma));
+    out += address.name.empty() ? address.address : address.name;
+    if (comma == std::string_view::npos) return;
+    out += ';';
+    in.remove_prefix(comma + 1);
+  }
+}
+
+void CZDS::GetContactsList() {
+  contacts_.clear();
+  if (CAdrBookDoc* address_book = GetAdrBook()) address_book->GetContactsList(contacts_);
+}
 
 std::string CZDS::GetWeekLabel(const CTime& time) { return GetWeekLabel(time.GetDayOfWeek()); }
 

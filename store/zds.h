@@ -21,6 +21,7 @@
 #include <string_view>
 #include <vector>
 
+#include "zds/contacts/adrbook_doc.h"
 #include "zds/events/autorun_doc.h"
 #include "zds/events/event_doc.h"
 #include "zds/events/monitor_doc.h"
@@ -102,6 +103,18 @@ class CZDS {
   void UnRegisterWnd(platform::WindowHandle window);
   platform::WindowHandle GetInfoWnd() const { return info_window_; }
 
+  // Contacts, from the address book the service index opens (its books
+  // are opened as needed). The first contact one of whose e-mail addresses
+  // is `email`, without regard to case, books in order; null when none.
+  CVFDLNode* FindAdrByEmail(const std::string& email);
+  // A comma-separated address list for display: each piece by its display
+  // name where it has one, else by its address, joined by ";".
+  static void FormatAdrForDisplay(std::string_view in, std::string& out);
+  // Refills the contact list: one entry per contact and e-mail address
+  // (one with no address for a contact without any).
+  void GetContactsList();
+  const std::vector<CContactListEntry>& GetContacts() const { return contacts_; }
+
   // The weekday's name: 1 Sunday to 7 Saturday; empty for any other day.
   static std::string GetWeekLabel(const CTime& time);
   static std::string GetWeekLabel(const int& day);
@@ -122,6 +135,8 @@ class CZDS {
   bool OpenStartupDoc(std::unique_ptr<Doc>& slot, std::string_view step, std::string_view path,
                       std::string_view base_path = "");
 
+  CAdrBookDoc* GetAdrBook() const;
+
   static CZDS* m_pthis;
 
   std::shared_ptr<const platform::DataRoot> root_;
@@ -135,6 +150,7 @@ class CZDS {
   platform::MessageQueue* queue_ = nullptr;
   platform::WindowHandle info_window_ = nullptr;
   std::vector<platform::WindowHandle> windows_;
+  std::vector<CContactListEntry> contacts_;
 
   // Destroyed in the reverse of this order.
   std::unique_ptr<CMonitorDoc> monitor_;

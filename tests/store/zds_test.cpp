@@ -41,9 +41,9 @@ TEST(StartupTest, AFreshRootGetsEveryDocumentInOrder) {
   EXPECT_TRUE(log[1].ends_with("  AIDL Init OK")) << log[1];
   EXPECT_EQ(facade.GetAIDLDoc()->GetClassRegistry(), &facade.GetClassRegistry());
   std::string month = "root/timer/" + CTime::GetCurrentTime().Format("%Y%m") + ".xml";
-  EXPECT_EQ(temp.Files(), (std::vector<std::string>{"root/Monitor.xml", "root/XEvent.xml", "root/aidl.xml",
-                                                    "root/autorun.xml", "root/calendar/index.xml", month,
-                                                    "root/timer/index.xml"}));
+  EXPECT_EQ(temp.Files(), (std::vector<std::string>{"root/Monitor.xml", "root/XEvent.xml", "root/addressbook/index.xml",
+                                                    "root/aidl.xml", "root/autorun.xml", "root/calendar/index.xml",
+                                                    month, "root/timer/index.xml"}));
   ASSERT_TRUE(facade.InitZDS()) << "start-up may run again";
   EXPECT_EQ(Aliases(*facade.GetMonitorDoc()->GetRoot()).size(), 2u) << "the monitor starts afresh";
 }

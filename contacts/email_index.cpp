@@ -1,0 +1,94 @@
+#include "zds/contacts/email_index.h"
+
+#include <algorithm>
+
+namespace zds {
+namespace {
+
+// Two children of one folder: walks on from both at once. Whichever walk
+// meets the other node, or runs off the end first, settles the order.
+bool SiblingPrecedes(const CVFDLNode& a, const CVFDLNode& b) {
+  for (const CVFDLNode *from_a = &a, *from_b = &b;;) {
+    from_a = from_a->GetNextSibling();
+    from_b = from_b->GetNextSibling();
+    if (from_a == &b || from_b == nullptr) return true;
+    if (from_b == &a || from_a == nullptr) return false;
+  }
+}
+
+// The node and its ancestors, the root last.
+std::vector<const CVFDLNode*> AncestorsOf(const CVFDLNode& node) {
+  std::vector<const CVFDLNode*> chain;
+  for (const CVFDLNode* up = &node; up; up = up->GetParent()) chain.push_back(up);
+  return chain;
+}
+
+}  // namespace
+
+std::string FoldEmailKey(std::string_view address) {
+  std::string key(address);
+  for (char& c : key) {
+    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+  }
+  return key;
+}
+
+bool PrecedesInDocument(const CVFDLNode& a, const CVFDLNode& b) {
+  if (&a == &b) return false;
+  if (a.GetParent() == b.GetParent()) return SiblingPrecedes(a, b);
+  std::vector<const CVFDLNode*> up_a = AncestorsOf(a), up_b = AncestorsOf(b);
+  auto from_a = up_a.rbegin(), from_b = up_b.rbegin();
+  while (from_a != up_a.rend() && from_b != up_b.rend() && *from_a == *from_b) {
+    ++from_a;
+    ++from_b;
+  }
+  if (from_a == up_a.rend()) return true;  // `a` holds `b`
+  if (from_b == up_b.rend()) return false;
+  return SiblingPrecedes(**from_a, **from_b);
+}
+
+void CEmailIndex::Add(CVFDLNode& node, std::vector<std::string> keys, std::vector<std::string>& moved) {
+  std::sort(keys.begin(), keys.end());
+  keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
+  if (keys.empty()) return;
+  for (const std::string& key : keys) {
+    std::vector<CVFDLNode*>& holders = holders_[key];
+    // A new contact usually goes last: the walk back then stops at once.
+    auto at = holders.end();
+    while (at != holders.begin() && PrecedesInDocument(node, **(at - 1))) --at;
+    if (at == holders.begin()) moved.push_back(key);
+    holders.insert(at, &node);
+  }
+  keys_of_[&node] = std::move(keys);
+}
+
+void CEmailIndex::Remove(const CVFDLNode& node, std::vector<std::string>& moved) {
+  auto found = keys_of_.find(&node);
+  if (found == keys_of_.end()) return;
+  for (const std::string& key : found->second) {
+    auto holders = holders_.find(key);
+    if (holders->second.front() == &node) moved.push_back(key);
+    std::erase(holders->second, &node);
+    if (holders->second.empty()) holders_.erase(holders);
+  }
+  keys_of_.erase(found);
+}
+
+CVFDLNode* CEmailIndex::First(const std::string& key) const {
+  auto found = holders_.find(key);
+  return found == holders_.end() ? nullptr : found->second.front();
+}
+
+std::vector<std::string> CEmailIndex::Keys() const {
+  std::vector<std::string> keys;
+  keys.reserve(holders_.size());
+  for (const auto& [key, holders] : holders_) keys.push_back(key);
+  return keys;
+}
+
+void CEmailIndex::Clear() {
+  holders_.clear();
+  keys_of_.clear();
+}
+
+}  // namespace zds
