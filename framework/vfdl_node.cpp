@@ -215,34 +215,34 @@ CVFDLFolder::~CVFDLFolder() = default;
 
 CVFDLNode* CVFDLFolder::FindChildByAlias(std::string_view alias) {
   constexpr size_t kIndexFrom = 16;  // below this a scan is as quick
-  if (child_count_ < kIndexFrom) {
-    for (CVFDLNode* child = first_child_; child; child = child->next_) {
-      if (child->alias_ == alias) return child;
-    }
-    return nullptr;
-  }
+  if (child_count_ < kIndexFrom) return FirstChildWith(alias);
   if (!alias_index_) {
     alias_index_ = std::make_unique<std::unordered_map<std::string, AliasEntry>>();
     alias_index_->reserve(child_count_);
     for (CVFDLNode* child = first_child_; child; child = child->next_) IndexChild(child, true);
   }
   auto it = alias_index_->find(std::string(alias));
-  return it == alias_index_->end() ? nullptr : it->second.first;
+  if (it == alias_index_->end()) return nullptr;
+  if (it->second.first == nullptr) it->second.first = FirstChildWith(alias);
+  return it->second.first;
 }
 
+CVFDLNode* CVFDLFolder::FirstChildWith(std::string_view alias) const {
+  for (CVFDLNode* child = first_child_; child; child = child->next_) {
+    if (child->alias_ == alias) return child;
+  }
+  return nullptr;
+}
+
+// An alias several children share does not say which of them comes first
+// without a walk; the index forgets it and the next look-up of that alias
+// walks. Aliases are unique in nearly every folder (GetNewAlias sees to
+// it), so edits stay constant-time whatever the folder's size.
 void CVFDLFolder::IndexChild(CVFDLNode* child, bool last) {
   auto [it, inserted] = alias_index_->try_emplace(child->alias_, AliasEntry{child, 1});
   if (inserted) return;
   ++it->second.count;
-  if (last) return;
-  // Only aliases that occur more than once cost a walk: does the child
-  // stand before the holder the index names?
-  for (CVFDLNode* next = child->next_; next; next = next->next_) {
-    if (next == it->second.first) {
-      it->second.first = child;
-      return;
-    }
-  }
+  if (!last) it->second.first = nullptr;
 }
 
 void CVFDLFolder::UnindexChild(CVFDLNode* child) {
@@ -251,10 +251,7 @@ void CVFDLFolder::UnindexChild(CVFDLNode* child) {
   if (--it->second.count == 0) {
     alias_index_->erase(it);
   } else if (it->second.first == child) {
-    // Only aliases that occur more than once cost a walk to the next holder.
-    CVFDLNode* next = child->next_;
-    while (next && next->alias_ != child->alias_) next = next->next_;
-    it->second.first = next;
+    it->second.first = nullptr;
   }
 }
 

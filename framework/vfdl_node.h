@@ -224,9 +224,10 @@ class CVFDLFolder : public CVFDLNode {
   friend class DocumentWriter;
 
   struct AliasEntry {
-    CVFDLNode* first;
+    CVFDLNode* first;  // null: not known, found on the next look-up
     size_t count;
   };
+  CVFDLNode* FirstChildWith(std::string_view alias) const;
   // `last`: the child stands after every other child.
   void IndexChild(CVFDLNode* child, bool last);
   void UnindexChild(CVFDLNode* child);
