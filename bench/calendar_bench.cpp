@@ -33,6 +33,7 @@
 #include "zds/calendar/classes.h"
 #include "zds/platform/files.h"
 #include "zds/recurrence/cycle_format.h"
+#include "support/scratch_dir.h"
 
 namespace zds::bench {
 namespace {
@@ -185,10 +186,6 @@ class Stores {
     static Stores stores;
     return stores;
   }
-  ~Stores() {
-    std::error_code ignored;
-    if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
-  }
   bool ok() const { return ok_; }
   const CRTTIRegistry& registry() const { return registry_; }
   std::shared_ptr<const platform::DataRoot> root(int store) const { return roots_[store]; }
@@ -198,13 +195,8 @@ class Stores {
     setenv("TZ", "Europe/Berlin", 1);
     tzset();
     RegisterCalendarClasses(registry_);
-    const char* base = std::getenv("ZDS_BENCH_DIR");
-    std::string pattern = (base && *base ? std::filesystem::path(base) : std::filesystem::temp_directory_path()) /
-                          "zds-calendar-bench-XXXXXX";
-    std::vector<char> buffer(pattern.begin(), pattern.end());
-    buffer.push_back('\0');
-    if (mkdtemp(buffer.data()) == nullptr) return;
-    path_ = buffer.data();
+    if (dir_.path().empty()) return;
+    const std::string& path_ = dir_.path();
     const StoreShape shapes[2] = {{"years", kYears * 12, ParseDateTime(kWeekFrom) - CTimeSpan(kYears * 365 + 5, 0, 0, 0)},
                                   {"month", 1, ParseDateTime(kWeekFrom) - CTimeSpan(7, 0, 0, 0)}};
     ok_ = true;
@@ -215,7 +207,7 @@ class Stores {
     }
   }
 
-  std::string path_;
+  ScratchDir dir_{"zds-calendar-bench"};
   bool ok_ = false;
   CRTTIRegistry registry_;
   std::shared_ptr<const platform::DataRoot> roots_[2];

@@ -14,7 +14,6 @@
 // temporary directory), removed at the end.
 
 #include <benchmark/benchmark.h>
-#include <stdlib.h>
 
 #include <chrono>
 #include <cstdio>
@@ -31,6 +30,7 @@
 #include "zds/contacts/adrbook_doc.h"
 #include "zds/contacts/classes.h"
 #include "zds/contacts/vcard.h"
+#include "support/scratch_dir.h"
 
 namespace zds::bench {
 namespace {
@@ -47,22 +47,10 @@ class Scratch {
     static Scratch scratch;
     return scratch;
   }
-  ~Scratch() {
-    std::error_code ignored;
-    if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
-  }
-  const std::string& path() const { return path_; }
+  const std::string& path() const { return dir_.path(); }
 
  private:
-  Scratch() {
-    const char* base = std::getenv("ZDS_BENCH_DIR");
-    std::string pattern = (base && *base ? std::filesystem::path(base) : std::filesystem::temp_directory_path()) /
-                          "zds-contacts-bench-XXXXXX";
-    std::vector<char> buffer(pattern.begin(), pattern.end());
-    buffer.push_back('\0');
-    if (mkdtemp(buffer.data()) != nullptr) path_ = buffer.data();
-  }
-  std::string path_;
+  ScratchDir dir_{"zds-contacts-bench"};
 };
 
 // ---- find ----

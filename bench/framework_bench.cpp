@@ -46,6 +46,7 @@
 #include "zds/platform/files.h"
 #include "support/bench_family.h"
 #include "support/document_generator.h"
+#include "support/scratch_dir.h"
 
 namespace zds::bench {
 namespace {
@@ -79,25 +80,13 @@ class Scratch {
     static Scratch scratch;
     return scratch;
   }
-  ~Scratch() {
-    std::error_code ignored;
-    if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
-  }
-  const std::string& path() const { return path_; }
+  const std::string& path() const { return dir_.path(); }
   const platform::DataRoot& root() const { return *root_; }
   std::shared_ptr<const platform::DataRoot> shared_root() const { return root_; }
 
  private:
-  Scratch() {
-    const char* base = std::getenv("ZDS_BENCH_DIR");
-    std::string pattern = (base && *base ? std::filesystem::path(base) : std::filesystem::temp_directory_path()) /
-                          "zds-bench-XXXXXX";
-    std::vector<char> buffer(pattern.begin(), pattern.end());
-    buffer.push_back('\0');
-    if (mkdtemp(buffer.data()) != nullptr) path_ = buffer.data();
-    root_ = std::make_shared<platform::DataRoot>(path_);
-  }
-  std::string path_;
+  Scratch() : root_(std::make_shared<platform::DataRoot>(dir_.path())) {}
+  ScratchDir dir_{"zds-bench"};
   std::shared_ptr<platform::DataRoot> root_;
 };
 

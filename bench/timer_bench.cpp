@@ -20,7 +20,6 @@
 // temporary directory), removed at the end.
 
 #include <benchmark/benchmark.h>
-#include <stdlib.h>
 
 #include <array>
 #include <chrono>
@@ -35,6 +34,7 @@
 #include "zds/recurrence/cycle_format.h"
 #include "zds/timers/classes.h"
 #include "zds/timers/timer_index_doc.h"
+#include "support/scratch_dir.h"
 
 namespace zds::bench {
 namespace {
@@ -58,20 +58,10 @@ CTime Midnight(const CTime& time, int years_back = 0, int days_back = 0) {
 class Store {
  public:
   Store(int months, int one_shots, CTime rules_began) {
-    const char* base = std::getenv("ZDS_BENCH_DIR");
-    std::string pattern = (base && *base ? std::filesystem::path(base) : std::filesystem::temp_directory_path()) /
-                          "zds-timer-bench-XXXXXX";
-    std::vector<char> buffer(pattern.begin(), pattern.end());
-    buffer.push_back('\0');
-    if (mkdtemp(buffer.data()) != nullptr) path_ = buffer.data();
-    root_ = std::make_shared<platform::DataRoot>(path_);
+    root_ = std::make_shared<platform::DataRoot>(dir_.path());
     RegisterTimerClasses(registry_);
     std::unique_ptr<CATimerIndexDoc> index = Open();
     if (!index || !Fill(*index, months, one_shots, rules_began)) std::abort();
-  }
-  ~Store() {
-    std::error_code ignored;
-    if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
   }
 
   std::unique_ptr<CATimerIndexDoc> Open() const {
@@ -137,7 +127,7 @@ class Store {
     return timer;
   }
 
-  std::string path_;
+  ScratchDir dir_{"zds-timer-bench"};
   std::shared_ptr<platform::DataRoot> root_;
   CRTTIRegistry registry_;
 };
