@@ -130,16 +130,6 @@ std::string Typing(const CContactTyping& typing) {
   return text;
 }
 
-// vCard text has CR LF line ends; a Windows text stream makes those of "\n".
-void WriteCrLfText(std::ostream& out, std::string_view text) {
-#ifdef _WIN32
-  for (size_t at = text.find("\r\n"); at != std::string_view::npos; at = text.find("\r\n")) {
-    out << text.substr(0, at) << '\n';
-    text.remove_prefix(at + 2);
-  }
-#endif
-  out << text;
-}
 
 // ---- book ----
 
@@ -261,12 +251,12 @@ int ContactFind(Store& store, const Arguments& args, std::ostream& out, std::ost
 int ContactExport(Store& store, const Arguments& args, std::ostream& out, std::ostream& err) {
   if (args.plain.size() > 1) return Usage(err, "contact export takes at most one BOOK");
   if (args.plain.empty()) {
-    WriteCrLfText(out, ExportVCards(store.books()));
+    out << ExportVCards(store.books());  // its own CR LF line ends, carried as they are
     return 0;
   }
   CPIDLDoc* book = store.Book(args.plain[0], err);
   if (book == nullptr) return 1;
-  WriteCrLfText(out, ExportVCards(*book));
+  out << ExportVCards(*book);
   return 0;
 }
 

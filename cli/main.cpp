@@ -12,6 +12,7 @@
 #include "cli/events_commands.h"
 #include "cli/store_commands.h"
 #include "cli/timer_commands.h"
+#include "zds/platform/console.h"
 #include "zds/platform/files.h"
 
 namespace {
@@ -81,6 +82,7 @@ int Run(std::vector<std::string> args) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  zds::platform::UseBinaryStandardStreams();  // the same bytes on every platform
   std::vector<std::string> args(argv + 1, argv + argc);
   return Run(std::move(args));
 }

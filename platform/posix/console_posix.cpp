@@ -1,0 +1,8 @@
+#include "zds/platform/console.h"
+
+namespace zds::platform {
+
+// POSIX streams never translate line ends.
+void UseBinaryStandardStreams() {}
+
+}  // namespace zds::platform
