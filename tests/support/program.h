@@ -41,14 +41,14 @@ class RunningProgram {
   void Kill();
 
  private:
-  bool started_ = false;
   bool ended_ = false;
   int exit_code_ = -1;
 #ifdef _WIN32
-  void* process_ = nullptr;
+  void* process_;  // its handle
 #else
-  int pid_ = -1;
+  int process_;  // its id
 #endif
+  bool started_ = false;
 };
 
 }  // namespace zds::test
