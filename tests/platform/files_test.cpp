@@ -2,13 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "support/failing_writes.h"
-#include "support/temp_dir.h"
+#include "support/temp_root.h"
 
 namespace zds::platform {
 namespace {
@@ -35,33 +35,18 @@ TEST(StoredPathTest, JoinsMendTheSeparatorAtTheJoint) {
 
 class DataRootTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    ASSERT_FALSE(top_.empty());
-    fs::create_directory(top_ / "root");
-    root_ = DataRoot((top_ / "root").string());
-  }
-  void Put(const char* name, const std::string& text) { std::ofstream(top_ / name, std::ios::binary) << text; }
-  std::string Get(const char* name) {
-    std::ostringstream text;
-    text << std::ifstream(top_ / name, std::ios::binary).rdbuf();
-    return text.str();
-  }
-  Names Entries(const char* directory) {
-    Names names;
-    for (const auto& entry : fs::directory_iterator(top_ / directory)) names.push_back(entry.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
-  }
+  Names Entries() const { return test::Entries(temp_.dir()); }
 
-  test::TempDir temp_{"zds-platform"};
-  const fs::path& top_ = temp_.path();
-  DataRoot root_{""};
+  test::TempRoot temp_;
+  const fs::path& top_ = temp_.top();
+  DataRoot& root_ = *temp_.root();
 };
 
 TEST_F(DataRootTest, NothingOutsideTheRootIsTouched) {
-  Put("outside.xml", "keep");
-  Put("root/in.xml", "in");
+  test::WriteNative(top_ / "outside.xml", "keep");
+  temp_.Write("in.xml", "in");
   const std::string absolute = (top_ / "outside.xml").string();
+  const std::vector<std::string_view> pieces = {"lost"};
   for (const std::string& path : {std::string("\\..\\outside.xml"), std::string("..\\outside.xml"), absolute,
                                   std::string("C:\\outside.xml"), std::string("\\\\server\\share\\outside.xml")}) {
     SCOPED_TRACE(path);
@@ -70,6 +55,7 @@ TEST_F(DataRootTest, NothingOutsideTheRootIsTouched) {
     EXPECT_EQ(root_.ReadWholeFile(path, contents), ReadStatus::kFailed);
     EXPECT_FALSE(root_.FileExists(path));
     EXPECT_FALSE(root_.WriteFileAtomic(path, "lost"));
+    EXPECT_FALSE(root_.WriteFileAtomicFromPieces(path, pieces));
     EXPECT_FALSE(root_.RemoveFile(path));
     EXPECT_FALSE(root_.RenameFile(path, "\\moved.xml"));
     EXPECT_FALSE(root_.RenameFile("\\in.xml", path));
@@ -77,22 +63,22 @@ TEST_F(DataRootTest, NothingOutsideTheRootIsTouched) {
     EXPECT_EQ(root_.RemoveLeftoverTemporaries(path), 0u);
   }
   EXPECT_FALSE(root_.WriteFileAtomic("\\", "x"));
-  EXPECT_EQ(Get("outside.xml"), "keep");
-  EXPECT_EQ(Entries(""), (Names{"outside.xml", "root"}));
-  EXPECT_EQ(Entries("root"), Names{"in.xml"});
+  EXPECT_FALSE(root_.WriteFileAtomicFromPieces("", pieces));
+  EXPECT_EQ(test::ReadNative(top_ / "outside.xml"), "keep");
+  EXPECT_EQ(test::Entries(top_), (Names{"outside.xml", "root"}));
+  EXPECT_EQ(Entries(), Names{"in.xml"});
 }
 
 TEST_F(DataRootTest, MatchesComponentsCaseBlind) {
-  fs::create_directory(top_ / "root/favorites");
-  Put("root/favorites/index.xml", "<i/>");
+  temp_.Write("favorites/index.xml", "<i/>");
   std::string contents;
   EXPECT_EQ(root_.ReadWholeFile("\\Favorites\\INDEX.xml", contents), ReadStatus::kRead);
   EXPECT_EQ(contents, "<i/>");
   auto resolved = root_.Resolve("FAVORITES\\Index.XML");
   ASSERT_TRUE(resolved);
-  EXPECT_TRUE(fs::equivalent(*resolved, top_ / "root/favorites/index.xml"));
+  EXPECT_TRUE(fs::equivalent(*resolved, temp_.dir() / "favorites/index.xml"));
   ASSERT_TRUE(root_.WriteFileAtomic("FAVORITES\\a.xml", "<a/>"));
-  EXPECT_EQ(Get("root/favorites/a.xml"), "<a/>");
+  EXPECT_EQ(temp_.Read("favorites/a.xml"), "<a/>");
   EXPECT_TRUE(root_.DirectoryExists("\\FaVoRiTeS"));
   EXPECT_TRUE(root_.FileExists("\\favorites\\A.XML"));
 }
@@ -101,7 +87,7 @@ TEST_F(DataRootTest, MatchesComponentsCaseBlind) {
 // byte order; a missing component keeps its spelling.
 TEST_F(DataRootTest, CaseVariantsPreferTheExactName) {
   if (test::IgnoresLetterCase(top_)) GTEST_SKIP() << "this file system holds no two names differing only in case";
-  for (const char* dir : {"root/favorites", "root/Notes", "root/notes"}) fs::create_directory(top_ / dir);
+  for (const char* dir : {"favorites", "Notes", "notes"}) fs::create_directory(temp_.dir() / dir);
   const fs::path native = root_.NativeRoot();
   EXPECT_EQ(root_.Resolve("\\Favorites\\Index.xml"), (native / "favorites" / "Index.xml").string());
   EXPECT_EQ(root_.Resolve("\\notes"), (native / "notes").string());
@@ -109,7 +95,7 @@ TEST_F(DataRootTest, CaseVariantsPreferTheExactName) {
 }
 
 TEST_F(DataRootTest, ReadTellsMissingFromFailed) {
-  Put("root/a.xml", std::string("x\0y", 3));
+  temp_.Write("a.xml", std::string("x\0y", 3));
   std::string contents;
   EXPECT_EQ(root_.ReadWholeFile("\\A.xml", contents), ReadStatus::kRead);
   EXPECT_EQ(contents, std::string("x\0y", 3));
@@ -121,46 +107,66 @@ TEST_F(DataRootTest, ReadTellsMissingFromFailed) {
 }
 
 TEST_F(DataRootTest, WriteReplacesTheFileKeepingItsModeAndNoTemporary) {
-  Put("root/a.xml", "old and longer");
-  fs::permissions(top_ / "root/a.xml", fs::perms::owner_read | fs::perms::owner_write);
-  const fs::perms before = fs::status(top_ / "root/a.xml").permissions();
+  temp_.Write("a.xml", "old and longer");
+  fs::permissions(temp_.dir() / "a.xml", fs::perms::owner_read | fs::perms::owner_write);
+  const fs::perms before = fs::status(temp_.dir() / "a.xml").permissions();
   ASSERT_TRUE(root_.WriteFileAtomic("\\a.xml", "new"));
-  EXPECT_EQ(Get("root/a.xml"), "new");
-  EXPECT_EQ(fs::status(top_ / "root/a.xml").permissions(), before);
-  EXPECT_EQ(Entries("root"), Names{"a.xml"});
+  EXPECT_EQ(temp_.Read("a.xml"), "new");
+  EXPECT_EQ(fs::status(temp_.dir() / "a.xml").permissions(), before);
+  EXPECT_EQ(Entries(), Names{"a.xml"});
 }
 
 TEST_F(DataRootTest, FailedWriteLeavesTheOldFileByteForByte) {
-  Put("root/a.xml", "old");
+  temp_.Write("a.xml", "old");
   EXPECT_FALSE(root_.WriteFileAtomic("\\missing\\a.xml", "new"));
   bool written = true;
   {
-    test::FailingWrites failing(top_ / "root/a.xml");
+    test::FailingWrites failing(temp_.dir() / "a.xml");
     ASSERT_TRUE(failing.active());
     written = root_.WriteFileAtomic("\\a.xml", std::string(1000, 'n'));
   }
   EXPECT_FALSE(written);
-  EXPECT_EQ(Get("root/a.xml"), "old");
-  EXPECT_EQ(Entries("root"), Names{"a.xml"});
+  EXPECT_EQ(temp_.Read("a.xml"), "old");
+  EXPECT_EQ(Entries(), Names{"a.xml"});
+}
+
+// A save writes the unchanged runs of a document's text straight from
+// memory: the pieces land in order, empty ones and more than one system
+// call takes included.
+TEST_F(DataRootTest, PiecesLandInOrder) {
+  temp_.Write("a.xml", "old contents");
+  const std::vector<std::string_view> pieces = {"", "<a>", "", "\r\n", "text", ""};
+  ASSERT_TRUE(root_.WriteFileAtomicFromPieces("\\a.xml", pieces));
+  EXPECT_EQ(temp_.Read("a.xml"), "<a>\r\ntext");
+  ASSERT_TRUE(root_.WriteFileAtomicFromPieces("\\a.xml", {}));
+  EXPECT_EQ(temp_.Read("a.xml"), "");
+  std::vector<std::string> owned;
+  std::string expected;
+  for (int i = 0; i < 5000; ++i) {
+    owned.push_back(std::to_string(i) + (i % 7 == 0 ? std::string(3000, 'x') : ","));
+    expected += owned.back();
+  }
+  ASSERT_TRUE(root_.WriteFileAtomicFromPieces("\\many.xml", std::vector<std::string_view>(owned.begin(), owned.end())));
+  EXPECT_EQ(temp_.Read("many.xml"), expected);
 }
 
 TEST_F(DataRootTest, CreatesDirectoriesThroughCaseVariants) {
-  fs::create_directory(top_ / "root/calendar");
+  fs::create_directory(temp_.dir() / "calendar");
   EXPECT_TRUE(root_.CreateDirectories("\\Calendar\\2005\\05"));
-  EXPECT_TRUE(fs::is_directory(top_ / "root/calendar/2005/05"));
+  EXPECT_TRUE(fs::is_directory(temp_.dir() / "calendar/2005/05"));
   EXPECT_TRUE(root_.CreateDirectories("\\calendar\\2005"));
-  Put("root/file", "");
+  temp_.Write("file", "");
   EXPECT_FALSE(root_.CreateDirectories("\\file\\sub"));
 }
 
 TEST_F(DataRootTest, MoveNeverReplacesAndDeleteRemovesOnlyFiles) {
-  Put("root/a.xml", "a");
-  Put("root/b.xml", "b");
+  temp_.Write("a.xml", "a");
+  temp_.Write("b.xml", "b");
   EXPECT_FALSE(root_.RenameFile("\\a.xml", "\\B.xml"));
   EXPECT_TRUE(root_.RenameFile("\\A.xml", "\\c.xml"));
   EXPECT_TRUE(root_.RemoveFile("\\C.XML"));
   EXPECT_FALSE(root_.RemoveFile("\\"));
-  EXPECT_EQ(Entries("root"), Names{"b.xml"});
+  EXPECT_EQ(Entries(), Names{"b.xml"});
 }
 
 }  // namespace

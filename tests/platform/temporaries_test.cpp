@@ -5,13 +5,12 @@
 #include <algorithm>
 #include <atomic>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "zds/platform/files.h"
-#include "support/temp_dir.h"
+#include "support/temp_root.h"
 
 #ifdef _WIN32
 #include "zds/platform/win32/windows_api.h"
@@ -70,21 +69,13 @@ unsigned long ProcessId() {
 
 class TemporariesTest : public ::testing::Test {
  protected:
-  void SetUp() override {
-    ASSERT_FALSE(temp_.path().empty());
-    fs::create_directories(dir_ / "sub");
-  }
-  void Put(const fs::path& name, const std::string& text = "") { std::ofstream(dir_ / name, std::ios::binary) << text; }
-  Names Entries(const fs::path& directory) {
-    Names names;
-    for (const auto& entry : fs::directory_iterator(dir_ / directory)) names.push_back(entry.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
-  }
+  void SetUp() override { fs::create_directories(dir_ / "sub"); }
+  void Put(const fs::path& name, const std::string& text = "") { test::WriteNative(dir_ / name, text); }
+  Names Entries(const fs::path& directory) { return test::Entries(dir_ / directory); }
 
-  test::TempDir temp_{"zds-temporaries"};
-  const fs::path dir_ = temp_.path() / "root";
-  DataRoot root_{dir_.string()};
+  test::TempRoot temp_;
+  const fs::path dir_ = temp_.dir();
+  DataRoot& root_ = *temp_.root();
 };
 
 TEST(TemporaryNameTest, NamesCarryTheFileAndSixteenRandomDigits) {
@@ -93,7 +84,6 @@ TEST(TemporaryNameTest, NamesCarryTheFileAndSixteenRandomDigits) {
   const std::string temporary = TemporaryNameFor(long_name, 7);
   EXPECT_EQ(temporary.size(), 200u + 5 + 16);
   EXPECT_TRUE(IsTemporaryOf(temporary, long_name));
-  EXPECT_NE(TemporaryNameFor("a.xml", 1), TemporaryNameFor("a.xml", 2));
 }
 
 // A process that always has the same id (pid 1 in a container) and left
