@@ -210,10 +210,14 @@ TEST(CalendarTest, TheServiceIndexReachesTheScheduleIndexByItsPath) {
   EXPECT_EQ(temp.Read("calendar/index.xml"), LoadTemplate(res::kCalendarTemplate));
   CVFDLNode* schedule = facade.GetAIDLDoc()->GetNodeByPath("kov:\\Velmora\\Calendar\\Schedule");
   ASSERT_NE(schedule, nullptr);
+  EXPECT_EQ(schedule->GetPos(), "kov:\\Velmora\\0010\\0002");
+  EXPECT_EQ(facade.GetAIDLDoc()->FindNodeByPos(schedule->GetPos()), schedule);
   CVFDLDoc* index = facade.GetAIDLDoc()->LoadExpandVFDLDoc(schedule->GetPos());
   ASSERT_NE(dynamic_cast<CScheduleIndexDoc*>(index), nullptr);
   EXPECT_EQ(index, calendar->GetScheduleIndexDoc());
   EXPECT_EQ(index->GetFilePath(), "\\calendar\\schedule\\index.xml");
+  EXPECT_TRUE(facade.GetAIDLDoc()->UnloadExpandVFDLDoc(facade.GetAIDLDoc()->GetCalendarIndexPos()));
+  EXPECT_EQ(facade.GetAIDLDoc()->GetNodeByPath("kov:\\Velmora\\Calendar\\Schedule"), nullptr);
 }
 
 }  // namespace
