@@ -164,4 +164,13 @@ ProgramResult RunProgram(const std::string& program, const std::vector<std::stri
 
 ProgramResult RunZds(const std::vector<std::string>& args) { return RunProgram(ZDS_CLI_PATH, args); }
 
+::testing::AssertionResult RefusedWithOneLine(const ProgramResult& result, int exit_code) {
+  if (result.exit_code == exit_code && result.out.empty() && result.err.starts_with("zds") &&
+      result.err.find('\n') == result.err.size() - 1) {
+    return ::testing::AssertionSuccess();
+  }
+  return ::testing::AssertionFailure() << "exit " << result.exit_code << " (not " << exit_code << "), out:\n"
+                                       << result.out << "err:\n" << result.err;
+}
+
 }  // namespace zds::test

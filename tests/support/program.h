@@ -4,6 +4,8 @@
 #ifndef ZDS_TESTS_SUPPORT_PROGRAM_H_
 #define ZDS_TESTS_SUPPORT_PROGRAM_H_
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -22,6 +24,10 @@ ProgramResult RunProgram(const std::string& program, const std::vector<std::stri
 
 // The zds program of this build, with the arguments.
 ProgramResult RunZds(const std::vector<std::string>& args);
+
+// A refusal as zds makes one: this exit code, nothing on standard output,
+// and one line on standard error that begins "zds".
+::testing::AssertionResult RefusedWithOneLine(const ProgramResult& result, int exit_code);
 
 // A program left running, started as RunProgram starts one, with its
 // standard output going to a file, for tests that end it the hard way.
