@@ -109,17 +109,6 @@ TEST_F(EditTest, FoldersCopiesAndAliases) {
   ZDS_EXPECT_XMLLINT_ACCEPTS(doc_.GetXml());
 }
 
-TEST_F(EditTest, AddingToAFolderThatClosesItselfOpensIt) {
-  ASSERT_TRUE(doc_.SetXml(
-      "<?xml version=\"1.0\" encoding=\"ascii\"?>\n<notes ver=\"1.0\">\n<folder id=\"0000\" alias=\"Notes\">\n"
-      "<folder id=\"0001\" alias=\"Schedule\"/>\n</folder>\n</notes>\n"));
-  ASSERT_FALSE(doc_.AddRec(kSchedule, MakeNote("a", "1"), false).empty());
-  NoteDoc reloaded;
-  ASSERT_TRUE(reloaded.SetXml(doc_.GetXml())) << doc_.GetXml();
-  EXPECT_NE(reloaded.GetNodeByPath("kov:\\Notes\\Schedule\\a"), nullptr);
-  ZDS_EXPECT_XMLLINT_ACCEPTS(doc_.GetXml());
-}
-
 // The indexes behind look-ups by id and alias must agree with a walk of the
 // tree whatever edits led to it: appends, inserts at any place, renames and
 // deletes (aliases repeat on purpose).
