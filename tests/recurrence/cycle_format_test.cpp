@@ -1,6 +1,6 @@
 // The stored text form of the rule records: each value read over a fresh
-// record and written back, malformed fields degrading one by one; the event
-// day mask.
+// record and written back, malformed fields degrading one by one; records
+// written and read back; the event day mask.
 
 #include "recurrence/recurrence_testing.h"
 
@@ -48,7 +48,10 @@ TEST(CycleFormat, ReadsAndWritesValuesFieldByField) {
       // All three week numbers come from the first field; day numbers from their own.
       {"event", "absolute_week;date=02:03:04", "absolute_week;number=1;from=1970-01-01 00:00;to=1970-01-01 00:00;date=02:02:02"},
       {"event", "absolute_day;date=01:05:17;number=", "absolute_day;number=;from=1970-01-01 00:00;to=1970-01-01 00:00;date=01:05:17"},
+      // What older files hold reads as it did: a missing mask is every Sunday, an empty one no day.
       {"event", "ABSOLUTE_DAY;DATE=7", "absolute_day;number=1;from=1970-01-01 00:00;to=1970-01-01 00:00;date=07:00:00"},
+      {"event", "sequence", "sequence;number=1;from=1970-01-01 00:00;to=1970-01-01 00:00;date="},
+      {"event", "sequence;number=", "sequence;number=;from=1970-01-01 00:00;to=1970-01-01 00:00;date="},
       {"event", "sequence;date=01:02:03;number=0100010;from=2004-05-01 09:00;to=2004-05-01 10:30",
        "sequence;number=0100010;from=2004-05-01 09:00;to=2004-05-01 10:30;date="},
       {"range", "numlimited;number=05;from=2004-05-01 00:00;to=2005-01-01 00:00",
@@ -67,13 +70,39 @@ TEST(CycleFormat, ReadsAndWritesValuesFieldByField) {
   EXPECT_EQ(text, "00;status=;from=1970-01-01 00:00;to=1970-01-01 00:00;event=");
 }
 
+CCycleEvent Event(int type, std::string number, int day1 = 0, int week1 = 0) {
+  CCycleEvent event;
+  event.type = type;
+  event.number = std::move(number);
+  event.day1 = day1;
+  event.week1 = event.week2 = event.week3 = week1;
+  event.from = CTime(2004, 5, 1, 9, 0, 0);
+  event.to = CTime(2004, 5, 1, 10, 30, 0);
+  return event;
+}
+
+// "No day" is a mask of its own: reading it must not fall back on the
+// default mask, which means every Sunday.
+TEST(CycleFormat, EveryEventMaskReadsBackAsWritten) {
+  ZDS_USE_TIME_ZONE_OR_SKIP("UTC");
+  const CCycleEvent events[] = {
+      Event(kEventSequence, ""),        Event(kEventSequence, "0000000"), Event(kEventSequence, "1"),
+      Event(kEventSequence, "0100010"), Event(kEventAbsoluteDay, "", 7),  Event(kEventAbsoluteWeek, "", 0, 3),
+  };
+  for (const CCycleEvent& event : events) {
+    std::string text;
+    CCycleFormat::ComposeCycleEvent(event, text);
+    CCycleEvent back;
+    CCycleFormat::AnalyseCycleEvent(text, back);
+    EXPECT_TRUE(back == event) << text;
+    EXPECT_EQ(back.IsEventDay(0), event.IsEventDay(0)) << text;
+  }
+}
+
 TEST(CycleEvent, MaskAnswersOnlyForSequenceEventsInsideTheMask) {
   CCycleEvent event;
   event.number = "0100010";
-  EXPECT_EQ(event.IsEventDay(1), 1);
-  EXPECT_EQ(event.IsEventDay(0), 0);
-  EXPECT_EQ(event.IsEventDay(7), 0);
-  EXPECT_EQ(event.IsEventDay(-1), 0);
+  for (auto [day, answer] : {std::pair{1, 1}, {0, 0}, {7, 0}, {-1, 0}}) EXPECT_EQ(event.IsEventDay(day), answer) << day;
   EXPECT_EQ(event.SetEventDay(0, true), 1);
   EXPECT_EQ(event.SetEventDay(7, true), 0);
   EXPECT_EQ(event.number, "1100010");

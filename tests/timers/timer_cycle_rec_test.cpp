@@ -1,6 +1,7 @@
 // The timer's rule: its own placement of occurrences where it differs from
 // the schedule's, the last occurrence begun by a moment, and assignment
-// from a schedule rule.
+// from a schedule rule; its direct searches answer exactly as the walks
+// from occurrence 0 do, on random rules, moments and maps in three zones.
 
 #include "recurrence/recurrence_testing.h"
 
@@ -80,6 +81,28 @@ TEST(TimerCycleRec, TakesOverAScheduleRule) {
   schedule.maps[0].event = "b";
   EXPECT_EQ(timer.maps[0].event, "a");
   EXPECT_EQ(timer.Format(), "Start from 2004-05-03Every 1 week 's Monday.Friday Never End");
+}
+
+TEST(TimerSearchAgreement, OccurrenceHoldingMatchesWalk) {
+  cycle_testing::CheckRandomCases(0x7173e500u, [](const CScheCycleRec& schedule, CTime t, bool use_maps) {
+    CATimerCycleRec rec(schedule);
+    bool capped = false;
+    int walked = cycle_testing::WalkHolding(rec, t, use_maps, capped);
+    return cycle_testing::Compare(use_maps ? "holding with maps" : "holding", walked, capped, rec.GetMapNumByTime(t, use_maps));
+  });
+}
+
+TEST(TimerSearchAgreement, LastBegunMatchesWalk) {
+  cycle_testing::CheckRandomCases(0xbe40e000u, [](const CScheCycleRec& schedule, CTime t, bool) {
+    CATimerCycleRec rec(schedule);
+    bool capped = false;
+    std::string walked_name, found_name = "stale";
+    int walked = cycle_testing::WalkLastBegun(rec, t, walked_name, capped);
+    int found = rec.GetBeforeNumber(t, found_name);
+    std::string complaint = cycle_testing::Compare("last begun", walked, capped, found);
+    if (complaint.empty() && !capped && found_name != walked_name) complaint = "name " + found_name + " vs " + walked_name;
+    return complaint;
+  });
 }
 
 }  // namespace
