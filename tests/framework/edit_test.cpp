@@ -35,13 +35,15 @@ class EditTest : public ::testing::Test {
     EXPECT_EQ(OpenVFDLDoc(*doc, "\\notes.xml", ""), OpenResult::kLoaded);
     return doc;
   }
-  // A folder that stands for a document of the test kind in `src`.
-  std::string AddBackedFolder(std::string_view alias, std::string_view src) {
+  // A folder at the top of `doc` (the test's own by default) that stands
+  // for a document of the test kind in `src`.
+  std::string AddBackedFolder(std::string_view alias, std::string_view src, CVFDLDoc* doc = nullptr) {
     test::ShelfFolder folder;
     folder.SetAlias(alias);
     folder.ComposeContent("notes", "NoteDoc", "universal");
     folder.SetSrc(src);
-    return doc_.AddFolder("kov:\\Notes\\0000", folder, false);
+    doc = doc ? doc : &doc_;
+    return doc->AddFolder(doc->GetRoot()->GetPos(), folder, false);
   }
 
   test::TempRoot temp_;
@@ -144,7 +146,7 @@ TEST_F(EditTest, LookUpsAgreeWithAWalkAfterRandomEdits) {
   }
 }
 
-TEST_F(EditTest, DocumentBehindAFolderContinuesPathsAndPositions) {
+TEST_F(EditTest, DocumentsBehindFoldersContinuePathsAndPositionsAndGoWithTheirFolder) {
   ASSERT_TRUE(temp_.root()->CreateDirectories("\\calendar"));
   const std::string holder_pos = AddBackedFolder("Calendar", "\\calendar\\index.xml");
   CVFDLNode* holder = doc_.GetNodeByPos(holder_pos);
@@ -182,37 +184,27 @@ TEST_F(EditTest, DocumentBehindAFolderContinuesPathsAndPositions) {
   EXPECT_EQ(doc_.LoadRelatedVFDLDoc("\\other.xml", "NoteDoc"), related);
   EXPECT_EQ(doc_.LoadRelatedVFDLDoc("\\third.xml", "NoSuchDoc"), nullptr);
   EXPECT_TRUE(doc_.UnloadVFDLDoc("\\other.xml"));
-  const std::string box = AddBackedFolder("Box", "\\box.xml");
-  ASSERT_NE(doc_.LoadVFDLDoc(*doc_.GetNodeByPos(box)), nullptr);
-  ASSERT_TRUE(doc_.DelFolderOnDoc(box));
-  EXPECT_FALSE(temp_.Exists("box.xml"));
-}
 
-TEST_F(EditTest, DocumentsTwoLevelsBehindNodesResolveAndGoWithTheirFolder) {
-  doc_.SetAutoSaveFlag(true);
+  // Two levels behind nodes, and deleted with their folder.
   const std::string year_pos = AddBackedFolder("Year", "\\year\\index.xml");
   ASSERT_TRUE(temp_.root()->CreateDirectories("\\year\\may"));
   auto* year = dynamic_cast<NoteDoc*>(doc_.LoadVFDLDoc(*doc_.GetNodeByPos(year_pos)));
   ASSERT_NE(year, nullptr);
-  test::ShelfFolder month;
-  month.SetAlias("May");
-  month.ComposeContent("notes", "NoteDoc", "universal");
-  month.SetSrc("\\may\\index.xml");  // below the year's own directory
-  const std::string month_pos = year->AddFolder(year->GetRoot()->GetPos(), month, false);
+  const std::string month_pos = AddBackedFolder("May", "\\may\\index.xml", year);  // below the year's own directory
   EXPECT_EQ(month_pos, year_pos + "\\0002");
   CVFDLDoc* may = year->LoadVFDLDoc(*year->GetNodeByPos(month_pos));
   ASSERT_NE(may, nullptr);
   EXPECT_TRUE(temp_.Exists("year/may/index.xml"));
-  const std::string entry = may->AddRec(may->GetRoot()->GetPos(), MakeNote("picnic", "noon"), false);
-  EXPECT_EQ(entry, month_pos + "\\0002");
-  EXPECT_EQ(doc_.FindNodeByPos(entry), may->GetNodeByPos(entry));
-  EXPECT_EQ(doc_.GetNodeByPath("kov:\\Notes\\Year\\May\\picnic"), may->GetNodeByPos(entry));
-  EXPECT_EQ(may->GetNodeByPos(entry)->GetPath(), "kov:\\Notes\\Year\\May\\picnic");
+  const std::string picnic = may->AddRec(may->GetRoot()->GetPos(), MakeNote("picnic", "noon"), false);
+  EXPECT_EQ(picnic, month_pos + "\\0002");
+  EXPECT_EQ(doc_.FindNodeByPos(picnic), may->GetNodeByPos(picnic));
+  EXPECT_EQ(doc_.GetNodeByPath("kov:\\Notes\\Year\\May\\picnic"), may->GetNodeByPos(picnic));
+  EXPECT_EQ(may->GetNodeByPos(picnic)->GetPath(), "kov:\\Notes\\Year\\May\\picnic");
 
   ASSERT_TRUE(doc_.DelFolderOnDoc(year_pos));
   EXPECT_FALSE(temp_.Exists("year/index.xml"));
   EXPECT_FALSE(temp_.Exists("year/may/index.xml")) << "the file of the document below goes too";
-  EXPECT_EQ(doc_.FindNodeByPos(entry), nullptr);
+  EXPECT_EQ(doc_.FindNodeByPos(picnic), nullptr);
 }
 
 TEST_F(EditTest, SrcOutsideTheDataRootIsRefused) {
