@@ -74,12 +74,7 @@ TEST_F(CalendarCommandsTest, BadCallsAreUsageErrorsAndChangeNothing) {
       {"schedule", "add", "--subject", "x", "--begin", "2004-05-04", "--end", "2004-05-04", "--cycle", "hourly", "x", "y"},
       {"schedule", "move"},
   };
-  for (const auto& call : calls) {
-    ProgramResult result = Run(call);
-    EXPECT_EQ(result.exit_code, 2) << call[0] << " " << (call.size() > 1 ? call[1] : "");
-    EXPECT_EQ(result.out, "");
-    EXPECT_TRUE(result.err.starts_with("zds: ") && result.err.find('\n') == result.err.size() - 1) << result.err;
-  }
+  for (const auto& call : calls) EXPECT_TRUE(test::RefusedWithOneLine(Run(call), 2)) << call[0] << " " << call.back();
   EXPECT_TRUE(temp_.Files().empty()) << "nothing was opened";
 }
 

@@ -1,7 +1,10 @@
 // The timer's rule: its own placement of occurrences where it differs from
 // the schedule's, the last occurrence begun by a moment, and assignment
-// from a schedule rule; its direct searches answer exactly as the walks
-// from occurrence 0 do, on random rules, moments and maps in three zones.
+// from a schedule rule; its direct searches, and what is due in a span,
+// answer exactly as the walks from occurrence 0 do, on random rules,
+// moments and maps in three zones.
+
+#include <algorithm>
 
 #include "recurrence/recurrence_testing.h"
 
@@ -102,6 +105,54 @@ TEST(TimerSearchAgreement, LastBegunMatchesWalk) {
     std::string complaint = cycle_testing::Compare("last begun", walked, capped, found);
     if (complaint.empty() && !capped && found_name != walked_name) complaint = "name " + found_name + " vs " + walked_name;
     return complaint;
+  });
+}
+
+
+// The definition, walked: the plain rule's occurrences from 0, skipped until
+// the first that begins at or after `from`, then taken while they begin
+// inside; a number with a map is placed by its first map instead, and a
+// deleted one is not due. One per moment.
+std::vector<CATimerOccurrence> Walk(const CATimerCycleRec& rec, CTime from, CTime to, bool& capped) {
+  std::vector<CATimerOccurrence> found;
+  auto inside = [&](CTime t) { return from <= t && t < to; };
+  for (int n = 0; n < 500; ++n) {  // the random rules' map numbers stay below
+    const CCycleMap* map = rec.GetMapInfoByNumber(n);
+    if (map && map->status != kMapDelete && inside(map->from)) found.push_back({n, map->from});
+  }
+  capped = false;
+  bool started = false;
+  CTime begin, end;
+  for (int n = 0; cycle::IsExpandedKind(rec.cycle_type.type); ++n) {
+    capped = n == cycle_testing::kWalkCap;
+    if (capped || !rec.GetMapRange(n, begin, end, false)) break;
+    if (!started && begin < from) continue;
+    if (!inside(begin)) break;
+    started = true;
+    if (rec.GetMapInfoByNumber(n) == nullptr) found.push_back({n, begin});
+  }
+  auto order = [](auto& a, auto& b) { return std::tie(a.begin, a.number) < std::tie(b.begin, b.number); };
+  std::sort(found.begin(), found.end(), order);
+  auto same = [](auto& a, auto& b) { return a.begin == b.begin; };
+  found.erase(std::unique(found.begin(), found.end(), same), found.end());
+  return found;
+}
+
+TEST(TimerDueTest, OccurrencesInASpanMatchTheWalkFromTheRulesStart) {
+  std::mt19937 random(0x5eed);
+  const int64_t kLengths[] = {0, -86400, 3600, 86400, 86400, 7 * 86400, 60 * 86400};
+  cycle_testing::CheckRandomCases(0xd0e71e5u, [&](const CScheCycleRec& schedule, CTime from, bool use_maps) {
+    CATimerCycleRec rec(schedule);
+    if (!use_maps) rec.maps.Clear();
+    CTime to = from + CTimeSpan(kLengths[random() % std::size(kLengths)] + static_cast<int64_t>(random() % 3) - 1);
+    bool capped = false;
+    std::vector<CATimerOccurrence> walked = Walk(rec, from, to, capped), found = rec.GetOccurrencesIn(from, to);
+    auto earlier = [](auto& a, auto& b) { return a.begin < b.begin; };
+    if (capped ? std::includes(walked.begin(), walked.end(), found.begin(), found.end(), earlier) : found == walked) {
+      return std::string();
+    }
+    return "walk " + std::to_string(walked.size()) + (capped ? " (capped)" : "") + ", found " +
+           std::to_string(found.size()) + " up to " + cycle_testing::Show(to);
   });
 }
 

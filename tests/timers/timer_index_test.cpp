@@ -1,4 +1,5 @@
-// Filing timers, making month documents once, and the index at start-up.
+// Filing timers, making month documents once, the index at start-up, and
+// what is due in a span, answered from the span's months and "Cycle" alone.
 
 #include <gtest/gtest.h>
 
@@ -8,6 +9,7 @@
 namespace zds {
 namespace {
 
+using timer_testing::At;
 using timer_testing::MakeCyclic;
 using timer_testing::MakeTimer;
 
@@ -111,6 +113,59 @@ TEST(TimerIndexTest, StartUpOpensTheIndexLastAndAnnouncesTheCurrentMonthThroughT
     EXPECT_EQ(listener.Announced(), expected);
     EXPECT_TRUE(temp.Exists("timer/index.xml") && temp.Exists("timer/" + month + ".xml"));
   }
+}
+
+std::vector<std::string> Due(CATimerIndexDoc& index, const char* from, const char* to, std::vector<std::string>& bad) {
+  std::vector<std::string> lines;
+  for (const CATimerDue& due : index.GetDueTimers(At(from), At(to), &bad)) {
+    lines.push_back(due.time.Format(kTimeFormatSeconds) + " " + due.subject);
+  }
+  return lines;
+}
+
+TEST(TimerDueTest, TheIndexAnswersFromTheSpansMonthsAndCycleAlone) {
+  timer_testing::IndexFixture fixture;
+  const char* range = "notstop;from=2004-11-01 00:00";
+  {
+    auto index = fixture.Open();
+    ASSERT_NE(index, nullptr);
+    CATimerRec daily = MakeCyclic("daily", "day", "sequence;from=2004-11-01 08:00;to=2004-11-01 08:05", range);
+    daily.GetExtendRec().cycle_rec->maps.Add({20, kMapDelete, At("2004-11-21 08:00"), At("2004-11-21 08:05"), ""});
+    const CATimerRec timers[] = {
+        daily, MakeCyclic("paused daily", "day", "sequence;from=2004-11-01 09:00", range, kTimerSuspension),
+        MakeTimer("october", "2004-10-31 23:00:00"), MakeTimer("before", "2004-11-14 23:59:59"),
+        MakeTimer("a", "2004-11-20 09:00:00"),       MakeTimer("b", "2004-11-30 23:59:59"),
+        MakeTimer("c", "2004-12-01 00:00:00"),       MakeTimer("at the end", "2004-12-02 00:00:00")};
+    for (const CATimerRec& timer : timers) ASSERT_FALSE(index->GetRightDoc(timer)->AddTimer(timer, true).empty());
+    // Filed by hand where the index would not file it: not due.
+    CATimerDoc* november = index->GetCurrentDoc("2004-11", nullptr);
+    ASSERT_FALSE(november->AddTimer(MakeTimer("paused", "2004-11-20 09:00:00", kTimerSuspension), true).empty());
+    ASSERT_NE(index->GetCurrentDoc("2005-01", nullptr), nullptr);
+  }
+  auto index = fixture.Open(false);
+  ASSERT_NE(index, nullptr);
+  std::vector<std::string> unusable, expected;
+  for (int day = 15; day <= 31; ++day) {  // 31 November is 1 December
+    if (day != 21) expected.push_back(CTime(2004, 11, day, 8, 0, 0).Format(kTimeFormatSeconds) + " daily");
+    if (day == 20) expected.push_back("2004-11-20 09:00:00 a");
+    if (day == 30) expected.push_back("2004-11-30 23:59:59 b");
+    if (day == 31) expected.insert(expected.end() - 1, "2004-12-01 00:00:00 c");
+  }
+  EXPECT_EQ(Due(*index, "2004-11-15 00:00:00", "2004-12-02 00:00:00", unusable), expected);
+  EXPECT_TRUE(unusable.empty());
+  std::vector<std::string> opened;
+  for (const CVFDLNode* node : index->GetTimerDocNodes()) {
+    if (index->GetExpandedDoc(*node)) opened.push_back(node->GetSrc());
+  }
+  EXPECT_EQ(opened, (std::vector<std::string>{"\\cycle.xml", "\\200411.xml", "\\200412.xml"}));
+
+  const std::string damaged = "<?xml version=\"1.0\"?>\r\n<ATimer ver=\"1.0\">\r\n<folder id=\"0000\"";
+  fixture.temp().Write("timer/200411.xml", damaged);
+  EXPECT_EQ(Due(*fixture.Open(false), "2004-11-30 00:00:00", "2004-12-01 08:00:01", unusable),
+            (std::vector<std::string>{"2004-11-30 08:00:00 daily", "2004-12-01 00:00:00 c",
+                                      "2004-12-01 08:00:00 daily"}));
+  EXPECT_EQ(unusable, std::vector<std::string>{"\\timer\\200411.xml"});
+  EXPECT_EQ(fixture.temp().Read("timer/200411.xml"), damaged);
 }
 
 }  // namespace
