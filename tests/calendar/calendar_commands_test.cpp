@@ -16,10 +16,7 @@ using test::ProgramResult;
 
 class CalendarCommandsTest : public ::testing::Test {
  protected:
-  ProgramResult Run(std::vector<std::string> args) const {
-    args.insert(args.begin(), {"--root", temp_.dir().string()});
-    return test::RunZds(args);
-  }
+  ProgramResult Run(const std::vector<std::string>& args) const { return test::RunZds(temp_.dir(), args); }
   // `schedule add` with these arguments; the new position.
   std::string Add(std::vector<std::string> args) const {
     args.insert(args.begin(), {"schedule", "add"});

@@ -19,11 +19,6 @@ using test::TempRoot;
 
 using Result = test::ProgramResult;
 
-Result RunZds(const test::fs::path& dir, std::vector<std::string> args) {
-  args.insert(args.begin(), {"--root", dir.string()});
-  return test::RunZds(args);
-}
-
 std::vector<std::string> Lines(const std::string& text) {
   std::vector<std::string> lines;
   std::istringstream in(text);
@@ -37,7 +32,7 @@ const char* const kFolders[] = {"E-Mail", "News",      "Chat",      "SMS",     "
 TEST(ZdsStoreCommandsTest, InitCreatesTheIndexAndPrintsTheTreeByPath) {
   TempRoot temp;
   const test::fs::path dir = temp.dir() / "fresh";  // not there yet
-  Result first = RunZds(dir, {"init"});
+  Result first = test::RunZds(dir, {"init"});
   ASSERT_EQ(first.exit_code, 0) << first.err;
   EXPECT_EQ(first.err, "");
   const std::string index = test::ReadNative(dir / "aidl.xml");
@@ -52,7 +47,7 @@ TEST(ZdsStoreCommandsTest, InitCreatesTheIndexAndPrintsTheTreeByPath) {
   }
   for (const std::string& file : temp.Files()) EXPECT_EQ(file.find(".tmp"), std::string::npos) << file;
 
-  Result second = RunZds(dir, {"init"});
+  Result second = test::RunZds(dir, {"init"});
   EXPECT_EQ(second.exit_code, 0);
   EXPECT_EQ(second.out, first.out);
   EXPECT_EQ(test::ReadNative(dir / "aidl.xml"), index) << "an existing index is opened, not rewritten";
@@ -60,19 +55,19 @@ TEST(ZdsStoreCommandsTest, InitCreatesTheIndexAndPrintsTheTreeByPath) {
 
 TEST(ZdsStoreCommandsTest, LsAndShowReadTheTree) {
   TempRoot temp;
-  ASSERT_EQ(RunZds(temp.dir(), {"init"}).exit_code, 0);
-  Result ls = RunZds(temp.dir(), {"ls", "kov:\\Velmora"});
+  ASSERT_EQ(test::RunZds(temp.dir(), {"init"}).exit_code, 0);
+  Result ls = test::RunZds(temp.dir(), {"ls", "kov:\\Velmora"});
   ASSERT_EQ(ls.exit_code, 0) << ls.err;
   const std::vector<std::string> lines = Lines(ls.out);
   ASSERT_EQ(lines.size(), 10u) << ls.out;
   for (int i = 0; i < 10; ++i) {
     EXPECT_EQ(lines[static_cast<size_t>(i)], CVFTree::GetLocalID(i + 1) + "\tfolder\t" + kFolders[i]);
   }
-  Result empty = RunZds(temp.dir(), {"ls", "kov:\\Velmora\\SMS"});
+  Result empty = test::RunZds(temp.dir(), {"ls", "kov:\\Velmora\\SMS"});
   EXPECT_EQ(empty.exit_code, 0);
   EXPECT_EQ(empty.out, "");
 
-  Result show = RunZds(temp.dir(), {"show", "kov:\\Velmora\\Favorites"});
+  Result show = test::RunZds(temp.dir(), {"show", "kov:\\Velmora\\Favorites"});
   ASSERT_EQ(show.exit_code, 0) << show.err;
   for (const char* field : {"path: kov:\\Velmora\\Favorites", "position: kov:\\Velmora\\0007", "id: 0007",
                             "attribute: system", "content: Fav;class=CFavDoc;os=universal",
@@ -85,16 +80,16 @@ TEST(ZdsStoreCommandsTest, MissingStoresAndBadPathsGetOneLineAndExitOne) {
   TempRoot temp;
   for (const test::fs::path& dir : {temp.dir(), temp.dir() / "missing"}) {
     for (const char* command : {"ls", "show"}) {
-      EXPECT_TRUE(test::RefusedWithOneLine(RunZds(dir, {command, "kov:\\Velmora"}), 1)) << command;
+      EXPECT_TRUE(test::RefusedWithOneLine(test::RunZds(dir, {command, "kov:\\Velmora"}), 1)) << command;
     }
   }
   EXPECT_TRUE(temp.Files().empty()) << "looking creates nothing";
   EXPECT_FALSE(test::fs::exists(temp.dir() / "missing"));
-  ASSERT_EQ(RunZds(temp.dir(), {"init"}).exit_code, 0);
+  ASSERT_EQ(test::RunZds(temp.dir(), {"init"}).exit_code, 0);
   const std::string before = temp.Read("aidl.xml");
   for (const char* command : {"ls", "show"}) {
     for (const char* path : {"kov:\\Velmora\\Nowhere", "kov:\\Elsewhere", "", "kov:\\Velmora\\E-Mail\\x\\y"}) {
-      EXPECT_TRUE(test::RefusedWithOneLine(RunZds(temp.dir(), {command, path}), 1)) << command << " " << path;
+      EXPECT_TRUE(test::RefusedWithOneLine(test::RunZds(temp.dir(), {command, path}), 1)) << command << " " << path;
     }
   }
   EXPECT_EQ(temp.Read("aidl.xml"), before);
@@ -118,7 +113,7 @@ TEST(ZdsStoreCommandsTest, DamagedIndexIsReportedAndLeftUntouched) {
     temp.Write("aidl.xml", text);
     for (const std::vector<std::string>& args :
          {std::vector<std::string>{"init"}, {"ls", "kov:\\Velmora"}, {"show", "kov:\\Velmora"}}) {
-      Result result = RunZds(temp.dir(), args);
+      Result result = test::RunZds(temp.dir(), args);
       EXPECT_TRUE(test::RefusedWithOneLine(result, 1)) << args[0] << " must exit with an error, not crash";
       EXPECT_NE(result.err.find("aidl.xml"), std::string::npos) << result.err;
     }

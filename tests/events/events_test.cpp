@@ -191,7 +191,7 @@ TEST_F(EventsTest, AutoRunItemsKeepTypeAndDescriptionAndOnlyDefaultGroupIsMadeOn
 
 // The zds commands on a fresh root, once `zds` runs them.
 TEST_F(EventsTest, ZdsCommandsOnAFreshRoot) {
-  auto zds = [this](const char* command) { return test::RunZds({"--root", temp_.dir().string(), command}); };
+  auto zds = [this](const char* command) { return test::RunZds(temp_.dir(), {command}); };
   ASSERT_EQ(zds("init").exit_code, 0);
   test::ProgramResult monitor = zds("monitor");
   EXPECT_EQ(monitor.exit_code, 0);

@@ -164,6 +164,11 @@ ProgramResult RunProgram(const std::string& program, const std::vector<std::stri
 
 ProgramResult RunZds(const std::vector<std::string>& args) { return RunProgram(ZDS_CLI_PATH, args); }
 
+ProgramResult RunZds(const fs::path& root, std::vector<std::string> args) {
+  args.insert(args.begin(), {"--root", root.string()});
+  return RunZds(args);
+}
+
 ::testing::AssertionResult RefusedWithOneLine(const ProgramResult& result, int exit_code) {
   if (result.exit_code == exit_code && result.out.empty() && result.err.starts_with("zds") &&
       result.err.find('\n') == result.err.size() - 1) {

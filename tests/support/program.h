@@ -22,8 +22,10 @@ struct ProgramResult {
 // that starts beside the running test program.
 ProgramResult RunProgram(const std::string& program, const std::vector<std::string>& args);
 
-// The zds program of this build, with the arguments.
+// The zds program of this build, with the arguments; the second on the
+// data root `root` ("--root" first).
 ProgramResult RunZds(const std::vector<std::string>& args);
+ProgramResult RunZds(const std::filesystem::path& root, std::vector<std::string> args);
 
 // A refusal as zds makes one: this exit code, nothing on standard output,
 // and one line on standard error that begins "zds".

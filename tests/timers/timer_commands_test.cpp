@@ -13,10 +13,7 @@ namespace {
 
 class TimerCommandsTest : public ::testing::Test {
  protected:
-  test::ProgramResult Zds(std::vector<std::string> args) const {
-    args.insert(args.begin(), {"--root", temp_.dir().string()});
-    return test::RunZds(args);
-  }
+  test::ProgramResult Zds(const std::vector<std::string>& args) const { return test::RunZds(temp_.dir(), args); }
   test::TempRoot temp_;
 };
 
