@@ -138,7 +138,7 @@ std::string Replace(std::string text, std::string_view from, std::string_view to
   return text.replace(text.find(from), from.size(), to);
 }
 
-TEST(DamagedFileTest, EachIsRefusedAndLeftUntouched) {
+TEST(DamagedFileTest, EachIsRefusedAndLeftUntouchedAsIsEveryTruncation) {
   const std::string good(test::kNoteTemplate);
   const std::pair<const char*, std::string> damaged[] = {
       {"empty", ""},
@@ -174,10 +174,7 @@ TEST(DamagedFileTest, EachIsRefusedAndLeftUntouched) {
     EXPECT_EQ(temp.Read("notes.xml"), text);
     EXPECT_EQ(temp.Files(), std::vector<std::string>{"root/notes.xml"});
   }
-}
-
-TEST(DamagedFileTest, EveryTruncationIsRefusedAndKeepsTheLoadedDocument) {
-  const std::string good(test::kNoteTemplate);
+  // Every truncation is refused and keeps the document loaded before.
   NoteDoc doc;
   ASSERT_TRUE(doc.SetXml(kRich));
   for (size_t length = 0; length < good.rfind('>'); ++length) {
