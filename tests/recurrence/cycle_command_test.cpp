@@ -55,7 +55,7 @@ TEST(CycleCommand, AnswersEachSubcommand) {
     std::string message = err.str();
     EXPECT_EQ(c.exit != 0, !message.empty() && message.find('\n') == message.size() - 1) << call << ": " << message;
   }
-  cycle_testing::UseZone("UTC");
+  test::UseTimeZone("UTC");
 }
 
 }  // namespace

@@ -85,7 +85,7 @@ TEST(ScheCycleRec, FindsTheOccurrenceHoldingAMoment) {
   for (const Case& c : cases) EXPECT_EQ(rec.GetMapNumByTime(ParseDateTime(c.moment), c.use_maps), c.expected) << c.moment;
   EXPECT_EQ(Rule("day;multiple=00", "sequence", "notstop;from=2004-05-01").GetMapNumByTime(ParseDateTime("2004-05-02"), true),
             -1) << "a walk that never stops";
-  cycle_testing::UseZone("UTC");
+  test::UseTimeZone("UTC");
 }
 
 TEST(ScheCycleRec, BoundsAnOccurrenceByItsNeighboursAndFindsMaps) {

@@ -45,7 +45,7 @@ TEST(TimerCycleRec, PlacesOccurrencesWithTheTimersArithmetic) {
   EXPECT_EQ(weekly.GetMapNumByTime(ParseDateTime("2004-05-10 10:00"), false), 1);
   EXPECT_EQ(weekly.GetMapNumByTime(ParseDateTime("2004-05-10 10:00"), true), -1);
   EXPECT_EQ(weekly.GetMapNumByTime(ParseDateTime("2004-05-04 12:00"), true), 1);
-  cycle_testing::UseZone("UTC");
+  test::UseTimeZone("UTC");
 }
 
 TEST(TimerCycleRec, FindsTheLastOccurrenceBegun) {
@@ -74,7 +74,7 @@ TEST(TimerCycleRec, FindsTheLastOccurrenceBegun) {
   std::string name;
   EXPECT_EQ(Timer("week;multiple=00", "notstop;from=2004-05-01").GetBeforeNumber(ParseDateTime("2004-05-09"), name), -1)
       << "a walk that never stops";
-  cycle_testing::UseZone("UTC");
+  test::UseTimeZone("UTC");
 }
 
 TEST(TimerCycleRec, TakesOverAScheduleRule) {
