@@ -1,6 +1,7 @@
 // The schedule documents and their index: entries read and written in
 // their stored forms, filed in the right document, found by the days they
-// touch, and listed by the agenda without creating anything.
+// touch, and listed by the agenda without creating anything; the zds
+// schedule and agenda commands.
 
 #include <gtest/gtest.h>
 
@@ -12,6 +13,7 @@
 #include "zds/calendar/classes.h"
 #include "zds/recurrence/cycle_format.h"
 #include "zds/store/zds.h"
+#include "support/program.h"
 #include "support/temp_root.h"
 #include "support/time_zone.h"
 
@@ -216,6 +218,62 @@ TEST(CalendarTest, TheServiceIndexReachesTheScheduleIndexByItsPath) {
   EXPECT_EQ(index->GetFilePath(), "\\calendar\\schedule\\index.xml");
   EXPECT_TRUE(facade.GetAIDLDoc()->UnloadExpandVFDLDoc(facade.GetAIDLDoc()->GetCalendarIndexPos()));
   EXPECT_EQ(facade.GetAIDLDoc()->GetNodeByPath("kov:\\Velmora\\Calendar\\Schedule"), nullptr);
+}
+
+// The zds schedule and agenda commands, run as a user would on a fresh data
+// root: bad calls are usage errors and open nothing; entries are filed,
+// listed, shown and removed.
+TEST(CalendarCommandsTest, BadCallsChangeNothingEntriesAreFiledListedShownAndRemoved) {
+  TempRoot temp;
+  auto run = [&temp](const std::vector<std::string>& args) { return test::RunZds(temp.dir(), args); };
+  auto add = [&run](std::vector<std::string> args) {  // the new position
+    args.insert(args.begin(), {"schedule", "add"});
+    test::ProgramResult result = run(args);
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    return result.out.empty() ? std::string() : result.out.substr(0, result.out.size() - 1);
+  };
+  const std::vector<std::vector<std::string>> calls = {
+      {"agenda", "2004-05-04", "2004-05-03"},
+      {"agenda", "2004-5-4"},
+      {"schedule", "add", "--subject", "x", "--begin", "2004-05-04 09:00"},
+      {"schedule", "add", "--subject", "x", "--begin", "2004-05-04 25:00", "--end", "2004-05-04 26:00"},
+      {"schedule", "add", "--subject", "x", "--begin", "2004-05-04", "--end", "2004-05-04 10:00"},
+      {"schedule", "add", "--subject", "x", "--begin", "2004-05-04", "--end", "2004-05-04", "--priority", "HIGH"},
+      {"schedule", "add", "--subject", "x", "--begin", "2004-05-04", "--end", "2004-05-04", "--map", "01"},
+      {"schedule", "add", "--subject", "x", "--begin", "2004-05-04", "--end", "2004-05-04", "--cycle", "hourly", "x", "y"},
+      {"schedule", "move"},
+  };
+  for (const auto& call : calls) EXPECT_TRUE(test::RefusedWithOneLine(run(call), 2)) << call[0] << " " << call.back();
+  EXPECT_TRUE(temp.Files().empty()) << "nothing was opened";
+
+  const std::string talk = add({"--subject", "Talk", "--begin", "2004-05-03 23:00", "--end", "2004-05-04 01:00"});
+  const std::string fair = add({"--subject", "Fair\tday", "--begin", "2004-05-04", "--end", "2004-05-04", "--priority", "high"});
+  const std::string gym = add({"--subject", "Gym", "--begin", "2004-05-01 07:00", "--end", "2004-05-01 08:00", "--cycle",
+                               "day;multiple=02", "sequence;from=2004-05-01 07:00;to=2004-05-01 08:00",
+                               "notstop;from=2004-05-01 00:00", "--map", "02;status=delete;from=2004-05-05 07:00;to=2004-05-05 08:00"});
+  EXPECT_TRUE(talk.starts_with("kov:\\Velmora\\0010\\0002\\")) << talk;
+  EXPECT_TRUE(temp.Exists("calendar/schedule/200405.xml") && temp.Exists("calendar/schedule/whole.xml"));
+
+  test::ProgramResult agenda = run({"agenda", "2004-05-03", "2004-05-05"});
+  ASSERT_EQ(agenda.exit_code, 0) << agenda.err;
+  EXPECT_EQ(agenda.out, "2004-05-03 07:00\t2004-05-03 08:00\tGym\t" + gym + "\n" +
+                            "2004-05-03 23:00\t2004-05-04 01:00\tTalk\t" + talk + "\n" +
+                            "2004-05-04\t2004-05-04\tFair day\t" + fair + "\n");
+  test::ProgramResult show = run({"schedule", "show", gym});
+  EXPECT_EQ(show.exit_code, 0);
+  EXPECT_NE(show.out.find("subject: Gym\nbegin: 2004-05-01 07:00\n"), std::string::npos) << show.out;
+  EXPECT_NE(show.out.find("cycle: Start from 2004-05-01Every 2 days Never End\n"), std::string::npos) << show.out;
+  EXPECT_NE(show.out.find("cycle_map: 02;status=delete;"), std::string::npos) << show.out;
+
+  EXPECT_EQ(run({"schedule", "rm", talk}).exit_code, 0);
+  EXPECT_EQ(run({"agenda", "2004-05-04"}).out, "2004-05-04\t2004-05-04\tFair day\t" + fair + "\n");
+  test::ProgramResult again = run({"schedule", "rm", talk});
+  EXPECT_EQ(again.exit_code, 1);
+  EXPECT_EQ(again.err, "zds: no schedule entry at " + talk + "\n");
+  for (const char* file : {"calendar/index.xml", "calendar/schedule/index.xml", "calendar/schedule/200405.xml",
+                           "calendar/schedule/cycle.xml", "calendar/schedule/whole.xml"}) {
+    ZDS_EXPECT_XMLLINT_ACCEPTS(temp.Read(file));
+  }
 }
 
 }  // namespace
