@@ -29,7 +29,7 @@ std::vector<std::string> Lines(const std::string& text) {
 const char* const kFolders[] = {"E-Mail", "News",      "Chat",      "SMS",     "Cast",
                                 "Other",  "Favorites", "Addresses", "History", "Calendar"};
 
-TEST(ZdsStoreCommandsTest, InitCreatesTheIndexAndPrintsTheTreeByPath) {
+TEST(ZdsStoreCommandsTest, InitCreatesTheIndexAndPrintsTheTreeLsAndShowReadIt) {
   TempRoot temp;
   const test::fs::path dir = temp.dir() / "fresh";  // not there yet
   Result first = test::RunZds(dir, {"init"});
@@ -40,10 +40,9 @@ TEST(ZdsStoreCommandsTest, InitCreatesTheIndexAndPrintsTheTreeByPath) {
   const std::vector<std::string> lines = Lines(first.out);
   ASSERT_GE(lines.size(), 11u) << first.out;
   EXPECT_TRUE(lines[0].starts_with("kov:\\Velmora\tfolder\t0000")) << lines[0];
-  for (int i = 0; i < 10; ++i) {
-    const std::string path = std::string("kov:\\Velmora\\") + kFolders[i];
-    EXPECT_TRUE(lines[static_cast<size_t>(i) + 1].starts_with(path + "\tfolder\t")) << lines[static_cast<size_t>(i) + 1];
-    EXPECT_NE(lines[static_cast<size_t>(i) + 1].find(CVFTree::GetLocalID(i + 1)), std::string::npos);
+  for (size_t i = 1; i <= 10; ++i) {
+    EXPECT_TRUE(lines[i].starts_with(std::string("kov:\\Velmora\\") + kFolders[i - 1] + "\tfolder\t")) << lines[i];
+    EXPECT_NE(lines[i].find(CVFTree::GetLocalID(static_cast<int>(i))), std::string::npos);
   }
   for (const std::string& file : temp.Files()) EXPECT_EQ(file.find(".tmp"), std::string::npos) << file;
 
@@ -51,23 +50,20 @@ TEST(ZdsStoreCommandsTest, InitCreatesTheIndexAndPrintsTheTreeByPath) {
   EXPECT_EQ(second.exit_code, 0);
   EXPECT_EQ(second.out, first.out);
   EXPECT_EQ(test::ReadNative(dir / "aidl.xml"), index) << "an existing index is opened, not rewritten";
-}
 
-TEST(ZdsStoreCommandsTest, LsAndShowReadTheTree) {
-  TempRoot temp;
-  ASSERT_EQ(test::RunZds(temp.dir(), {"init"}).exit_code, 0);
-  Result ls = test::RunZds(temp.dir(), {"ls", "kov:\\Velmora"});
+  // ls and show read the tree.
+  Result ls = test::RunZds(dir, {"ls", "kov:\\Velmora"});
   ASSERT_EQ(ls.exit_code, 0) << ls.err;
-  const std::vector<std::string> lines = Lines(ls.out);
-  ASSERT_EQ(lines.size(), 10u) << ls.out;
-  for (int i = 0; i < 10; ++i) {
-    EXPECT_EQ(lines[static_cast<size_t>(i)], CVFTree::GetLocalID(i + 1) + "\tfolder\t" + kFolders[i]);
+  const std::vector<std::string> listed = Lines(ls.out);
+  ASSERT_EQ(listed.size(), 10u) << ls.out;
+  for (size_t i = 0; i < 10; ++i) {
+    EXPECT_EQ(listed[i], CVFTree::GetLocalID(static_cast<int>(i) + 1) + "\tfolder\t" + kFolders[i]);
   }
-  Result empty = test::RunZds(temp.dir(), {"ls", "kov:\\Velmora\\SMS"});
+  Result empty = test::RunZds(dir, {"ls", "kov:\\Velmora\\SMS"});
   EXPECT_EQ(empty.exit_code, 0);
   EXPECT_EQ(empty.out, "");
 
-  Result show = test::RunZds(temp.dir(), {"show", "kov:\\Velmora\\Favorites"});
+  Result show = test::RunZds(dir, {"show", "kov:\\Velmora\\Favorites"});
   ASSERT_EQ(show.exit_code, 0) << show.err;
   for (const char* field : {"path: kov:\\Velmora\\Favorites", "position: kov:\\Velmora\\0007", "id: 0007",
                             "attribute: system", "content: Fav;class=CFavDoc;os=universal",
