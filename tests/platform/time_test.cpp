@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "support/time_zone.h"
 
 namespace zds {
@@ -27,13 +29,8 @@ TEST_F(TimeTest, ParsesTheStoredFormsAndNothingElse) {
 // beyond those every C runtime places itself (1970 to 3000 on Windows);
 // weekdays count from Sunday.
 TEST_F(TimeTest, ConstructorNormalisesFieldsAcrossTheYearsAndCountsWeekdays) {
-  struct Case {
-    int year, month, day, hour, minute, second;
-    const char* shown;
-    int64_t seconds;
-    int day_of_week;
-  };
-  const Case cases[] = {
+  // Year, month, day, hour, minute, second; shown, seconds since 1970, day of the week.
+  const std::tuple<int, int, int, int, int, int, const char*, int64_t, int> cases[] = {
       {2005, 4, 31, 0, 0, 0, "2005-05-01 00:00:00", 1114905600, 1},
       {2005, 13, 1, 0, 0, 0, "2006-01-01 00:00:00", 1136073600, 1},
       {2005, 1, 1, 25, 0, 0, "2005-01-02 01:00:00", 1104627600, 1},
@@ -45,11 +42,10 @@ TEST_F(TimeTest, ConstructorNormalisesFieldsAcrossTheYearsAndCountsWeekdays) {
       {1000, 1, 1, 0, 0, 0, "1000-01-01 00:00:00", -30610224000, 4},
       {9999, 12, 31, 23, 59, 59, "9999-12-31 23:59:59", 253402300799, 6},
   };
-  for (const Case& c : cases) {
-    const CTime time(c.year, c.month, c.day, c.hour, c.minute, c.second);
-    EXPECT_EQ(time.Format(kTimeFormatSeconds), c.shown);
-    EXPECT_EQ(time.GetTime(), c.seconds) << c.shown;
-    EXPECT_EQ(time.GetDayOfWeek(), c.day_of_week) << c.shown;
+  for (auto [year, month, day, hour, minute, second, shown, seconds, day_of_week] : cases) {
+    const CTime time(year, month, day, hour, minute, second);
+    EXPECT_EQ(time.Format(kTimeFormatSeconds), shown);
+    EXPECT_EQ(std::pair(time.GetTime(), time.GetDayOfWeek()), std::pair(seconds, day_of_week)) << shown;
   }
 }
 
