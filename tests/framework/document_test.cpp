@@ -219,7 +219,6 @@ TEST(RootAndPrologueTest, RootAttributesAndThePrologueChangeInPlace) {
   for (const char* bad : {"", "1st", "a b", "a\"b"}) EXPECT_FALSE(doc.SetRootAttribute(bad, "x", false)) << bad;
   const std::string header = "\n<header type=\"wide\"><index id=\"0001\" alias=\"To\" width=\"7\"/></header>\n";
   ASSERT_TRUE(doc.SetPrologue(header, false));
-  EXPECT_EQ(doc.GetPrologue(), header);
   for (const char* bad : {"<header>", "<folder id=\"0009\"/>", "\n<a/><folder/>", "&nope;"}) {
     EXPECT_FALSE(doc.SetPrologue(bad, false)) << bad;
   }
