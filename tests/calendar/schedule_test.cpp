@@ -1,6 +1,7 @@
 // The schedule documents and their index: entries read and written in
 // their stored forms, filed in the right document, found by the days they
-// touch, and listed by the agenda without creating anything.
+// touch, and listed by the agenda without creating anything; the zds
+// schedule and agenda commands.
 
 #include <gtest/gtest.h>
 
@@ -12,6 +13,7 @@
 #include "zds/calendar/classes.h"
 #include "zds/recurrence/cycle_format.h"
 #include "zds/store/zds.h"
+#include "support/program.h"
 #include "support/temp_root.h"
 #include "support/time_zone.h"
 
@@ -71,7 +73,7 @@ const RoundTrip kRoundTrips[] = {
      R"(<rec id="0001" alias="" subject="" begin="1970-01-01" end="1970-01-01" contact="" priority="normal" Cycle="no" Map="no" IsTimer="no" SetMinutes="0" TimerActID="">)"},
 };
 
-TEST_F(ScheduleTest, EntriesComeBackInTheirCanonicalForms) {
+TEST_F(ScheduleTest, EntriesAndTheirRulesComeBackInTheirCanonicalForms) {
   test::UseTimeZone("UTC");
   for (const RoundTrip& trip : kRoundTrips) {
     SCOPED_TRACE(trip.stored);
@@ -83,14 +85,12 @@ TEST_F(ScheduleTest, EntriesComeBackInTheirCanonicalForms) {
     ASSERT_EQ(fresh.AddRec("kov:\\Schedule\\0000", *rec, false), "kov:\\Schedule\\0001");
     EXPECT_NE(fresh.GetXml().find(std::string(trip.written) + "\r\n</rec>"), std::string::npos) << fresh.GetXml();
   }
-}
 
-TEST_F(ScheduleTest, TheRuleLeavesTheVariablesAndIsWrittenBackInOrder) {
+  // With "Cycle" the rule's variables leave the list, and are written back composed from it, in order.
   const char* variables =
       R"(<variable name="note" value="n" mark="1"/><variable name="CYCLE_MAP" value="03;status=delete;from=2004-05-04 09:00;to=2004-05-04 10:00"/>)"
       R"(<variable name="Cycle_Range" value="numlimited;number=05;from=2004-05-01 00:00"/><other keep="me"/>)"
       R"(<variable name="cycle_type" value="WEEK;Multiple=2"/>)";
-  test::UseTimeZone("UTC");
   CScheduleDoc doc;
   for (const char* flag : {"yes", "no"}) {
     ASSERT_TRUE(doc.SetXml(std::string("<schedule><folder id=\"0000\"><rec id=\"0001\" begin=\"2004-05-01 09:00\" Cycle=\"") +
@@ -210,10 +210,70 @@ TEST(CalendarTest, TheServiceIndexReachesTheScheduleIndexByItsPath) {
   EXPECT_EQ(temp.Read("calendar/index.xml"), LoadTemplate(res::kCalendarTemplate));
   CVFDLNode* schedule = facade.GetAIDLDoc()->GetNodeByPath("kov:\\Velmora\\Calendar\\Schedule");
   ASSERT_NE(schedule, nullptr);
+  EXPECT_EQ(schedule->GetPos(), "kov:\\Velmora\\0010\\0002");
+  EXPECT_EQ(facade.GetAIDLDoc()->FindNodeByPos(schedule->GetPos()), schedule);
   CVFDLDoc* index = facade.GetAIDLDoc()->LoadExpandVFDLDoc(schedule->GetPos());
   ASSERT_NE(dynamic_cast<CScheduleIndexDoc*>(index), nullptr);
   EXPECT_EQ(index, calendar->GetScheduleIndexDoc());
   EXPECT_EQ(index->GetFilePath(), "\\calendar\\schedule\\index.xml");
+  EXPECT_TRUE(facade.GetAIDLDoc()->UnloadExpandVFDLDoc(facade.GetAIDLDoc()->GetCalendarIndexPos()));
+  EXPECT_EQ(facade.GetAIDLDoc()->GetNodeByPath("kov:\\Velmora\\Calendar\\Schedule"), nullptr);
+}
+
+// The zds schedule and agenda commands, run as a user would on a fresh data
+// root: bad calls are usage errors and open nothing; entries are filed,
+// listed, shown and removed.
+TEST(CalendarCommandsTest, BadCallsChangeNothingEntriesAreFiledListedShownAndRemoved) {
+  TempRoot temp;
+  auto run = [&temp](const std::vector<std::string>& args) { return test::RunZds(temp.dir(), args); };
+  auto add = [&run](std::vector<std::string> args) {  // the new position
+    args.insert(args.begin(), {"schedule", "add"});
+    test::ProgramResult result = run(args);
+    EXPECT_EQ(result.exit_code, 0) << result.err;
+    return result.out.empty() ? std::string() : result.out.substr(0, result.out.size() - 1);
+  };
+  const std::vector<std::vector<std::string>> calls = {
+      {"agenda", "2004-05-04", "2004-05-03"},
+      {"agenda", "2004-5-4"},
+      {"schedule", "add", "--subject", "x", "--begin", "2004-05-04 09:00"},
+      {"schedule", "add", "--subject", "x", "--begin", "2004-05-04 25:00", "--end", "2004-05-04 26:00"},
+      {"schedule", "add", "--subject", "x", "--begin", "2004-05-04", "--end", "2004-05-04 10:00"},
+      {"schedule", "add", "--subject", "x", "--begin", "2004-05-04", "--end", "2004-05-04", "--priority", "HIGH"},
+      {"schedule", "add", "--subject", "x", "--begin", "2004-05-04", "--end", "2004-05-04", "--map", "01"},
+      {"schedule", "add", "--subject", "x", "--begin", "2004-05-04", "--end", "2004-05-04", "--cycle", "hourly", "x", "y"},
+      {"schedule", "move"},
+  };
+  for (const auto& call : calls) EXPECT_TRUE(test::RefusedWithOneLine(run(call), 2)) << call[0] << " " << call.back();
+  EXPECT_TRUE(temp.Files().empty()) << "nothing was opened";
+
+  const std::string talk = add({"--subject", "Talk", "--begin", "2004-05-03 23:00", "--end", "2004-05-04 01:00"});
+  const std::string fair = add({"--subject", "Fair\tday", "--begin", "2004-05-04", "--end", "2004-05-04", "--priority", "high"});
+  const std::string gym = add({"--subject", "Gym", "--begin", "2004-05-01 07:00", "--end", "2004-05-01 08:00", "--cycle",
+                               "day;multiple=02", "sequence;from=2004-05-01 07:00;to=2004-05-01 08:00",
+                               "notstop;from=2004-05-01 00:00", "--map", "02;status=delete;from=2004-05-05 07:00;to=2004-05-05 08:00"});
+  EXPECT_TRUE(talk.starts_with("kov:\\Velmora\\0010\\0002\\")) << talk;
+  EXPECT_TRUE(temp.Exists("calendar/schedule/200405.xml") && temp.Exists("calendar/schedule/whole.xml"));
+
+  test::ProgramResult agenda = run({"agenda", "2004-05-03", "2004-05-05"});
+  ASSERT_EQ(agenda.exit_code, 0) << agenda.err;
+  EXPECT_EQ(agenda.out, "2004-05-03 07:00\t2004-05-03 08:00\tGym\t" + gym + "\n" +
+                            "2004-05-03 23:00\t2004-05-04 01:00\tTalk\t" + talk + "\n" +
+                            "2004-05-04\t2004-05-04\tFair day\t" + fair + "\n");
+  test::ProgramResult show = run({"schedule", "show", gym});
+  EXPECT_EQ(show.exit_code, 0);
+  EXPECT_NE(show.out.find("subject: Gym\nbegin: 2004-05-01 07:00\n"), std::string::npos) << show.out;
+  EXPECT_NE(show.out.find("cycle: Start from 2004-05-01Every 2 days Never End\n"), std::string::npos) << show.out;
+  EXPECT_NE(show.out.find("cycle_map: 02;status=delete;"), std::string::npos) << show.out;
+
+  EXPECT_EQ(run({"schedule", "rm", talk}).exit_code, 0);
+  EXPECT_EQ(run({"agenda", "2004-05-04"}).out, "2004-05-04\t2004-05-04\tFair day\t" + fair + "\n");
+  test::ProgramResult again = run({"schedule", "rm", talk});
+  EXPECT_EQ(again.exit_code, 1);
+  EXPECT_EQ(again.err, "zds: no schedule entry at " + talk + "\n");
+  for (const char* file : {"calendar/index.xml", "calendar/schedule/index.xml", "calendar/schedule/200405.xml",
+                           "calendar/schedule/cycle.xml", "calendar/schedule/whole.xml"}) {
+    ZDS_EXPECT_XMLLINT_ACCEPTS(temp.Read(file));
+  }
 }
 
 }  // namespace

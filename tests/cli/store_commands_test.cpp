@@ -19,11 +19,6 @@ using test::TempRoot;
 
 using Result = test::ProgramResult;
 
-Result RunZds(const test::fs::path& dir, std::vector<std::string> args) {
-  args.insert(args.begin(), {"--root", dir.string()});
-  return test::RunZds(args);
-}
-
 std::vector<std::string> Lines(const std::string& text) {
   std::vector<std::string> lines;
   std::istringstream in(text);
@@ -34,10 +29,10 @@ std::vector<std::string> Lines(const std::string& text) {
 const char* const kFolders[] = {"E-Mail", "News",      "Chat",      "SMS",     "Cast",
                                 "Other",  "Favorites", "Addresses", "History", "Calendar"};
 
-TEST(ZdsStoreCommandsTest, InitCreatesTheIndexAndPrintsTheTreeByPath) {
+TEST(ZdsStoreCommandsTest, InitCreatesTheIndexAndPrintsTheTreeLsAndShowReadIt) {
   TempRoot temp;
   const test::fs::path dir = temp.dir() / "fresh";  // not there yet
-  Result first = RunZds(dir, {"init"});
+  Result first = test::RunZds(dir, {"init"});
   ASSERT_EQ(first.exit_code, 0) << first.err;
   EXPECT_EQ(first.err, "");
   const std::string index = test::ReadNative(dir / "aidl.xml");
@@ -45,34 +40,30 @@ TEST(ZdsStoreCommandsTest, InitCreatesTheIndexAndPrintsTheTreeByPath) {
   const std::vector<std::string> lines = Lines(first.out);
   ASSERT_GE(lines.size(), 11u) << first.out;
   EXPECT_TRUE(lines[0].starts_with("kov:\\Velmora\tfolder\t0000")) << lines[0];
-  for (int i = 0; i < 10; ++i) {
-    const std::string path = std::string("kov:\\Velmora\\") + kFolders[i];
-    EXPECT_TRUE(lines[static_cast<size_t>(i) + 1].starts_with(path + "\tfolder\t")) << lines[static_cast<size_t>(i) + 1];
-    EXPECT_NE(lines[static_cast<size_t>(i) + 1].find(CVFTree::GetLocalID(i + 1)), std::string::npos);
+  for (size_t i = 1; i <= 10; ++i) {
+    EXPECT_TRUE(lines[i].starts_with(std::string("kov:\\Velmora\\") + kFolders[i - 1] + "\tfolder\t")) << lines[i];
+    EXPECT_NE(lines[i].find(CVFTree::GetLocalID(static_cast<int>(i))), std::string::npos);
   }
   for (const std::string& file : temp.Files()) EXPECT_EQ(file.find(".tmp"), std::string::npos) << file;
 
-  Result second = RunZds(dir, {"init"});
+  Result second = test::RunZds(dir, {"init"});
   EXPECT_EQ(second.exit_code, 0);
   EXPECT_EQ(second.out, first.out);
   EXPECT_EQ(test::ReadNative(dir / "aidl.xml"), index) << "an existing index is opened, not rewritten";
-}
 
-TEST(ZdsStoreCommandsTest, LsAndShowReadTheTree) {
-  TempRoot temp;
-  ASSERT_EQ(RunZds(temp.dir(), {"init"}).exit_code, 0);
-  Result ls = RunZds(temp.dir(), {"ls", "kov:\\Velmora"});
+  // ls and show read the tree.
+  Result ls = test::RunZds(dir, {"ls", "kov:\\Velmora"});
   ASSERT_EQ(ls.exit_code, 0) << ls.err;
-  const std::vector<std::string> lines = Lines(ls.out);
-  ASSERT_EQ(lines.size(), 10u) << ls.out;
-  for (int i = 0; i < 10; ++i) {
-    EXPECT_EQ(lines[static_cast<size_t>(i)], CVFTree::GetLocalID(i + 1) + "\tfolder\t" + kFolders[i]);
+  const std::vector<std::string> listed = Lines(ls.out);
+  ASSERT_EQ(listed.size(), 10u) << ls.out;
+  for (size_t i = 0; i < 10; ++i) {
+    EXPECT_EQ(listed[i], CVFTree::GetLocalID(static_cast<int>(i) + 1) + "\tfolder\t" + kFolders[i]);
   }
-  Result empty = RunZds(temp.dir(), {"ls", "kov:\\Velmora\\SMS"});
+  Result empty = test::RunZds(dir, {"ls", "kov:\\Velmora\\SMS"});
   EXPECT_EQ(empty.exit_code, 0);
   EXPECT_EQ(empty.out, "");
 
-  Result show = RunZds(temp.dir(), {"show", "kov:\\Velmora\\Favorites"});
+  Result show = test::RunZds(dir, {"show", "kov:\\Velmora\\Favorites"});
   ASSERT_EQ(show.exit_code, 0) << show.err;
   for (const char* field : {"path: kov:\\Velmora\\Favorites", "position: kov:\\Velmora\\0007", "id: 0007",
                             "attribute: system", "content: Fav;class=CFavDoc;os=universal",
@@ -81,16 +72,20 @@ TEST(ZdsStoreCommandsTest, LsAndShowReadTheTree) {
   }
 }
 
-TEST(ZdsStoreCommandsTest, BadPathGetsOneLineAndExitOne) {
+TEST(ZdsStoreCommandsTest, MissingStoresAndBadPathsGetOneLineAndExitOne) {
   TempRoot temp;
-  ASSERT_EQ(RunZds(temp.dir(), {"init"}).exit_code, 0);
+  for (const test::fs::path& dir : {temp.dir(), temp.dir() / "missing"}) {
+    for (const char* command : {"ls", "show"}) {
+      EXPECT_TRUE(test::RefusedWithOneLine(test::RunZds(dir, {command, "kov:\\Velmora"}), 1)) << command;
+    }
+  }
+  EXPECT_TRUE(temp.Files().empty()) << "looking creates nothing";
+  EXPECT_FALSE(test::fs::exists(temp.dir() / "missing"));
+  ASSERT_EQ(test::RunZds(temp.dir(), {"init"}).exit_code, 0);
   const std::string before = temp.Read("aidl.xml");
   for (const char* command : {"ls", "show"}) {
     for (const char* path : {"kov:\\Velmora\\Nowhere", "kov:\\Elsewhere", "", "kov:\\Velmora\\E-Mail\\x\\y"}) {
-      Result result = RunZds(temp.dir(), {command, path});
-      EXPECT_EQ(result.exit_code, 1) << command << " " << path;
-      EXPECT_EQ(result.out, "");
-      EXPECT_EQ(Lines(result.err).size(), 1u) << result.err;
+      EXPECT_TRUE(test::RefusedWithOneLine(test::RunZds(temp.dir(), {command, path}), 1)) << command << " " << path;
     }
   }
   EXPECT_EQ(temp.Read("aidl.xml"), before);
@@ -114,10 +109,8 @@ TEST(ZdsStoreCommandsTest, DamagedIndexIsReportedAndLeftUntouched) {
     temp.Write("aidl.xml", text);
     for (const std::vector<std::string>& args :
          {std::vector<std::string>{"init"}, {"ls", "kov:\\Velmora"}, {"show", "kov:\\Velmora"}}) {
-      Result result = RunZds(temp.dir(), args);
-      EXPECT_GT(result.exit_code, 0) << args[0] << " must exit with an error, not crash";
-      EXPECT_EQ(result.out, "");
-      EXPECT_EQ(Lines(result.err).size(), 1u) << result.err;
+      Result result = test::RunZds(temp.dir(), args);
+      EXPECT_TRUE(test::RefusedWithOneLine(result, 1)) << args[0] << " must exit with an error, not crash";
       EXPECT_NE(result.err.find("aidl.xml"), std::string::npos) << result.err;
     }
     EXPECT_EQ(temp.Read("aidl.xml"), text);
@@ -131,25 +124,8 @@ TEST(ZdsStoreCommandsTest, HelpGoesToStandardOutputAndBadUsageExitsTwo) {
   EXPECT_EQ(help.err, "");
   for (const std::vector<std::string>& args :
        {std::vector<std::string>{}, {"--root"}, {"frobnicate"}, {"ls"}, {"show", "a", "b"}}) {
-    Result result = test::RunZds(args);
-    EXPECT_EQ(result.exit_code, 2) << (args.empty() ? "(none)" : args[0]);
-    EXPECT_EQ(result.out, "");
-    EXPECT_EQ(Lines(result.err).size(), 1u) << result.err;
+    EXPECT_TRUE(test::RefusedWithOneLine(test::RunZds(args), 2)) << (args.empty() ? "(none)" : args[0]);
   }
-}
-
-TEST(ZdsStoreCommandsTest, LsAndShowWithoutAStoreFailCleanly) {
-  TempRoot temp;
-  for (const test::fs::path& dir : {temp.dir(), temp.dir() / "missing"}) {
-    for (const char* command : {"ls", "show"}) {
-      Result result = RunZds(dir, {command, "kov:\\Velmora"});
-      EXPECT_EQ(result.exit_code, 1) << command;
-      EXPECT_EQ(result.out, "");
-      EXPECT_EQ(Lines(result.err).size(), 1u) << result.err;
-    }
-  }
-  EXPECT_TRUE(temp.Files().empty()) << "looking creates nothing";
-  EXPECT_FALSE(test::fs::exists(temp.dir() / "missing"));
 }
 
 }  // namespace

@@ -44,23 +44,27 @@ void ExpectContains(const std::string& text, const std::vector<std::string>& pie
   for (const std::string& piece : pieces) EXPECT_NE(text.find(piece), std::string::npos) << piece << "\n" << text;
 }
 
-TEST(UnknownContentTest, LoadAndSaveChangeNoByte) {
+// Loading and saving change no byte; an update rewrites only the record's
+// own text, keeping what this kind does not know; deleting neighbours
+// keeps comments and unknown elements. A save writes the text in pieces
+// (unchanged runs straight from the loaded text): the file must hold
+// exactly what GetXml gives after every kind of change.
+TEST(UnknownContentTest, SurvivesLoadingUpdatesDeletesAndSaves) {
+  TempRoot temp;
+  temp.Write("notes.xml", kRich);
   NoteDoc doc;
-  ASSERT_TRUE(doc.SetXml(kRich));
-  EXPECT_EQ(doc.GetXml(), kRich);
+  doc.SetDataRoot(temp.root());
+  ASSERT_EQ(doc.LoadXMLDoc("\\notes.xml"), OpenResult::kLoaded);
+  auto saved = [&] { return doc.SaveXMLDoc() && temp.Read("notes.xml") == doc.GetXml(); };
+  ASSERT_TRUE(saved());
+  EXPECT_EQ(temp.Read("notes.xml"), kRich);
   EXPECT_EQ(doc.GetNodeByID("0003"), nullptr) << "the refused record is not loaded";
   EXPECT_EQ(doc.GetRootAttribute("future"), "yes");
-  const auto* first = static_cast<NoteRec*>(doc.GetNodeByID("0002"));
-  ASSERT_NE(first, nullptr);
-  EXPECT_EQ(first->GetExtendRec().note, "a & b");
-  EXPECT_EQ(first->GetExtendRec().items, (std::vector<std::string>{"one", "two"}));
+  ASSERT_NE(doc.GetRec("kov:\\Notes\\0002"), nullptr);
+  NoteRec copy = *doc.GetRec("kov:\\Notes\\0002");
+  EXPECT_EQ(copy.GetExtendRec().note, "a & b");
+  EXPECT_EQ(copy.GetExtendRec().items, (std::vector<std::string>{"one", "two"}));
   ZDS_EXPECT_XMLLINT_ACCEPTS(kRich);
-}
-
-TEST(UnknownContentTest, UpdatedRecordKeepsItsUnknownAttributesAndChildren) {
-  NoteDoc doc;
-  ASSERT_TRUE(doc.SetXml(kRich));
-  NoteRec copy = *static_cast<NoteRec*>(doc.GetNodeByID("0002"));
   copy.GetExtendRec().note = "changed";
   // A caller may also build the value itself, knowing nothing of the unknown parts.
   for (const NoteRec& value : {copy, MakeNote("First", "fresh", {"one"})}) {
@@ -68,27 +72,32 @@ TEST(UnknownContentTest, UpdatedRecordKeepsItsUnknownAttributesAndChildren) {
     const std::string text = doc.GetXml();
     ExpectContains(text, {" mood=\"calm\"", "<extra kind=\"new\">text &lt; here</extra>", "<!-- between the items -->",
                           "note=\"" + value.GetExtendRec().note + "\""});
-    // Only the record's own text changes.
     EXPECT_TRUE(text.starts_with(kRich.substr(0, kRich.find("<rec id=\"0002\"")))) << text;
     EXPECT_TRUE(text.ends_with(kRich.substr(kRich.find("\n  <rec id=\"0003\"")))) << text;
     NoteDoc reloaded;
     ASSERT_TRUE(reloaded.SetXml(text));
-    EXPECT_TRUE(*static_cast<NoteRec*>(reloaded.GetNodeByID("0002")) == *static_cast<NoteRec*>(doc.GetNodeByID("0002")));
+    EXPECT_TRUE(*reloaded.GetRec("kov:\\Notes\\0002") == *doc.GetRec("kov:\\Notes\\0002"));
     ZDS_EXPECT_XMLLINT_ACCEPTS(text);
+    EXPECT_TRUE(saved());
   }
-}
-
-TEST(UnknownContentTest, DeletingNeighboursKeepsCommentsAndUnknownElements) {
-  NoteDoc doc;
-  ASSERT_TRUE(doc.SetXml(kRich));
+  ASSERT_FALSE(doc.AddRec("kov:\\Notes\\0001", MakeNote("New", "n", {"x"}), false).empty());  // a self-closed folder
+  EXPECT_TRUE(saved());
+  NoteDoc reparsed;
+  ASSERT_TRUE(reparsed.SetXml(doc.GetXml()));
+  EXPECT_NE(reparsed.GetNodeByPath("kov:\\Notes\\Schedule\\New"), nullptr) << "the folder was opened";
+  ZDS_EXPECT_XMLLINT_ACCEPTS(doc.GetXml());
   ASSERT_TRUE(doc.DelFolder("kov:\\Notes\\0001"));
+  EXPECT_TRUE(saved());
   ASSERT_TRUE(doc.DelRec("kov:\\Notes\\0002"));
+  EXPECT_TRUE(saved());
   ASSERT_TRUE(doc.DelRec("kov:\\Notes\\0004"));
+  EXPECT_TRUE(saved());
+  EXPECT_EQ(temp.Files(), std::vector<std::string>{"root/notes.xml"});
   const std::string text = doc.GetXml();
   ExpectContains(text, {"<!-- kept as it stands -->", "<widget id=\"w1\"><part/></widget>",
                         "<rec id=\"0003\" alias=\"Refused\" note=\"no closing line\"/>", "<trailer/>",
                         "colour=\"red\"", "<header type='normal'>"});
-  for (const char* gone : {"Schedule", "First", "Second"}) EXPECT_EQ(text.find(gone), std::string::npos) << gone;
+  for (const char* gone : {"Schedule", "First", "Second", "New"}) EXPECT_EQ(text.find(gone), std::string::npos) << gone;
   EXPECT_TRUE(NoteDoc().SetXml(text));
   ZDS_EXPECT_XMLLINT_ACCEPTS(text);
 }
@@ -100,7 +109,7 @@ TEST(IdTest, DuplicateAndMissingIdsGetNewUniqueOnes) {
       "<folder id=\"0000\" alias=\"Notes\" attribute=\"root\">\r\n<rec id=\"0005\" alias=\"a\"></rec>\r\n"
       "<rec id=\"0005\" alias=\"b\"></rec>\r\n<rec alias=\"c\"></rec>\r\n<folder id=\"0005\" alias=\"d\"></folder>\r\n"
       "<rec id=\"x1\" alias=\"e\"></rec>\r\n<rec id=\"123456\" alias=\"f\"></rec>\r\n<rec id=\"x1\" alias=\"g\"></rec>\r\n"
-      "</folder>\r\n</notes>\r\n"));
+      "<rec id=\"123457\" alias=\"refused\"/>\r\n</folder>\r\n</notes>\r\n"));
   std::set<std::string> ids;
   for (const char* alias : {"a", "b", "c", "d", "e", "f", "g"}) {
     CVFDLNode* node = doc.GetNodeByPath(std::string("kov:\\Notes\\") + alias);
@@ -112,7 +121,8 @@ TEST(IdTest, DuplicateAndMissingIdsGetNewUniqueOnes) {
   EXPECT_EQ(doc.GetNodeByPath("kov:\\Notes\\a")->GetID(), "0005");
   EXPECT_EQ(doc.GetNodeByPath("kov:\\Notes\\e")->GetID(), "x1");
   const std::string added = doc.AddRec("kov:\\Notes\\0000", MakeNote("h", "h"), false);
-  EXPECT_TRUE(ids.insert(doc.GetNodeByPos(added)->GetID()).second) << added;
+  EXPECT_EQ(added, "kov:\\Notes\\123458") << "a refused record keeps its id taken";
+  ids.insert("123458");
   ASSERT_TRUE(doc.DelRec("kov:\\Notes\\123456"));
   EXPECT_EQ(doc.GetNodeByID("123456"), nullptr);
   ids.erase("123456");
@@ -124,21 +134,11 @@ TEST(IdTest, DuplicateAndMissingIdsGetNewUniqueOnes) {
   ZDS_EXPECT_XMLLINT_ACCEPTS(doc.GetXml());
 }
 
-TEST(IdTest, ARefusedRecordKeepsItsIdTaken) {
-  NoteDoc doc;
-  ASSERT_TRUE(doc.SetXml(
-      "<?xml version=\"1.0\" encoding=\"ascii\"?>\r\n<notes ver=\"1.0\">\r\n"
-      "<folder id=\"0000\" alias=\"Notes\" attribute=\"root\">\r\n<rec id=\"0009\" alias=\"refused\"/>\r\n"
-      "</folder>\r\n</notes>\r\n"));
-  const std::string added = doc.AddRec("kov:\\Notes\\0000", MakeNote("new", "n"), false);
-  EXPECT_EQ(added, "kov:\\Notes\\0010");
-}
-
 std::string Replace(std::string text, std::string_view from, std::string_view to) {
   return text.replace(text.find(from), from.size(), to);
 }
 
-TEST(DamagedFileTest, EachIsRefusedAndLeftUntouched) {
+TEST(DamagedFileTest, EachIsRefusedAndLeftUntouchedAsIsEveryTruncation) {
   const std::string good(test::kNoteTemplate);
   const std::pair<const char*, std::string> damaged[] = {
       {"empty", ""},
@@ -174,10 +174,7 @@ TEST(DamagedFileTest, EachIsRefusedAndLeftUntouched) {
     EXPECT_EQ(temp.Read("notes.xml"), text);
     EXPECT_EQ(temp.Files(), std::vector<std::string>{"root/notes.xml"});
   }
-}
-
-TEST(DamagedFileTest, EveryTruncationIsRefusedAndKeepsTheLoadedDocument) {
-  const std::string good(test::kNoteTemplate);
+  // Every truncation is refused and keeps the document loaded before.
   NoteDoc doc;
   ASSERT_TRUE(doc.SetXml(kRich));
   for (size_t length = 0; length < good.rfind('>'); ++length) {
@@ -187,85 +184,51 @@ TEST(DamagedFileTest, EveryTruncationIsRefusedAndKeepsTheLoadedDocument) {
   EXPECT_NE(doc.GetNodeByPos("kov:\\Notes\\0002"), nullptr);
 }
 
-TEST(CreateOrOpenTest, MissingIsCreatedReadIsOpenedWithoutAutoSaveNothingIsWritten) {
+// Without auto-save the caller saves, or asks for a save with an edit's
+// flag; with it every change is written at once, and never a temporary.
+TEST(CreateOrOpenTest, MissingIsCreatedReadIsOpenedAndSavesFollowTheFlags) {
   TempRoot temp;
   NoteDoc created, refused, opened;
   for (NoteDoc* doc : {&created, &refused, &opened}) doc->SetDataRoot(temp.root());
   EXPECT_EQ(OpenVFDLDoc(created, "\\notes.xml", ""), OpenResult::kCreated);
-  EXPECT_EQ(created.GetRoot()->GetID(), "0000");
   EXPECT_EQ(created.GetXml(), test::kNoteTemplate);
   EXPECT_EQ(OpenVFDLDoc(refused, "\\notes.xml", "", false), OpenResult::kMissing) << "not created when not asked to";
   const std::string pos = created.AddRec("kov:\\Notes\\0001", MakeNote("a", "1"), false);
   EXPECT_TRUE(created.UpdateRec(pos, MakeNote("b", "2"), false));
   EXPECT_TRUE(created.IsModified());
-  EXPECT_FALSE(temp.Exists("notes.xml")) << "without auto-save the caller saves";
-  EXPECT_TRUE(created.SaveXMLDoc());
+  EXPECT_FALSE(temp.Exists("notes.xml"));
+  EXPECT_NE(created.AddRec("kov:\\Notes\\0001", MakeNote("c", "3"), true), "");
+  EXPECT_EQ(temp.Read("notes.xml"), created.GetXml());
+  created.SetAutoSaveFlag(true);
+  EXPECT_TRUE(created.UpdateRec(pos, MakeNote("d", "4"), false));
+  EXPECT_EQ(temp.Read("notes.xml"), created.GetXml());
+  EXPECT_EQ(temp.Files(), std::vector<std::string>{"root/notes.xml"});
   EXPECT_EQ(OpenVFDLDoc(opened, "\\notes.xml", ""), OpenResult::kLoaded);
   EXPECT_EQ(opened.GetXml(), created.GetXml());
-  EXPECT_EQ(opened.GetNodeByPos(pos)->GetAlias(), "b");
+  EXPECT_EQ(opened.GetNodeByPos(pos)->GetAlias(), "d");
   EXPECT_EQ(opened.GetScheme(), "kov:");
 }
 
-TEST(SaveTest, AutoSaveWritesEveryChangeAndLeavesNoTemporaryFile) {
-  TempRoot temp;
+// Both change in place, keeping the rest of the text; the prologue takes
+// well-formed content but no folder.
+TEST(RootAndPrologueTest, RootAttributesAndThePrologueChangeInPlace) {
   NoteDoc doc;
-  doc.SetDataRoot(temp.root());
-  doc.SetAutoSaveFlag(true);
-  ASSERT_EQ(OpenVFDLDoc(doc, "\\notes.xml", ""), OpenResult::kCreated);
-  auto saved = [&] { return temp.Read("notes.xml") == doc.GetXml(); };
-  EXPECT_TRUE(saved());
-  const std::string rec = doc.AddRec("kov:\\Notes\\0001", MakeNote("a", "1"), false);
-  EXPECT_TRUE(saved());
-  EXPECT_TRUE(doc.UpdateRec(rec, MakeNote("b", "2"), false));
-  EXPECT_TRUE(saved());
-  const std::string folder = doc.AddFolder("kov:\\Notes\\0000", test::ShelfFolder(), false);
-  EXPECT_TRUE(saved());
-  EXPECT_TRUE(doc.DelRec(rec));
-  EXPECT_TRUE(saved());
-  EXPECT_TRUE(doc.DelFolder(folder));
-  EXPECT_TRUE(saved());
-  doc.SetAutoSaveFlag(false);
-  EXPECT_NE(doc.AddRec("kov:\\Notes\\0001", MakeNote("c", "3"), false), "");
-  EXPECT_FALSE(saved());
-  EXPECT_NE(doc.AddRec("kov:\\Notes\\0001", MakeNote("e", "5"), true), "");  // the flag asks for a save
-  EXPECT_TRUE(saved());
-  EXPECT_EQ(temp.Files(), std::vector<std::string>{"root/notes.xml"});
-}
-
-}  // namespace
-}  // namespace zds
-
-namespace zds {
-namespace {
-
-TEST(RootAndPrologueTest, RootAttributesChangeInPlaceKeepingTheRestOfTheElement) {
-  test::NoteDoc doc;
   ASSERT_TRUE(doc.SetXml(kRich));
   ASSERT_TRUE(doc.SetRootAttribute("ver", "2.0", false));
   ASSERT_TRUE(doc.SetRootAttribute("id_range", "0008 & \"more\"", false));
-  const std::string text = doc.GetXml();
-  EXPECT_EQ(text, Replace(kRich, "<notes ver=\"1.0\" future=\"yes\">",
-                          "<notes ver=\"2.0\" future=\"yes\" id_range=\"0008 &amp; &quot;more&quot;\">"));
-  test::NoteDoc reloaded;
-  ASSERT_TRUE(reloaded.SetXml(text));
-  EXPECT_EQ(reloaded.GetRootAttribute("id_range"), "0008 & \"more\"");
   for (const char* bad : {"", "1st", "a b", "a\"b"}) EXPECT_FALSE(doc.SetRootAttribute(bad, "x", false)) << bad;
-  EXPECT_EQ(doc.GetXml(), text);
-}
-
-TEST(RootAndPrologueTest, ThePrologueTakesWellFormedContentButNoFolder) {
-  test::NoteDoc doc;
-  ASSERT_TRUE(doc.SetXml(kRich));
   const std::string header = "\n<header type=\"wide\"><index id=\"0001\" alias=\"To\" width=\"7\"/></header>\n";
   ASSERT_TRUE(doc.SetPrologue(header, false));
-  EXPECT_EQ(doc.GetPrologue(), header);
-  EXPECT_EQ(doc.GetXml(), Replace(kRich, "\n<header type='normal'><index id=\"0000\" alias=\"Date\" width=\"100\"/></header>\n",
-                                  header));
   for (const char* bad : {"<header>", "<folder id=\"0009\"/>", "\n<a/><folder/>", "&nope;"}) {
     EXPECT_FALSE(doc.SetPrologue(bad, false)) << bad;
   }
-  test::NoteDoc reloaded;
+  EXPECT_EQ(doc.GetXml(), Replace(Replace(kRich, "<notes ver=\"1.0\" future=\"yes\">",
+                                          "<notes ver=\"2.0\" future=\"yes\" id_range=\"0008 &amp; &quot;more&quot;\">"),
+                                  "\n<header type='normal'><index id=\"0000\" alias=\"Date\" width=\"100\"/></header>\n",
+                                  header));
+  NoteDoc reloaded;
   ASSERT_TRUE(reloaded.SetXml(doc.GetXml()));
+  EXPECT_EQ(reloaded.GetRootAttribute("id_range"), "0008 & \"more\"");
   EXPECT_NE(reloaded.GetNodeByID("0002"), nullptr);
 }
 
@@ -283,7 +246,7 @@ class UpgradingNotes : public test::NoteDoc {
 };
 
 TEST(RootAndPrologueTest, OpeningCallsTheVersionHooksAroundTheBaseDirectory) {
-  test::TempRoot temp;
+  TempRoot temp;
   temp.Write("notes/index.xml", std::string(test::kNoteTemplate));
   UpgradingNotes doc;
   doc.SetDataRoot(temp.root());
@@ -296,12 +259,6 @@ TEST(RootAndPrologueTest, OpeningCallsTheVersionHooksAroundTheBaseDirectory) {
   EXPECT_EQ(again.calls.size(), 2u) << "a current file is left alone";
 }
 
-}  // namespace
-}  // namespace zds
-
-namespace zds {
-namespace {
-
 // `levels` folders, each inside the one before, the last holding a record.
 std::string Nested(int levels) {
   std::string text = "<?xml version=\"1.0\" encoding=\"ascii\"?>\n<notes ver=\"1.0\">\n";
@@ -311,9 +268,11 @@ std::string Nested(int levels) {
   return text + "</notes>\n";
 }
 
-TEST(DeepNestingTest, TheDeepestAllowedDocumentWorksWithoutRecursion) {
+// The deepest allowed document works without recursion; deeper files are
+// refused whole.
+TEST(DeepNestingTest, TheDeepestAllowedDocumentWorksDeeperAreRefused) {
   const std::string text = Nested(kMaxFolderDepth);
-  test::NoteDoc doc;
+  NoteDoc doc;
   ASSERT_TRUE(doc.SetXml(text));
   CVFDLNode* deepest = doc.GetNodeByID("r");
   ASSERT_NE(deepest, nullptr);
@@ -325,17 +284,14 @@ TEST(DeepNestingTest, TheDeepestAllowedDocumentWorksWithoutRecursion) {
   const std::string bottom = deepest->GetParent()->GetPos();
   EXPECT_EQ(doc.AddFolder(bottom, test::ShelfFolder(), false), "") << "one level too deep";
   EXPECT_EQ(doc.GetLastEditStatus(), EditStatus::kRefused);
-  EXPECT_NE(doc.AddRec(bottom, test::MakeNote("also", "x"), false), "") << "records may go there";
+  EXPECT_NE(doc.AddRec(bottom, MakeNote("also", "x"), false), "") << "records may go there";
   EXPECT_EQ(doc.AddCopyNodeByID("1", "5", false), "") << "a copy that would nest too deep";
   ASSERT_TRUE(doc.DelFolder("kov:\\f\\1"));
   EXPECT_EQ(doc.GetNodeCount(), 1u);
-}
-
-TEST(DeepNestingTest, DeeperFilesAreRefusedWhole) {
   for (int levels : {kMaxFolderDepth + 1, 100000}) {
-    test::NoteDoc doc;
-    EXPECT_FALSE(doc.SetXml(Nested(levels))) << levels;
-    EXPECT_EQ(doc.GetRoot(), nullptr);
+    NoteDoc deeper;
+    EXPECT_FALSE(deeper.SetXml(Nested(levels))) << levels;
+    EXPECT_EQ(deeper.GetRoot(), nullptr);
   }
 }
 

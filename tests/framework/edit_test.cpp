@@ -1,13 +1,18 @@
 // Edits of a loaded document, positions and paths within and across
-// documents, documents behind folders, and content descriptors.
+// documents, documents behind folders, and content descriptors. Edits
+// whose save fails report the failure as the operation's own failure value
+// and leave the document, its ids and its file as they were; the same edit
+// then succeeds once writing works again.
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <random>
 #include <string>
 #include <tuple>
 #include <vector>
 
+#include "support/failing_writes.h"
 #include "support/note_doc.h"
 #include "support/temp_root.h"
 
@@ -35,13 +40,15 @@ class EditTest : public ::testing::Test {
     EXPECT_EQ(OpenVFDLDoc(*doc, "\\notes.xml", ""), OpenResult::kLoaded);
     return doc;
   }
-  // A folder that stands for a document of the test kind in `src`.
-  std::string AddBackedFolder(std::string_view alias, std::string_view src) {
+  // A folder at the top of `doc` (the test's own by default) that stands
+  // for a document of the test kind in `src`.
+  std::string AddBackedFolder(std::string_view alias, std::string_view src, CVFDLDoc* doc = nullptr) {
     test::ShelfFolder folder;
     folder.SetAlias(alias);
     folder.ComposeContent("notes", "NoteDoc", "universal");
     folder.SetSrc(src);
-    return doc_.AddFolder("kov:\\Notes\\0000", folder, false);
+    doc = doc ? doc : &doc_;
+    return doc->AddFolder(doc->GetRoot()->GetPos(), folder, false);
   }
 
   test::TempRoot temp_;
@@ -109,17 +116,6 @@ TEST_F(EditTest, FoldersCopiesAndAliases) {
   ZDS_EXPECT_XMLLINT_ACCEPTS(doc_.GetXml());
 }
 
-TEST_F(EditTest, AddingToAFolderThatClosesItselfOpensIt) {
-  ASSERT_TRUE(doc_.SetXml(
-      "<?xml version=\"1.0\" encoding=\"ascii\"?>\n<notes ver=\"1.0\">\n<folder id=\"0000\" alias=\"Notes\">\n"
-      "<folder id=\"0001\" alias=\"Schedule\"/>\n</folder>\n</notes>\n"));
-  ASSERT_FALSE(doc_.AddRec(kSchedule, MakeNote("a", "1"), false).empty());
-  NoteDoc reloaded;
-  ASSERT_TRUE(reloaded.SetXml(doc_.GetXml())) << doc_.GetXml();
-  EXPECT_NE(reloaded.GetNodeByPath("kov:\\Notes\\Schedule\\a"), nullptr);
-  ZDS_EXPECT_XMLLINT_ACCEPTS(doc_.GetXml());
-}
-
 // The indexes behind look-ups by id and alias must agree with a walk of the
 // tree whatever edits led to it: appends, inserts at any place, renames and
 // deletes (aliases repeat on purpose).
@@ -155,7 +151,7 @@ TEST_F(EditTest, LookUpsAgreeWithAWalkAfterRandomEdits) {
   }
 }
 
-TEST_F(EditTest, DocumentBehindAFolderContinuesPathsAndPositions) {
+TEST_F(EditTest, DocumentsBehindFoldersContinuePathsAndPositionsAndGoWithTheirFolder) {
   ASSERT_TRUE(temp_.root()->CreateDirectories("\\calendar"));
   const std::string holder_pos = AddBackedFolder("Calendar", "\\calendar\\index.xml");
   CVFDLNode* holder = doc_.GetNodeByPos(holder_pos);
@@ -193,37 +189,27 @@ TEST_F(EditTest, DocumentBehindAFolderContinuesPathsAndPositions) {
   EXPECT_EQ(doc_.LoadRelatedVFDLDoc("\\other.xml", "NoteDoc"), related);
   EXPECT_EQ(doc_.LoadRelatedVFDLDoc("\\third.xml", "NoSuchDoc"), nullptr);
   EXPECT_TRUE(doc_.UnloadVFDLDoc("\\other.xml"));
-  const std::string box = AddBackedFolder("Box", "\\box.xml");
-  ASSERT_NE(doc_.LoadVFDLDoc(*doc_.GetNodeByPos(box)), nullptr);
-  ASSERT_TRUE(doc_.DelFolderOnDoc(box));
-  EXPECT_FALSE(temp_.Exists("box.xml"));
-}
 
-TEST_F(EditTest, DocumentsTwoLevelsBehindNodesResolveAndGoWithTheirFolder) {
-  doc_.SetAutoSaveFlag(true);
+  // Two levels behind nodes, and deleted with their folder.
   const std::string year_pos = AddBackedFolder("Year", "\\year\\index.xml");
   ASSERT_TRUE(temp_.root()->CreateDirectories("\\year\\may"));
   auto* year = dynamic_cast<NoteDoc*>(doc_.LoadVFDLDoc(*doc_.GetNodeByPos(year_pos)));
   ASSERT_NE(year, nullptr);
-  test::ShelfFolder month;
-  month.SetAlias("May");
-  month.ComposeContent("notes", "NoteDoc", "universal");
-  month.SetSrc("\\may\\index.xml");  // below the year's own directory
-  const std::string month_pos = year->AddFolder(year->GetRoot()->GetPos(), month, false);
+  const std::string month_pos = AddBackedFolder("May", "\\may\\index.xml", year);  // below the year's own directory
   EXPECT_EQ(month_pos, year_pos + "\\0002");
   CVFDLDoc* may = year->LoadVFDLDoc(*year->GetNodeByPos(month_pos));
   ASSERT_NE(may, nullptr);
   EXPECT_TRUE(temp_.Exists("year/may/index.xml"));
-  const std::string entry = may->AddRec(may->GetRoot()->GetPos(), MakeNote("picnic", "noon"), false);
-  EXPECT_EQ(entry, month_pos + "\\0002");
-  EXPECT_EQ(doc_.FindNodeByPos(entry), may->GetNodeByPos(entry));
-  EXPECT_EQ(doc_.GetNodeByPath("kov:\\Notes\\Year\\May\\picnic"), may->GetNodeByPos(entry));
-  EXPECT_EQ(may->GetNodeByPos(entry)->GetPath(), "kov:\\Notes\\Year\\May\\picnic");
+  const std::string picnic = may->AddRec(may->GetRoot()->GetPos(), MakeNote("picnic", "noon"), false);
+  EXPECT_EQ(picnic, month_pos + "\\0002");
+  EXPECT_EQ(doc_.FindNodeByPos(picnic), may->GetNodeByPos(picnic));
+  EXPECT_EQ(doc_.GetNodeByPath("kov:\\Notes\\Year\\May\\picnic"), may->GetNodeByPos(picnic));
+  EXPECT_EQ(may->GetNodeByPos(picnic)->GetPath(), "kov:\\Notes\\Year\\May\\picnic");
 
   ASSERT_TRUE(doc_.DelFolderOnDoc(year_pos));
   EXPECT_FALSE(temp_.Exists("year/index.xml"));
   EXPECT_FALSE(temp_.Exists("year/may/index.xml")) << "the file of the document below goes too";
-  EXPECT_EQ(doc_.FindNodeByPos(entry), nullptr);
+  EXPECT_EQ(doc_.FindNodeByPos(picnic), nullptr);
 }
 
 TEST_F(EditTest, SrcOutsideTheDataRootIsRefused) {
@@ -269,6 +255,80 @@ TEST(ContentDescriptorTest, ComposesAndReadsBackTheThreeFields) {
   for (auto [content, kind] : kinds) EXPECT_EQ(GetContentType(content), kind) << content;
   EXPECT_EQ(GetContentClass("midl;class=CMIDLDoc"), "CMIDLDoc");
   EXPECT_EQ(GetContentOS("os=win;class=A;os=posix"), "win");
+}
+
+struct EditCase {
+  const char* name;
+  // Runs the edit; true when it reports success.
+  std::function<bool(NoteDoc&, const std::string& rec)> edit;
+};
+
+const EditCase kEdits[] = {
+    {"add record", [](NoteDoc& d, const std::string&) { return !d.AddRec(kSchedule, MakeNote("n", "1"), false).empty(); }},
+    {"update record", [](NoteDoc& d, const std::string& r) { return d.UpdateRec(r, MakeNote("renamed", "2"), false); }},
+    {"delete record", [](NoteDoc& d, const std::string& r) { return d.DelRec(r); }},
+    {"add folder", [](NoteDoc& d, const std::string&) { return !d.AddFolder(kSchedule, test::ShelfFolder(), false).empty(); }},
+    {"update folder",
+     [](NoteDoc& d, const std::string&) {
+       test::ShelfFolder renamed(*d.GetFolder(kSchedule));
+       renamed.SetAlias("Diary");
+       return d.UpdateFolder(kSchedule, renamed, false);
+     }},
+    {"delete folder", [](NoteDoc& d, const std::string&) { return d.DelFolder(kSchedule); }},
+    {"copy folder", [](NoteDoc& d, const std::string&) { return !d.AddCopyNodeByID("0001", "0000", false).empty(); }},
+    {"root attribute", [](NoteDoc& d, const std::string&) { return d.SetRootAttribute("ver", "2.0", false); }},
+    {"prologue", [](NoteDoc& d, const std::string&) { return d.SetPrologue("\r\n<header type=\"normal\"/>\r\n", false); }},
+};
+
+TEST(SaveResultTest, AnEditWhoseSaveFailsReportsItAndChangesNothing) {
+  for (const EditCase& c : kEdits) {
+    SCOPED_TRACE(c.name);
+    test::TempRoot temp;
+    NoteDoc doc;
+    doc.SetDataRoot(temp.root());
+    doc.SetAutoSaveFlag(true);
+    ASSERT_EQ(OpenVFDLDoc(doc, "\\notes.xml", ""), OpenResult::kCreated);
+    const std::string rec = doc.AddRec(kSchedule, MakeNote("first", "0"), false);
+    ASSERT_FALSE(rec.empty());
+    const std::string text = doc.GetXml();
+    const int next_id = doc.GetNewID();
+    {
+      test::FailingWrites failing(temp.dir() / "notes.xml");
+      ASSERT_TRUE(failing.active());
+      EXPECT_FALSE(c.edit(doc, rec));
+      EXPECT_EQ(doc.GetLastEditStatus(), EditStatus::kNotSaved);
+    }
+    EXPECT_EQ(doc.GetXml(), text);
+    EXPECT_EQ(doc.GetNewID(), next_id);
+    EXPECT_FALSE(doc.IsModified());
+    EXPECT_EQ(temp.Read("notes.xml"), text);
+    EXPECT_NE(doc.GetNodeByPath("kov:\\Notes\\Schedule\\first"), nullptr) << "the indexes are as before too";
+    EXPECT_TRUE(c.edit(doc, rec)) << "and it works once writing does";
+    EXPECT_EQ(doc.GetLastEditStatus(), EditStatus::kDone);
+    EXPECT_EQ(temp.Read("notes.xml"), doc.GetXml());
+  }
+}
+
+TEST(SaveResultTest, NotFoundAndRefusedAreToldApartFromNotSaved) {
+  NoteDoc doc;
+  ASSERT_TRUE(doc.SetXml(std::string(test::kNoteTemplate)));
+  EXPECT_FALSE(doc.UpdateRec("kov:\\Notes\\0042", MakeNote("a", "b"), false));
+  EXPECT_EQ(doc.GetLastEditStatus(), EditStatus::kNotFound);
+  EXPECT_FALSE(doc.DelRec(kSchedule)) << "a folder is not a record";
+  EXPECT_EQ(doc.GetLastEditStatus(), EditStatus::kNotFound);
+  EXPECT_FALSE(doc.DelFolder("kov:\\Notes\\0000"));
+  EXPECT_EQ(doc.GetLastEditStatus(), EditStatus::kRefused) << "the root folder stays";
+
+  // A template that cannot be written is not reported created.
+  test::TempRoot temp;
+  temp.Write("blocked", "a file where a directory should be");
+  doc.SetDataRoot(temp.root());
+  doc.SetAutoSaveFlag(true);
+  EXPECT_EQ(OpenVFDLDoc(doc, "\\blocked\\notes.xml", ""), OpenResult::kUnwritable);
+  EXPECT_FALSE(IsOpen(OpenResult::kUnwritable));
+  EXPECT_EQ(temp.Files(), std::vector<std::string>{"root/blocked"});
+  doc.SetAutoSaveFlag(false);
+  EXPECT_EQ(OpenVFDLDoc(doc, "\\blocked\\notes.xml", ""), OpenResult::kCreated) << "without auto-save nothing is written yet";
 }
 
 }  // namespace

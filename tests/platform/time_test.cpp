@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "support/time_zone.h"
 
 namespace zds {
@@ -23,33 +25,28 @@ TEST_F(TimeTest, ParsesTheStoredFormsAndNothingElse) {
   for (auto [text, seconds] : cases) EXPECT_EQ(ParseDateTime(text).GetTime(), seconds) << text;
 }
 
-TEST_F(TimeTest, ConstructorNormalisesOutOfRangeFields) {
-  EXPECT_EQ(CTime(2005, 4, 31, 0, 0, 0).Format(kTimeFormatDate), "2005-05-01");
-  EXPECT_EQ(CTime(2005, 13, 1, 0, 0, 0).Format(kTimeFormatDate), "2006-01-01");
-  EXPECT_EQ(CTime(2005, 1, 1, 25, 0, 0).Format(kTimeFormatSeconds), "2005-01-02 01:00:00");
-}
-
-// mktime answers -1 both for failure and for this second.
-TEST_F(TimeTest, LastSecondBeforeTheEpochIsNotAFailure) {
-  EXPECT_EQ(CTime(1969, 12, 31, 23, 59, 59).GetTime(), -1);
-}
-
-// Far beyond the years every C runtime places itself (1970 to 3000 on Windows).
-TEST_F(TimeTest, ReachesTheYearsOneThousandToTenThousand) {
-  const CTime first(1000, 1, 1, 0, 0, 0), last(9999, 12, 31, 23, 59, 59);
-  EXPECT_EQ(first.GetTime(), -30610224000);
-  EXPECT_EQ(last.GetTime(), 253402300799);
-  EXPECT_EQ(first.Format(kTimeFormatSeconds), "1000-01-01 00:00:00");
-  EXPECT_EQ(last.Format(kTimeFormatSeconds), "9999-12-31 23:59:59");
-  EXPECT_EQ(CTime(1600, 2, 30, 0, 0, 0).Format(kTimeFormatDate), "1600-03-01");
-  EXPECT_EQ(CTime(1600, 1, 1, 12, 0, 0).GetDayOfWeek(), 7);  // Saturday
-  EXPECT_EQ(CTime(1969, 12, 31, 0, 0, 0).GetDayOfWeek(), 4);  // Wednesday
-}
-
-TEST_F(TimeTest, DayOfWeekCountsFromSunday) {
-  EXPECT_EQ(CTime(1970, 1, 1, 0, 0, 0).GetDayOfWeek(), 5);   // Thursday
-  EXPECT_EQ(CTime(2005, 1, 1, 12, 0, 0).GetDayOfWeek(), 7);  // Saturday
-  EXPECT_EQ(CTime(2005, 1, 2, 12, 0, 0).GetDayOfWeek(), 1);  // Sunday
+// Fields out of range carry over; the years run from 1000 to 9999, far
+// beyond those every C runtime places itself (1970 to 3000 on Windows);
+// weekdays count from Sunday.
+TEST_F(TimeTest, ConstructorNormalisesFieldsAcrossTheYearsAndCountsWeekdays) {
+  // Year, month, day, hour, minute, second; shown, seconds since 1970, day of the week.
+  const std::tuple<int, int, int, int, int, int, const char*, int64_t, int> cases[] = {
+      {2005, 4, 31, 0, 0, 0, "2005-05-01 00:00:00", 1114905600, 1},
+      {2005, 13, 1, 0, 0, 0, "2006-01-01 00:00:00", 1136073600, 1},
+      {2005, 1, 1, 25, 0, 0, "2005-01-02 01:00:00", 1104627600, 1},
+      {2005, 1, 1, 12, 0, 0, "2005-01-01 12:00:00", 1104580800, 7},
+      {1970, 1, 1, 0, 0, 0, "1970-01-01 00:00:00", 0, 5},
+      {1969, 12, 31, 23, 59, 59, "1969-12-31 23:59:59", -1, 4},  // mktime's answer for a failure too
+      {1600, 2, 30, 0, 0, 0, "1600-03-01 00:00:00", -11670912000, 4},
+      {1600, 1, 1, 12, 0, 0, "1600-01-01 12:00:00", -11676052800, 7},
+      {1000, 1, 1, 0, 0, 0, "1000-01-01 00:00:00", -30610224000, 4},
+      {9999, 12, 31, 23, 59, 59, "9999-12-31 23:59:59", 253402300799, 6},
+  };
+  for (auto [year, month, day, hour, minute, second, shown, seconds, day_of_week] : cases) {
+    const CTime time(year, month, day, hour, minute, second);
+    EXPECT_EQ(time.Format(kTimeFormatSeconds), shown);
+    EXPECT_EQ(std::pair(time.GetTime(), time.GetDayOfWeek()), std::pair(seconds, day_of_week)) << shown;
+  }
 }
 
 // A wall time the autumn change repeats is its earlier reading and one the

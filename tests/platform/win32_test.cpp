@@ -2,7 +2,6 @@
 // the move that replaces a file, and Windows' own reading of names.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <climits>
 #include <fstream>
 #include <vector>
@@ -65,12 +64,6 @@ class Win32FilesTest : public ::testing::Test {
     fs::create_directories(temp_.path() / "root/calendar/2005");
   }
   void Put(const char* name, const std::string& text) { std::ofstream(dir_ / name, std::ios::binary) << text; }
-  std::vector<std::string> Entries(const fs::path& directory) {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(directory)) names.push_back(entry.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
-  }
   // The file's identity: a replacing move gives the name a new file.
   static uint64_t FileIndex(const fs::path& path) {
     HANDLE file = CreateFileA(path.string().c_str(), 0, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
@@ -94,7 +87,7 @@ TEST_F(Win32FilesTest, AtomicSaveReplacesTheFileAndLeavesNoTemporary) {
   ASSERT_EQ(root_.ReadWholeFile("\\calendar\\2005\\index.xml", contents), ReadStatus::kRead);
   EXPECT_EQ(contents, "new");
   EXPECT_NE(FileIndex(dir_ / "calendar/2005/index.xml"), old_file);
-  EXPECT_EQ(Entries(dir_ / "calendar/2005"), std::vector<std::string>{"index.xml"});
+  EXPECT_EQ(test::Entries(dir_ / "calendar/2005"), std::vector<std::string>{"index.xml"});
 }
 
 TEST_F(Win32FilesTest, BackslashPathsInAnyCaseResolveNatively) {
@@ -104,11 +97,11 @@ TEST_F(Win32FilesTest, BackslashPathsInAnyCaseResolveNatively) {
   EXPECT_EQ(root_.ReadWholeFile("CALENDAR\\2005\\Index.Xml", contents), ReadStatus::kRead);
   EXPECT_EQ(contents, "<i/>");
   EXPECT_TRUE(root_.CreateDirectories("\\CALENDAR\\2005\\May"));
-  EXPECT_EQ(Entries(dir_), std::vector<std::string>{"calendar"});
+  EXPECT_EQ(test::Entries(dir_), std::vector<std::string>{"calendar"});
   EXPECT_TRUE(root_.RenameFile("\\Calendar\\2005\\Index.xml", "\\calendar\\2005\\MAY\\moved.xml"));
   EXPECT_TRUE(root_.FileExists("\\calendar\\2005\\may\\MOVED.XML"));
   EXPECT_TRUE(root_.RemoveFile("\\Calendar\\2005\\May\\Moved.xml"));
-  EXPECT_EQ(Entries(dir_ / "calendar/2005"), std::vector<std::string>{"May"});
+  EXPECT_EQ(test::Entries(dir_ / "calendar/2005"), std::vector<std::string>{"May"});
 }
 
 // Devices, wildcards and names Win32 trims would reach something other
@@ -123,7 +116,7 @@ TEST_F(Win32FilesTest, NamesWindowsReadsDifferentlyAreRefused) {
   }
   EXPECT_FALSE(root_.RemoveFile("\\calendar"));
   EXPECT_TRUE(root_.DirectoryExists("\\calendar\\2005"));
-  EXPECT_EQ(Entries(dir_), (std::vector<std::string>{"a.xml", "calendar"}));
+  EXPECT_EQ(test::Entries(dir_), (std::vector<std::string>{"a.xml", "calendar"}));
 }
 
 }  // namespace

@@ -24,9 +24,6 @@ namespace zds::cycle_testing {
 inline constexpr int kWalkCap = 12000;
 inline const char* const kZones[] = {"UTC", "Europe/Berlin", "America/New_York"};
 
-// False (and the zone unchanged) where the C runtime cannot hold it.
-inline bool UseZone(const char* zone) { return test::UseTimeZone(zone); }
-
 // The zones a test could not visit. Where a C runtime cannot hold a zone
 // (Windows knows no IANA rules) its cases are left out, and the test ends
 // skipped with the reason instead of passing quietly with fewer checks;
@@ -34,7 +31,7 @@ inline bool UseZone(const char* zone) { return test::UseTimeZone(zone); }
 class ZoneVisits {
  public:
   bool Use(const char* zone) {
-    if (UseZone(zone)) return true;
+    if (test::UseTimeZone(zone)) return true;
 #ifdef _WIN32
     if (missing_.find(zone) == std::string::npos) missing_ += test::TimeZoneUnavailable(zone) + "; ";
 #else
@@ -44,7 +41,7 @@ class ZoneVisits {
   }
   // Call last: back to UTC, and skipped when a zone was left out.
   void Finish() {
-    UseZone("UTC");
+    test::UseTimeZone("UTC");
     if (!missing_.empty()) GTEST_SKIP() << "cases left out: " << missing_;
   }
 

@@ -71,24 +71,10 @@ TEST(ScheCycleRec, PlacesOccurrencesOfEveryKind) {
   zones.Finish();
 }
 
-TEST(ScheCycleRec, FindsTheOccurrenceHoldingAMoment) {
-  ZDS_USE_TIME_ZONE_OR_SKIP("America/New_York");
-  CScheCycleRec rec = Rule("day", "sequence", "notstop;from=2004-05-01", {"02;from=2004-05-03 12:00;to=2004-05-03 13:00"});
-  struct Case {
-    const char* moment;
-    bool use_maps;
-    int expected;
-  };
-  const Case cases[] = {{"2004-05-04 10:00", true, 3},   {"2004-05-04 10:00:01", true, -1}, {"2004-04-30 09:30", true, -1},
-                        {"2004-05-03 09:30", false, 2},  {"2004-05-03 09:30", true, -1},    {"2004-05-03 12:30", true, 2},
-                        {"2024-05-03 09:30", false, 7307}};
-  for (const Case& c : cases) EXPECT_EQ(rec.GetMapNumByTime(ParseDateTime(c.moment), c.use_maps), c.expected) << c.moment;
-  EXPECT_EQ(Rule("day;multiple=00", "sequence", "notstop;from=2004-05-01").GetMapNumByTime(ParseDateTime("2004-05-02"), true),
-            -1) << "a walk that never stops";
-  cycle_testing::UseZone("UTC");
-}
-
-TEST(ScheCycleRec, BoundsAnOccurrenceByItsNeighboursAndFindsMaps) {
+// An occurrence is bounded by its neighbours; maps are found by number, id
+// and time; the occurrence holding a moment is found (in a zone with summer
+// time, last: a skip there leaves out only its own checks).
+TEST(ScheCycleRec, BoundsAnOccurrenceFindsMapsAndTheOccurrenceHoldingAMoment) {
   ZDS_USE_TIME_ZONE_OR_SKIP("UTC");
   CScheCycleRec rec = Rule("day", "sequence", "numlimited;number=03;from=2004-05-01 08:00");
   rec.cycle_range.to = ParseDateTime("2004-06-01");
@@ -108,6 +94,21 @@ TEST(ScheCycleRec, BoundsAnOccurrenceByItsNeighboursAndFindsMaps) {
   EXPECT_EQ(rec.GetMapInfoByTime(ParseDateTime("2004-05-02 09:30"))->event, "a");
   EXPECT_EQ(rec.GetMapInfoByTime(ParseDateTime("2004-05-20 09:30"))->event, "b") << "none holds it: the last map";
   EXPECT_EQ(rec.GetMapInfoByTime(ParseDateTime("2004-04-30 09:30")), nullptr);
+
+  ZDS_USE_TIME_ZONE_OR_SKIP("America/New_York");
+  rec = Rule("day", "sequence", "notstop;from=2004-05-01", {"02;from=2004-05-03 12:00;to=2004-05-03 13:00"});
+  struct Case {
+    const char* moment;
+    bool use_maps;
+    int expected;
+  };
+  const Case cases[] = {{"2004-05-04 10:00", true, 3},   {"2004-05-04 10:00:01", true, -1}, {"2004-04-30 09:30", true, -1},
+                        {"2004-05-03 09:30", false, 2},  {"2004-05-03 09:30", true, -1},    {"2004-05-03 12:30", true, 2},
+                        {"2024-05-03 09:30", false, 7307}};
+  for (const Case& c : cases) EXPECT_EQ(rec.GetMapNumByTime(ParseDateTime(c.moment), c.use_maps), c.expected) << c.moment;
+  EXPECT_EQ(Rule("day;multiple=00", "sequence", "notstop;from=2004-05-01").GetMapNumByTime(ParseDateTime("2004-05-02"), true),
+            -1) << "a walk that never stops";
+  test::UseTimeZone("UTC");
 }
 
 TEST(ScheCycleRec, TellsWhetherAnOccurrenceFallsOnADay) {
@@ -152,7 +153,7 @@ TEST(ScheCycleRec, TellsWhetherAnOccurrenceFallsOnADay) {
   zones.Finish();
 }
 
-TEST(ScheCycleRec, DescribesItself) {
+TEST(ScheCycleRec, DescribesItselfAndCopiesMapsDeeply) {
   const char* cases[][4] = {
       {"day;multiple=02", "sequence", "notstop;from=2004-05-01 09:00", "Start from 2004-05-01Every 2 days Never End"},
       {"day;workday=yes", "sequence", "numlimited;number=05;from=2004-05-01", "Start from 2004-05-01Every Workday End at the 5"},
@@ -165,9 +166,7 @@ TEST(ScheCycleRec, DescribesItself) {
   };
   ZDS_USE_TIME_ZONE_OR_SKIP("UTC");
   for (const auto& c : cases) EXPECT_EQ(Rule(c[0], c[1], c[2]).Format(), c[3]);
-}
-
-TEST(ScheCycleRec, CopiesMapsDeeplyAndComparesThemInOrder) {
+  // Maps are copied deeply and compared in order.
   CScheCycleRec rec = Rule("day", "sequence", "notstop", {"01;event=a", "02;event=b"});
   CScheCycleRec copy = rec;
   EXPECT_EQ(copy, rec);

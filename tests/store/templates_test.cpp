@@ -14,10 +14,16 @@
 namespace zds {
 namespace {
 
-std::string Lines(std::initializer_list<const char*> lines) {
+std::string Lines(std::initializer_list<std::string> lines) {
   std::string text;
-  for (const char* line : lines) text += std::string(line) + "\r\n";
+  for (const std::string& line : lines) text += line + "\r\n";
   return text;
+}
+
+// A document whose template is its root folder alone.
+std::string RootFolderOnly(const std::string& tag, const std::string& alias, const std::string& version = "1.0") {
+  return Lines({R"(<?xml version="1.0" encoding="ascii"?>)", "<" + tag + R"( ver=")" + version + R"(">)",
+                R"(<folder id="0000" alias=")" + alias + R"(" attribute="root">)", "</folder>", "</" + tag + ">"});
 }
 
 struct TemplateCase {
@@ -47,18 +53,12 @@ const TemplateCase kTemplates[] = {
             R"(<folder id="0010" alias="Calendar" attribute="system" content="calendar;class=CCalendarDoc;os=universal" )"
             R"(src="\calendar\index.xml">)",
             "</folder>", "</folder>", "</aidl>"})},
-    {"CAEventDoc", Lines({R"(<?xml version="1.0" encoding="ascii"?>)", R"(<AEvent ver="1.0">)",
-                          R"(<folder id="0000" alias="Event" attribute="root">)", "</folder>", "</AEvent>"})},
-    {"CMonitorDoc", Lines({R"(<?xml version="1.0" encoding="ascii"?>)", R"(<Monitor ver="1.0">)",
-                           R"(<folder id="0000" alias="Monitor" attribute="root">)", "</folder>", "</Monitor>"})},
-    {"CAdrBookDoc", Lines({R"(<?xml version="1.0" encoding="ascii"?>)", R"(<adrbook ver="2.0">)",
-                           R"(<folder id="0000" alias="Addresses" attribute="root">)", "</folder>", "</adrbook>"})},
-    {"CPIDLDoc", Lines({R"(<?xml version="1.0" encoding="ascii"?>)", R"(<pidl ver="1.1">)",
-                        R"(<folder id="0000" alias="Address Book" attribute="root">)", "</folder>", "</pidl>"})},
-    {"CAutoRunDoc", Lines({R"(<?xml version="1.0" encoding="ascii"?>)", R"(<autorun ver="1.0">)",
-                           R"(<folder id="0000" alias="autorun" attribute="root">)", "</folder>", "</autorun>"})},
-    {"CATimerDoc", Lines({R"(<?xml version="1.0" encoding="ascii"?>)", R"(<ATimer ver="1.0">)",
-                          R"(<folder id="0000" alias="Timer" attribute="root">)", "</folder>", "</ATimer>"})},
+    {"CAEventDoc", RootFolderOnly("AEvent", "Event")},
+    {"CMonitorDoc", RootFolderOnly("Monitor", "Monitor")},
+    {"CAdrBookDoc", RootFolderOnly("adrbook", "Addresses", "2.0")},
+    {"CPIDLDoc", RootFolderOnly("pidl", "Address Book", "1.1")},
+    {"CAutoRunDoc", RootFolderOnly("autorun", "autorun")},
+    {"CATimerDoc", RootFolderOnly("ATimer", "Timer")},
     {"CATimerIndexDoc",
      Lines({R"(<?xml version="1.0" encoding="ascii"?>)", R"(<TIC ver="1.0">)",
             R"(<folder id="0000" alias="Timer Index" attribute="root">)",
@@ -68,10 +68,8 @@ const TemplateCase kTemplates[] = {
             R"(<folder id="0002" alias="UnActive" attribute="undel" content="ATimer;class=CATimerDoc;os=universal" )"
             R"(src="\unactive.xml">)",
             "</folder>", "</folder>", "</TIC>"})},
-    {"CScheduleDoc", Lines({R"(<?xml version="1.0" encoding="ascii"?>)", R"(<schedule ver="1.0">)",
-                            R"(<folder id="0000" alias="Schedule" attribute="root">)", "</folder>", "</schedule>"})},
-    {"CScheduleIndexDoc", Lines({R"(<?xml version="1.0" encoding="ascii"?>)", R"(<SIC ver="1.0">)",
-                                 R"(<folder id="0000" alias="Schedule Index" attribute="root">)", "</folder>", "</SIC>"})},
+    {"CScheduleDoc", RootFolderOnly("schedule", "Schedule")},
+    {"CScheduleIndexDoc", RootFolderOnly("SIC", "Schedule Index")},
     {"CCalendarDoc",
      Lines({R"(<?xml version="1.0" encoding="ascii"?>)", R"(<calendar ver="1.0">)",
             R"(<folder id="0000" alias="Calendar" attribute="root">)", R"(<folder id="0001" alias="Diary" attribute="undel">)",

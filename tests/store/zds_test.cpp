@@ -48,9 +48,12 @@ TEST(StartupTest, AFreshRootGetsEveryDocumentInOrder) {
   EXPECT_EQ(Aliases(*facade.GetMonitorDoc()->GetRoot()).size(), 2u) << "the monitor starts afresh";
 }
 
+// A service index that is another kind of document is refused like a damaged one.
 TEST(StartupTest, TheFirstFailureEndsStartUpAndNamesItsStep) {
   TempRoot temp;
-  temp.Write("aidl.xml", "<aidl ver=\"1.3\">");
+  const std::string foreign = "<?xml version=\"1.0\" encoding=\"ascii\"?>\r\n<Monitor ver=\"1.0\">\r\n"
+                              "<folder id=\"0000\" alias=\"Monitor\" attribute=\"root\">\r\n</folder>\r\n</Monitor>\r\n";
+  temp.Write("aidl.xml", foreign);
   CZDS facade;
   facade.SetDataRoot(temp.root());
   EXPECT_FALSE(facade.InitZDS());
@@ -59,7 +62,7 @@ TEST(StartupTest, TheFirstFailureEndsStartUpAndNamesItsStep) {
   EXPECT_EQ(facade.GetStartupFailure().result, OpenResult::kUnusable);
   EXPECT_NE(facade.GetMonitorDoc(), nullptr) << "what opened before stays open";
   EXPECT_EQ(facade.GetEventDoc(), nullptr);
-  EXPECT_EQ(temp.Read("aidl.xml"), "<aidl ver=\"1.3\">");
+  EXPECT_EQ(temp.Read("aidl.xml"), foreign);
   EXPECT_FALSE(temp.Exists("XEvent.xml"));
 
   CZDS unwritable;

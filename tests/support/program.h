@@ -4,6 +4,8 @@
 #ifndef ZDS_TESTS_SUPPORT_PROGRAM_H_
 #define ZDS_TESTS_SUPPORT_PROGRAM_H_
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -20,8 +22,14 @@ struct ProgramResult {
 // that starts beside the running test program.
 ProgramResult RunProgram(const std::string& program, const std::vector<std::string>& args);
 
-// The zds program of this build, with the arguments.
+// The zds program of this build, with the arguments; the second on the
+// data root `root` ("--root" first).
 ProgramResult RunZds(const std::vector<std::string>& args);
+ProgramResult RunZds(const std::filesystem::path& root, std::vector<std::string> args);
+
+// A refusal as zds makes one: this exit code, nothing on standard output,
+// and one line on standard error that begins "zds".
+::testing::AssertionResult RefusedWithOneLine(const ProgramResult& result, int exit_code);
 
 // A program left running, started as RunProgram starts one, with its
 // standard output going to a file, for tests that end it the hard way.
@@ -41,14 +49,14 @@ class RunningProgram {
   void Kill();
 
  private:
-  bool started_ = false;
   bool ended_ = false;
   int exit_code_ = -1;
 #ifdef _WIN32
-  void* process_ = nullptr;
+  void* process_;  // its handle
 #else
-  int pid_ = -1;
+  int process_;  // its id
 #endif
+  bool started_ = false;
 };
 
 }  // namespace zds::test

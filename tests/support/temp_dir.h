@@ -6,11 +6,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <random>
 #include <string>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 namespace zds::test {
 
@@ -43,6 +45,14 @@ class TempDir {
  private:
   fs::path path_;
 };
+
+// The names in the directory, sorted.
+inline std::vector<std::string> Entries(const fs::path& directory) {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(directory)) names.push_back(entry.path().filename().string());
+  std::sort(names.begin(), names.end());
+  return names;
+}
 
 // True when the file system holding the directory treats names differing
 // only in letter case as one name, as Windows does.
