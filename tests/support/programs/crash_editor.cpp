@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "support/note_doc.h"
+#include "zds/platform/console.h"
 
 namespace {
 
@@ -26,6 +27,7 @@ void Report(const std::string& line) {
 
 int main(int argc, char** argv) {
   if (argc != 3) return 2;
+  zds::platform::UseBinaryStandardStreams();
   zds::test::NoteDoc doc;
   doc.SetDataRoot(std::make_shared<zds::platform::DataRoot>(argv[1]));
   doc.SetAutoSaveFlag(true);
