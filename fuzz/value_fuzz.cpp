@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "zds/framework/xml_escape.h"
+#include "zds/framework/xml_text.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string value(reinterpret_cast<const char*>(data), size);
