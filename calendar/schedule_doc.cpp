@@ -113,8 +113,8 @@ bool CScheduleDoc::InitExtendRecItem(CXMLElementReader& item, CScheduleExtendRec
   kSubjectField.Read(item, entry);
   std::string begin = item.GetAttrValue("begin");
   entry.all_day = begin.find(' ') == std::string::npos;
-  entry.begin = ParseDateTime(begin);
-  entry.end = ParseDateTime(item.GetAttrValue("end"));
+  entry.begin = ParseDateTime(begin, item.GetTimeCache());
+  entry.end = ParseDateTime(item.GetAttrValue("end"), item.GetTimeCache());
   kFlagFields.Read(item, entry);
   if (entry.map) kMapFields.Read(item, entry);
   kTimerFlagField.Read(item, entry);

@@ -101,7 +101,9 @@ struct AtolCodec {
 // text that does not parse reads as the time 0.
 struct TimeTextCodec {
   const char* pattern;
-  void Read(std::string_view text, CTime& value) const { value = ParseDateTime(text); }
+  void Read(std::string_view text, CTime& value, LocalTimeCache* cache = nullptr) const {
+    value = ParseDateTime(text, cache);
+  }
   bool Write(const CTime& value, std::string& text) const {
     text = value.Format(pattern);
     return true;
@@ -197,8 +199,14 @@ struct Field {
   static constexpr bool kInPlace = requires(const Codec& c, std::string_view text, Member& value) {
     c.Read(text, value);
   };
+  // Codecs of times convert through the load's cache.
+  static constexpr bool kTimed = requires(const Codec& c, std::string_view text, Member& value,
+                                          LocalTimeCache* cache) { c.Read(text, value, cache); };
   void Read(CXMLElementReader& item, size_t index, Owner& owner) const {
-    if constexpr (kInPlace) {
+    if constexpr (kTimed) {
+      std::string scratch;
+      codec.Read(item.GetAttrTextAt(index, scratch), owner.*member, item.GetTimeCache());
+    } else if constexpr (kInPlace) {
       std::string scratch;
       codec.Read(item.GetAttrTextAt(index, scratch), owner.*member);
     } else {

@@ -5,6 +5,7 @@
 
 #include "zds/framework/vfdl_doc.h"
 #include "zds/framework/xml_text.h"
+#include "zds/platform/time.h"
 
 namespace zds {
 namespace {
@@ -83,6 +84,7 @@ class TreeBuilder {
   CVFDLFolder* AddFolder(CVFDLFolder* parent) {
     std::unique_ptr<CVFDLFolder> folder = doc_.NewFolderPointer();
     CXMLElementReader item(token_.name, attributes_.data(), attributes_.size(), token_.kind == XmlToken::Kind::kStart);
+    item.SetTimeCache(&time_cache_);
     doc_.ReadBaseItem(item, *folder);
     doc_.ReadFolderExtend(item, *folder);
     KeepUnread(item, *folder);
@@ -109,6 +111,7 @@ class TreeBuilder {
                            start.kind == XmlToken::Kind::kStart);
     item.SetChildren(std::move(children));
     item.SetTrailingText(inner_trailing_);
+    item.SetTimeCache(&time_cache_);
     doc_.ReadBaseItem(item, *node);
     if (!ReadExtension(item, *node)) {
       // The refused element stays in the file, so its id stays taken.
@@ -158,6 +161,7 @@ class TreeBuilder {
     for (const Pending& child : pending) {
       children.emplace_back(child.name, child_attributes_.data() + child.first, child.count, child.closed);
       children.back().SetRawText(Between(child.lead, child.begin), Between(child.begin, child.end));
+      children.back().SetTimeCache(&time_cache_);
     }
     return true;
   }
@@ -207,6 +211,8 @@ class TreeBuilder {
   std::vector<XmlAttribute> attributes_;
   std::vector<XmlAttribute> element_attributes_;
   std::vector<XmlAttribute> child_attributes_;
+  // One load runs in one zone: the times of all its elements share the look-ups.
+  LocalTimeCache time_cache_;
 };
 
 bool CVFDLDoc::SetXml(std::string text) {

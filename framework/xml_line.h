@@ -21,6 +21,7 @@
 namespace zds {
 
 struct XmlAttribute;  // the scanner's (xml_text.h)
+class LocalTimeCache;  // platform/time.h
 
 class CXMLLine {
  public:
@@ -89,6 +90,9 @@ class CXMLElementReader {
   // view into the text, or into `scratch` where it held references.
   std::string_view GetAttrTextAt(size_t index, std::string& scratch);
   bool IsAttrRead(size_t index) const { return IsConsumed(index); }
+  // For reading the element's times: shared by every element of one load,
+  // null outside a load.
+  LocalTimeCache* GetTimeCache() const { return time_cache_; }
 
   // Direct child elements, in order (records and other leaf nodes only).
   std::span<CXMLElementReader> GetChildren() { return children_; }
@@ -102,6 +106,7 @@ class CXMLElementReader {
   void SetChildren(std::vector<CXMLElementReader> children) { children_ = std::move(children); }
   void SetRawText(std::string_view lead, std::string_view raw) { lead_ = lead; raw_ = raw; }
   void SetTrailingText(std::string_view text) { trailing_ = text; }
+  void SetTimeCache(LocalTimeCache* cache) { time_cache_ = cache; }
   void AppendUnreadAttributes(std::string& out) const;
   void AppendUnreadChildren(std::string& out) const;
   // The same as one piece of the element's text, when what was not read
@@ -128,6 +133,7 @@ class CXMLElementReader {
   std::string_view raw_;
   std::string_view trailing_;  // between the last child and the closing tag
   std::vector<CXMLElementReader> children_;
+  LocalTimeCache* time_cache_ = nullptr;
 };
 
 }  // namespace zds

@@ -54,6 +54,31 @@ CTime CTime::FromLocalFields(int64_t year, int64_t month, int64_t day, int64_t h
   return CTime(before);  // fits, or the hour is missing and moves forward
 }
 
+// A day whose neighbours on both sides share one offset has no change from
+// the day before it to the day after it, so every probe FromLocalFields
+// makes for a wall time within it finds that offset. Days beyond the
+// 32-bit range (six million years) go the direct way.
+CTime LocalTimeCache::FromLocalFields(int64_t year, int64_t month, int64_t day, int64_t hour, int64_t minute,
+                                      int64_t second) {
+  const int64_t wall = WallSeconds(year, month, day, hour, minute, second);
+  const int64_t local_day = FloorDiv(wall, kDay);
+  if (local_day <= INT32_MIN || local_day > INT32_MAX) {
+    return CTime::FromLocalFields(year, month, day, hour, minute, second);
+  }
+  if (!days_) {
+    days_ = std::make_unique<Day[]>(kPlaces);
+    std::fill_n(days_.get(), kPlaces, Day{INT32_MIN, kUnsettled});  // INT32_MIN is no day asked for
+  }
+  Day& place = days_[static_cast<uint64_t>(local_day) % kPlaces];
+  if (place.day != local_day) {
+    const int64_t before = UtcOffsetAt((local_day - 1) * kDay);
+    const int64_t after = UtcOffsetAt((local_day + 2) * kDay);
+    place = {static_cast<int32_t>(local_day), before == after ? static_cast<int32_t>(before) : kUnsettled};
+  }
+  if (place.offset == kUnsettled) return CTime::FromLocalFields(year, month, day, hour, minute, second);
+  return CTime(wall - place.offset);
+}
+
 CTime::CTime(int year, int month, int day, int hour, int minute, int second, int daylight) {
   if (daylight < 0) {
     seconds_ = FromLocalFields(year, month, day, hour, minute, second).seconds_;
@@ -125,7 +150,9 @@ std::string_view Trim(std::string_view text) {
 
 }  // namespace
 
-CTime ParseDateTime(std::string_view text) {
+CTime ParseDateTime(std::string_view text) { return ParseDateTime(text, nullptr); }
+
+CTime ParseDateTime(std::string_view text, LocalTimeCache* cache) {
   text = Trim(text);
   int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
   if (text.size() < 4 || !ReadNumber(text, 4, year) || year < 1000) return CTime();
@@ -141,7 +168,8 @@ CTime ParseDateTime(std::string_view text) {
   }
   if (month < 1 || month > 12 || day < 1 || day > DaysInMonth(year, month)) return CTime();
   if (hour > 23 || minute > 59 || second > 59) return CTime();
-  return CTime(year, month, day, hour, minute, second, -1);
+  if (cache) return cache->FromLocalFields(year, month, day, hour, minute, second);
+  return CTime::FromLocalFields(year, month, day, hour, minute, second);
 }
 
 }  // namespace zds

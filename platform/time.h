@@ -17,6 +17,7 @@
 #include <ctime>
 #include <string>
 #include <string_view>
+#include <memory>
 
 // <windows.h> keeps GetCurrentTime() from Win16 as a macro for GetTickCount(),
 // which would rename CTime::GetCurrentTime in a host that includes it first.
@@ -91,6 +92,29 @@ class CTime {
   int64_t seconds_ = 0;
 };
 
+// Local times from calendar fields for a run of many conversions, such as
+// the times of one document being loaded: the C library's zone is asked
+// twice per day the times fall on instead of twice per time. The answers
+// are FromLocalFields's, provided the zone has at most one change of
+// offset in any three days (FromLocalFields itself assumes two). Keep one
+// only for the run: it does not notice a change of the zone.
+class LocalTimeCache {
+ public:
+  CTime FromLocalFields(int64_t year, int64_t month, int64_t day, int64_t hour, int64_t minute, int64_t second);
+
+ private:
+  // A local day and the offset from UTC it has when there is no change
+  // within a day either side of it, or kUnsettled.
+  struct Day {
+    int32_t day;
+    int32_t offset;
+  };
+  static constexpr int32_t kUnsettled = INT32_MIN;
+  // Places by day number: 22 years of days without two sharing one.
+  static constexpr size_t kPlaces = 8192;
+  std::unique_ptr<Day[]> days_;  // made by the first conversion
+};
+
 // The store's text patterns.
 inline constexpr const char kTimeFormatSeconds[] = "%Y-%m-%d %H:%M:%S";
 inline constexpr const char kTimeFormatMinutes[] = "%Y-%m-%d %H:%M";
@@ -100,6 +124,8 @@ inline constexpr const char kTimeFormatDate[] = "%Y-%m-%d";
 // and "YYYY-MM-DD" (surrounding blanks ignored), as local time. Anything
 // else, including impossible dates such as 2005-02-30, is the time 0.
 CTime ParseDateTime(std::string_view text);
+// The same, converting through `cache` (none: directly).
+CTime ParseDateTime(std::string_view text, LocalTimeCache* cache);
 
 namespace platform {
 // The three calls the time types need from the operating system.

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
 #include <tuple>
 
 #include "support/time_zone.h"
@@ -62,6 +63,38 @@ TEST(DaylightTest, RepeatedAndMissingHoursHaveOneAnswer) {
     EXPECT_EQ(CTime(2007, 10, 28, 2, 30, 0).GetTime(), repeated);
     EXPECT_EQ(CTime(2007, 3, 25, 2, 30, 0).GetTime(), skipped);
   }
+}
+
+// The cache that loads convert times through must give FromLocalFields's
+// answer for every wall time: on the days of a change (half-hour ones,
+// late-evening ones west of Greenwich, Apia's skipped day), beside them and
+// far from them, whether the day is new to the cache or already in it.
+TEST(LocalTimeCacheTest, AgreesWithTheDirectConversion) {
+  const std::pair<const char*, int> cases[] = {
+      {"UTC", 2007}, {"Europe/Berlin", 2007}, {"America/New_York", 2007}, {"Australia/Lord_Howe", 2007},
+      {"America/Nuuk", 2007}, {"Pacific/Apia", 2011},
+  };
+  test::ZoneVisits zones;
+  for (auto [zone, year] : cases) {
+    if (!zones.Use(zone)) continue;
+    LocalTimeCache cache;
+    auto check = [&](int64_t y, int64_t mo, int64_t d, int64_t h, int64_t mi) {
+      EXPECT_EQ(cache.FromLocalFields(y, mo, d, h, mi, 0), CTime::FromLocalFields(y, mo, d, h, mi, 0))
+          << zone << " " << y << "-" << mo << "-" << d << " " << h << ":" << mi;
+    };
+    for (int round = 0; round < 2; ++round) {
+      for (int64_t day = 1; day <= 366; ++day) {
+        for (int64_t minute = 10; minute < 24 * 60; minute += 20) check(year, 1, day, 0, minute);
+      }
+    }
+    std::mt19937_64 random(7);
+    for (int i = 0; i < 2000; ++i) {
+      check(1900 + static_cast<int64_t>(random() % 200), 1 + static_cast<int64_t>(random() % 12),
+            1 + static_cast<int64_t>(random() % 28), static_cast<int64_t>(random() % 24),
+            static_cast<int64_t>(random() % 60));
+    }
+  }
+  zones.Finish();
 }
 
 }  // namespace

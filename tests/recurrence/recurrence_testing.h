@@ -24,30 +24,7 @@ namespace zds::cycle_testing {
 inline constexpr int kWalkCap = 12000;
 inline const char* const kZones[] = {"UTC", "Europe/Berlin", "America/New_York"};
 
-// The zones a test could not visit. Where a C runtime cannot hold a zone
-// (Windows knows no IANA rules) its cases are left out, and the test ends
-// skipped with the reason instead of passing quietly with fewer checks;
-// elsewhere every zone must be there.
-class ZoneVisits {
- public:
-  bool Use(const char* zone) {
-    if (test::UseTimeZone(zone)) return true;
-#ifdef _WIN32
-    if (missing_.find(zone) == std::string::npos) missing_ += test::TimeZoneUnavailable(zone) + "; ";
-#else
-    ADD_FAILURE() << "cannot use the time zone " << zone;
-#endif
-    return false;
-  }
-  // Call last: back to UTC, and skipped when a zone was left out.
-  void Finish() {
-    test::UseTimeZone("UTC");
-    if (!missing_.empty()) GTEST_SKIP() << "cases left out: " << missing_;
-  }
-
- private:
-  std::string missing_;
-};
+using test::ZoneVisits;
 
 // A schedule rule from its stored values.
 inline CScheCycleRec ParseRule(const char* type, const char* event, const char* range,
