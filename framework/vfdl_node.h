@@ -184,13 +184,14 @@ class CVFDLNode {
   bool extend_required_ = false;
   bool unknown_attributes_held_ = false;
   bool unknown_content_held_ = false;
-
-  // Tree linkage, owned by CVFTree.
+  // Tree linkage, owned by CVFTree. The slot sits beside the flags, where
+  // it costs no space: a node is one of the most numerous objects of the
+  // store, and no tree holds four billion of them.
+  uint32_t slot_ = 0;
   CVFDLDoc* doc_ = nullptr;
   CVFDLFolder* parent_ = nullptr;
   CVFDLNode* prev_ = nullptr;
   CVFDLNode* next_ = nullptr;
-  size_t slot_ = 0;
   // The text the node was read from; empty once the node changed.
   std::string_view lead_;
   std::string_view source_;

@@ -117,7 +117,7 @@ void CVFTree::RegisterID(CVFDLNode& node) {
 CVFDLNode* CVFTree::AddNode(CVFDLFolder* parent, std::unique_ptr<CVFDLNode> owned, int index) {
   CVFDLNode& node = *owned;
   node.doc_ = TreeDoc();
-  node.slot_ = nodes_.size();
+  node.slot_ = static_cast<uint32_t>(nodes_.size());
   nodes_.push_back(std::move(owned));
   RegisterID(node);
   if (parent == nullptr) {
@@ -180,7 +180,7 @@ void CVFTree::ReleaseOne(CVFDLNode& node) {
   size_t slot = node.slot_;
   if (slot + 1 != nodes_.size()) {
     nodes_[slot] = std::move(nodes_.back());
-    nodes_[slot]->slot_ = slot;
+    nodes_[slot]->slot_ = static_cast<uint32_t>(slot);
   }
   nodes_.pop_back();  // destroys the node
 }
