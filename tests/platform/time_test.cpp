@@ -75,7 +75,9 @@ TEST(LocalTimeCacheTest, AgreesWithTheDirectConversion) {
       {"America/Nuuk", 2007}, {"Pacific/Apia", 2011},
   };
   test::ZoneVisits zones;
-  for (auto [zone, year] : cases) {
+  for (const auto& [zone_name, zone_year] : cases) {
+    const char* zone = zone_name;  // named again: a lambda cannot capture a structured binding in C++20
+    const int year = zone_year;
     if (!zones.Use(zone)) continue;
     LocalTimeCache cache;
     auto check = [&](int64_t y, int64_t mo, int64_t d, int64_t h, int64_t mi) {
