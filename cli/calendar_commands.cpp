@@ -3,6 +3,7 @@
 #include <optional>
 #include <string_view>
 
+#include "cli/command_text.h"
 #include "cli/store_commands.h"
 #include "zds/calendar/calendar_doc.h"
 #include "zds/framework/field_codec.h"
@@ -13,20 +14,6 @@ namespace zds::cli {
 namespace {
 
 constexpr std::string_view kSchedulePath = "kov:\\Velmora\\Calendar\\Schedule";
-
-int Usage(std::ostream& err, const std::string& problem) {
-  err << "zds: " << problem << " (zds --help for usage)\n";
-  return 2;
-}
-
-// A stored text as one output field: tabs and line breaks become blanks.
-std::string Field(std::string_view text) {
-  std::string field(text);
-  for (char& c : field) {
-    if (c == '\t' || c == '\r' || c == '\n') c = ' ';
-  }
-  return field;
-}
 
 std::string ShowTime(const CTime& time, bool all_day) {
   return time.Format(all_day ? kTimeFormatDate : kTimeFormatMinutes);

@@ -6,31 +6,13 @@
 #include <optional>
 #include <string_view>
 
+#include "cli/command_text.h"
 #include "cli/store_commands.h"
 #include "zds/contacts/vcard.h"
 #include "zds/store/zds.h"
 
 namespace zds::cli {
 namespace {
-
-int Usage(std::ostream& err, std::string_view problem) {
-  err << "zds: " << problem << " (zds --help for usage)\n";
-  return 2;
-}
-
-int Refuse(std::ostream& err, std::string_view problem) {
-  err << "zds: " << problem << '\n';
-  return 1;
-}
-
-// A stored text as one output field: tabs and line breaks become blanks.
-std::string Field(std::string_view text) {
-  std::string field(text);
-  for (char& c : field) {
-    if (c == '\t' || c == '\r' || c == '\n') c = ' ';
-  }
-  return field;
-}
 
 // The arguments after a verb: options with a value, and the rest in order.
 struct Arguments {

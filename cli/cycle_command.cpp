@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <optional>
 
+#include "cli/command_text.h"
 #include "zds/recurrence/cycle_arithmetic.h"
 #include "zds/recurrence/cycle_format.h"
 #include "zds/recurrence/sche_cycle_rec.h"
@@ -61,20 +62,6 @@ bool ParseNumber(const std::string& text, int& number) {
   return true;
 }
 
-// "YYYY-MM-DD HH:MM[:SS]" naming a real local time.
-bool ParseMoment(const std::string& text, CTime& moment) {
-  static const std::string kShape = "dddd-dd-dd dd:dd:dd";
-  if (text.size() != 16 && text.size() != 19) return false;
-  for (size_t i = 0; i < text.size(); ++i) {
-    bool digit = std::isdigit(static_cast<unsigned char>(text[i])) != 0;
-    if (kShape[i] == 'd' ? !digit : text[i] != kShape[i]) return false;
-  }
-  moment = ParseDateTime(text);
-  // 0 also means "unparsable": accept it only for the moment it really is.
-  std::string full = text.size() == 16 ? text + ":00" : text;
-  return moment.GetTime() != 0 || CTime().Format(kTimeFormatSeconds) == full;
-}
-
 CScheCycleRec ReadRule(const std::vector<std::string>& words, size_t first) {
   CScheCycleRec rec;
   CCycleFormat::AnalyseCycleType(words[first], rec.cycle_type);
@@ -106,11 +93,11 @@ int Answer(const Call& call, CScheCycleRec& rec, std::ostream& out, std::ostream
   const std::string& lead = call.words[0];
   int number = 0;
   CTime moment, to;
-  if (call.verb == "range" ? !ParseNumber(lead, number) : !ParseMoment(lead, moment)) {
+  if (call.verb == "range" ? !ParseNumber(lead, number) : !ParseMoment(lead, true, moment)) {
     err << "zds cycle: malformed " << (call.verb == "range" ? "occurrence number" : "time") << " '" << lead << "'\n";
     return kMalformed;
   }
-  if (call.to && !ParseMoment(*call.to, to)) {
+  if (call.to && !ParseMoment(*call.to, true, to)) {
     err << "zds cycle: malformed time '" << *call.to << "'\n";
     return kMalformed;
   }

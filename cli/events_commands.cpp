@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "cli/command_text.h"
 #include "zds/events/autorun_doc.h"
 #include "zds/events/event_doc.h"
 #include "zds/events/monitor_doc.h"
@@ -23,18 +24,8 @@ bool Open(CVFDLDoc& doc, const DataRootPtr& root, std::string_view path, std::os
   doc.SetDataRoot(root);
   OpenResult opened = OpenVFDLDoc(doc, path, "", false);
   if (IsOpen(opened) || opened == OpenResult::kMissing) return true;
-  err << "zds: cannot use " << root->NativeRoot() << '/' << path.substr(1)
-      << ": it is damaged or unreadable (left untouched)\n";
+  err << "zds: cannot use " << NativeName(*root, path) << ": it is damaged or unreadable (left untouched)\n";
   return false;
-}
-
-// A stored text as one output field: tabs and line breaks become blanks.
-std::string Field(std::string_view text) {
-  std::string field(text);
-  for (char& c : field) {
-    if (c == '\t' || c == '\r' || c == '\n') c = ' ';
-  }
-  return field;
 }
 
 // Calls `visit` (node, depth) for every node of the document, depth first,

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cli/calendar_commands.h"
+#include "cli/command_text.h"
 #include "cli/contact_commands.h"
 #include "cli/cycle_command.h"
 #include "cli/events_commands.h"
@@ -40,10 +41,7 @@ constexpr const char kUsage[] =
     "DIR defaults to ./zds-data; PATH is a virtual path such as 'kov:\\Velmora\\E-Mail'.\n"
     "Lists are tab-separated. Exit status: 0 done, 1 not found or refused, 2 bad usage.\n";
 
-int Usage(const std::string& problem) {
-  std::cerr << "zds: " << problem << " (zds --help for usage)\n";
-  return 2;
-}
+int Usage(const std::string& problem) { return zds::cli::Usage(std::cerr, problem); }
 
 int Run(std::vector<std::string> args) {
   std::string root_dir = "zds-data";

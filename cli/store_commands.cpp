@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <vector>
 
+#include "cli/command_text.h"
+
 namespace zds::cli {
 namespace {
 
@@ -18,14 +20,6 @@ std::string_view KindName(const CVFDLNode& node) {
 
 void PrintField(std::ostream& out, std::string_view name, std::string_view value) {
   out << name << ": " << value << '\n';
-}
-
-std::string NativeName(const CZDS& facade, std::string_view stored) {
-  std::string name = facade.GetDataRoot()->NativeRoot();
-  if (stored.empty()) return name;
-  name += '/';
-  for (char c : stored.substr(stored.front() == '\\' ? 1 : 0)) name += c == '\\' ? '/' : c;
-  return name;
 }
 
 // The service index of an existing store, opened alone; null (with a line
@@ -63,7 +57,7 @@ void WalkWithPaths(const CVFDLFolder& root, const Visit& visit) {
 
 std::string DescribeStartupFailure(const CZDS& facade) {
   const CZDS::StartupFailure& failure = facade.GetStartupFailure();
-  std::string name = NativeName(facade, failure.path);
+  std::string name = NativeName(*facade.GetDataRoot(), failure.path);
   switch (failure.result) {
     case OpenResult::kUnusable:
       return "zds: cannot use " + name + ": it is damaged or unreadable (left untouched)";

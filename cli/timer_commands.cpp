@@ -1,10 +1,10 @@
 #include "cli/timer_commands.h"
 
 #include <array>
-#include <cctype>
 #include <optional>
 #include <string_view>
 
+#include "cli/command_text.h"
 #include "zds/framework/rtti.h"
 #include "zds/recurrence/cycle_arithmetic.h"
 #include "zds/recurrence/cycle_format.h"
@@ -21,33 +21,6 @@ constexpr int kMalformed = 2;
 constexpr std::string_view kTimerDir = "\\timer";
 constexpr std::string_view kIndexFile = "\\timer\\index.xml";
 
-std::string NativeName(const platform::DataRoot& root, std::string_view stored) {
-  std::string name = root.NativeRoot();
-  for (char c : stored) name += c == '\\' ? '/' : c;
-  return name;
-}
-
-// A stored text as one output field: tabs and line breaks become blanks.
-std::string Field(std::string_view text) {
-  std::string field(text);
-  for (char& c : field) {
-    if (c == '\t' || c == '\r' || c == '\n') c = ' ';
-  }
-  return field;
-}
-
-// "YYYY-MM-DD HH:MM:SS" naming a real local time.
-bool ParseTime(const std::string& text, CTime& time) {
-  static constexpr std::string_view kShape = "dddd-dd-dd dd:dd:dd";
-  if (text.size() != kShape.size()) return false;
-  for (size_t i = 0; i < text.size(); ++i) {
-    bool digit = std::isdigit(static_cast<unsigned char>(text[i])) != 0;
-    if (kShape[i] == 'd' ? !digit : text[i] != kShape[i]) return false;
-  }
-  time = ParseDateTime(text);
-  // 0 also means "unparsable": accept it only for the moment it really is.
-  return time.GetTime() != 0 || CTime().Format(kTimeFormatSeconds) == text;
-}
 
 // The timer index of a store that `zds init` made, opened without creating
 // anything; the documents behind it are opened through the store's classes.
@@ -121,7 +94,7 @@ bool ParseAdd(const std::vector<std::string>& args, AddCall& call, std::string& 
       has_subject = true;
     } else if (option == "--at") {
       CTime at;
-      if (!ParseTime(value, at)) return fail("malformed time '" + value + "' (YYYY-MM-DD HH:MM:SS)");
+      if (!ParseMoment(value, false, at)) return fail("malformed time '" + value + "' (YYYY-MM-DD HH:MM:SS)");
       call.at = at;
     } else if (option == "--state") {
       call.state = TimerStateOfWord(value);
@@ -258,7 +231,7 @@ int RunTimersCommand(const DataRootPtr& root, const std::vector<std::string>& ar
   }
   CTime from, to;
   for (const auto& [text, time] : {std::pair{&args[1], &from}, std::pair{&args[2], &to}}) {
-    if (!ParseTime(*text, *time)) {
+    if (!ParseMoment(*text, false, *time)) {
       err << "zds timers: malformed time '" << *text << "' (YYYY-MM-DD HH:MM:SS)\n";
       return kMalformed;
     }
