@@ -203,12 +203,11 @@ struct Field {
   static constexpr bool kTimed = requires(const Codec& c, std::string_view text, Member& value,
                                           LocalTimeCache* cache) { c.Read(text, value, cache); };
   void Read(CXMLElementReader& item, size_t index, Owner& owner) const {
-    if constexpr (kTimed) {
+    if constexpr (kInPlace) {
       std::string scratch;
-      codec.Read(item.GetAttrTextAt(index, scratch), owner.*member, item.GetTimeCache());
-    } else if constexpr (kInPlace) {
-      std::string scratch;
-      codec.Read(item.GetAttrTextAt(index, scratch), owner.*member);
+      const std::string_view text = item.GetAttrTextAt(index, scratch);
+      if constexpr (kTimed) codec.Read(text, owner.*member, item.GetTimeCache());
+      else codec.Read(text, owner.*member);
     } else {
       codec.Read(item.GetAttrValueAt(index), owner.*member);
     }
