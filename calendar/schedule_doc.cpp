@@ -2,6 +2,7 @@
 
 #include "zds/calendar/schedule_occurrences.h"
 #include "zds/framework/field_codec.h"
+#include "zds/platform/ascii.h"
 #include "zds/recurrence/cycle_format.h"
 
 namespace zds {
@@ -35,10 +36,10 @@ constexpr auto kVariableFields =
 enum class RuleVariable { kNone, kType, kEvent, kRange, kMap };
 
 RuleVariable RuleVariableNamed(std::string_view name) {
-  if (field::SameWordNoCase(name, "cycle_type")) return RuleVariable::kType;
-  if (field::SameWordNoCase(name, "cycle_event")) return RuleVariable::kEvent;
-  if (field::SameWordNoCase(name, "cycle_range")) return RuleVariable::kRange;
-  if (field::SameWordNoCase(name, "cycle_map")) return RuleVariable::kMap;
+  if (platform::SameIgnoringAsciiCase(name, "cycle_type")) return RuleVariable::kType;
+  if (platform::SameIgnoringAsciiCase(name, "cycle_event")) return RuleVariable::kEvent;
+  if (platform::SameIgnoringAsciiCase(name, "cycle_range")) return RuleVariable::kRange;
+  if (platform::SameIgnoringAsciiCase(name, "cycle_map")) return RuleVariable::kMap;
   return RuleVariable::kNone;
 }
 

@@ -6,6 +6,7 @@
 
 #include "zds/calendar/schedule_occurrences.h"
 #include "zds/framework/field_codec.h"
+#include "zds/platform/ascii.h"
 #include "zds/platform/files.h"
 #include "zds/store/zds.h"
 
@@ -87,7 +88,9 @@ bool CScheduleIndexDoc::NewXMLDoc(std::string_view path) {
 
 CVFDLNode* CScheduleIndexDoc::FindDocFolder(std::string_view alias, std::string_view src) const {
   if (GetRoot() == nullptr) return nullptr;
-  auto holds = [src](const CVFDLNode* node) { return node->IsFolder() && field::SameWordNoCase(node->GetSrc(), src); };
+  auto holds = [src](const CVFDLNode* node) {
+    return node->IsFolder() && platform::SameIgnoringAsciiCase(node->GetSrc(), src);
+  };
   if (CVFDLNode* node = GetRoot()->FindChildByAlias(alias); node && holds(node)) return node;
   // A folder the user renamed still holds its document.
   for (CVFDLNode* node = GetRoot()->GetFirstChild(); node; node = node->GetNextSibling()) {

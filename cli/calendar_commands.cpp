@@ -7,6 +7,7 @@
 #include "cli/store_commands.h"
 #include "zds/calendar/calendar_doc.h"
 #include "zds/framework/field_codec.h"
+#include "zds/platform/ascii.h"
 #include "zds/recurrence/cycle_format.h"
 #include "zds/store/zds.h"
 
@@ -55,7 +56,8 @@ bool ReadRule(const std::vector<std::string>& values, CScheCycleRec& rule) {
   for (int i = 0; i < 3; ++i) {
     std::string_view given = values[static_cast<size_t>(i)];
     std::string_view name = composed[i];
-    if (!field::SameWordNoCase(given.substr(0, given.find(';')), name.substr(0, name.find(';')))) return false;
+    const std::string_view given_name = given.substr(0, given.find(';'));
+    if (!platform::SameIgnoringAsciiCase(given_name, name.substr(0, name.find(';')))) return false;
   }
   return true;
 }

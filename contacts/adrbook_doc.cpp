@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "zds/framework/field_codec.h"
+#include "zds/platform/ascii.h"
 #include "zds/platform/time.h"
 
 namespace zds {
@@ -159,7 +160,8 @@ std::string CAdrBookDoc::NewBookDirectory(std::string_view name) const {
     const std::string prefix = "\\" + directory + "\\";
     for (const CAdrBookFolder* book : GetBooks()) {
       std::string_view src = book->GetSrc();
-      if (src.size() > prefix.size() && field::SameWordNoCase(src.substr(0, prefix.size()), prefix)) return true;
+      const std::string_view head = src.substr(0, prefix.size());
+      if (src.size() > prefix.size() && platform::SameIgnoringAsciiCase(head, prefix)) return true;
     }
     return false;
   };
@@ -202,10 +204,7 @@ bool CAdrBookDoc::DelLinkFile(const CVFDLNode& node) {
 
 CPIDLRec* CAdrBookDoc::FindAdrByEmail(std::string_view email) {
   if (!all_open_) LoadAllPIDLDocs();
-  key_.assign(email);
-  for (char& c : key_) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');  // as FoldEmailKey
-  }
+  platform::AsciiLowerCase(email, key_);  // FoldEmailKey, into a buffer kept between calls
   auto found = holders_.find(key_);
   return found == holders_.end() ? nullptr : found->second.first.contact;
 }

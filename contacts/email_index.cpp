@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "zds/platform/ascii.h"
+
 namespace zds {
 namespace {
 
@@ -25,13 +27,7 @@ std::vector<const CVFDLNode*> AncestorsOf(const CVFDLNode& node) {
 
 }  // namespace
 
-std::string FoldEmailKey(std::string_view address) {
-  std::string key(address);
-  for (char& c : key) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
-  }
-  return key;
-}
+std::string FoldEmailKey(std::string_view address) { return platform::AsciiLowerCase(address); }
 
 bool PrecedesInDocument(const CVFDLNode& a, const CVFDLNode& b) {
   if (&a == &b) return false;

@@ -5,26 +5,13 @@
 #include <unordered_map>
 #include <utility>
 
+#include "zds/platform/ascii.h"
+
 namespace zds {
 namespace {
 
 constexpr size_t kFoldOctets = 75;
 constexpr std::string_view kCrLf = "\r\n";
-
-char Upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
-char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-std::string UpperCase(std::string_view text) {
-  std::string upper(text);
-  std::transform(upper.begin(), upper.end(), upper.begin(), Upper);
-  return upper;
-}
-
-std::string LowerCase(std::string_view text) {
-  std::string lower(text);
-  std::transform(lower.begin(), lower.end(), lower.begin(), Lower);
-  return lower;
-}
 
 bool IsNameChar(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-';
@@ -220,7 +207,7 @@ bool ParseProperty(std::string_view line, Property& property) {
   if (dot != std::string_view::npos && !IsName(property.group)) return false;
   name.remove_prefix(dot == std::string_view::npos ? 0 : dot + 1);
   if (!IsName(name)) return false;
-  property.name = UpperCase(name);
+  property.name = platform::AsciiUpperCase(name);
   size_t at = name_end;
   while (line[at] == ';') {
     size_t end = ++at;
@@ -233,7 +220,7 @@ bool ParseProperty(std::string_view line, Property& property) {
     if (equals == std::string_view::npos) {
       added.values.push_back(param);  // "TEL;WORK;VOICE:" as vCard 2.1 wrote it
     } else {
-      added.name = UpperCase(param.substr(0, equals));
+      added.name = platform::AsciiUpperCase(param.substr(0, equals));
       SplitParamValues(param.substr(equals + 1), added.values);
     }
     at = end;
@@ -285,7 +272,7 @@ CContactTyping ReadTyping(const Property& property, std::string_view dropped_wor
     if (param.name == "PREF") typing.preferred = true;
     if (!param.name.empty() && param.name != "TYPE") continue;
     for (std::string_view value : param.values) {
-      std::string word = LowerCase(value);
+      std::string word = platform::AsciiLowerCase(value);
       if (word == "pref") {
         typing.preferred = true;
       } else if (!placed && (word == "home" || word == "work")) {
@@ -338,7 +325,7 @@ enum class Encoding { kText, kBase64, kOther };
 Encoding EncodingOf(const Property& property) {
   for (const Param& param : property.params) {
     if (param.values.size() != 1 || (!param.name.empty() && param.name != "ENCODING")) continue;
-    std::string word = UpperCase(param.values[0]);
+    std::string word = platform::AsciiUpperCase(param.values[0]);
     if (word == "B" || word == "BASE64") return Encoding::kBase64;
     if (word == "8BIT" || word == "7BIT") continue;  // the text as it is
     if (!param.name.empty() || word == "QUOTED-PRINTABLE") return Encoding::kOther;
@@ -352,7 +339,7 @@ Encoding EncodingOf(const Property& property) {
 bool IsAcceptable(const Property& property) {
   if (!IsUtf8(property.line)) return false;
   const Param* charset = property.Find("CHARSET");
-  if (charset && (charset->values.size() != 1 || UpperCase(charset->values[0]) != "UTF-8")) return false;
+  if (charset && (charset->values.size() != 1 || platform::AsciiUpperCase(charset->values[0]) != "UTF-8")) return false;
   Encoding encoding = EncodingOf(property);
   return encoding == Encoding::kText || (encoding == Encoding::kBase64 && IsBase64(property.value));
 }
@@ -407,7 +394,8 @@ class CardBuilder {
   bool AddItem(std::vector<CContactItem>& items, const Property& property, std::string_view dropped_word) {
     std::string_view value = property.value;
     const Param* type = property.Find("VALUE");
-    if (type && type->values.size() == 1 && UpperCase(type->values[0]) == "URI" && value.starts_with("tel:")) {
+    const bool uri = type && type->values.size() == 1 && platform::AsciiUpperCase(type->values[0]) == "URI";
+    if (uri && value.starts_with("tel:")) {
       value.remove_prefix(4);
     }
     items.push_back({UnescapeText(value), ReadTyping(property, dropped_word)});
@@ -462,7 +450,7 @@ class CardBuilder {
 
 bool IsMarker(const Property& property, std::string_view name) {
   std::string_view value = property.value.substr(0, property.value.find_last_not_of(" \t") + 1);
-  return property.name == name && property.group.empty() && UpperCase(value) == "VCARD";
+  return property.name == name && property.group.empty() && platform::AsciiUpperCase(value) == "VCARD";
 }
 
 }  // namespace

@@ -31,6 +31,7 @@
 #include <utility>
 
 #include "zds/framework/xml_line.h"
+#include "zds/platform/ascii.h"
 #include "zds/platform/time.h"
 
 namespace zds::field {
@@ -41,16 +42,6 @@ namespace zds::field {
 int32_t ParseAtoi(std::string_view text);
 inline int32_t ParseAtol(std::string_view text) { return ParseAtoi(text); }
 std::string FormatInt(int64_t value);  // "%d"
-
-// Equality of ASCII words without regard to case.
-constexpr bool SameWordNoCase(std::string_view a, std::string_view b) {
-  auto fold = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    if (fold(a[i]) != fold(b[i])) return false;
-  }
-  return true;
-}
 
 // ---- codecs ----
 
@@ -80,7 +71,7 @@ struct FlagExactCodec {  // "yes" exactly
   }
 };
 struct FlagNoCaseCodec {  // "yes" in any case
-  void Read(std::string_view text, bool& value) const { value = SameWordNoCase(text, "yes"); }
+  void Read(std::string_view text, bool& value) const { value = platform::SameIgnoringAsciiCase(text, "yes"); }
   bool Write(bool value, std::string& text) const { return FlagExactCodec{}.Write(value, text); }
 };
 
@@ -159,7 +150,9 @@ struct WordsCodec {
   // The value of a word, or nothing for a word not in the table.
   constexpr std::optional<int> ValueOf(std::string_view text) const {
     for (const Word& entry : words) {
-      if (policy.match == Case::kExact ? entry.word == text : SameWordNoCase(entry.word, text)) return entry.value;
+      const bool same =
+          policy.match == Case::kExact ? entry.word == text : platform::SameIgnoringAsciiCase(entry.word, text);
+      if (same) return entry.value;
     }
     return std::nullopt;
   }

@@ -4,6 +4,8 @@
 
 #include <utility>
 
+#include "zds/platform/ascii.h"
+
 namespace zds::platform {
 
 namespace {
@@ -57,8 +59,6 @@ namespace {
 constexpr size_t kTemporaryBaseLength = 200;  // leaves room for the suffix in a 255-byte name
 constexpr size_t kRandomDigits = 16;
 
-char FoldAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
 bool AllDigits(std::string_view text, bool hex) {
   if (text.empty()) return false;
   for (char c : text) {
@@ -83,9 +83,7 @@ std::string TemporaryNameFor(std::string_view name, uint64_t random_bits) {
 bool IsTemporaryOf(std::string_view candidate, std::string_view name) {
   const std::string_view base = name.substr(0, kTemporaryBaseLength);
   if (candidate.size() < base.size() || !candidate.substr(base.size()).starts_with(".tmp")) return false;
-  for (size_t i = 0; i < base.size(); ++i) {
-    if (FoldAscii(candidate[i]) != FoldAscii(base[i])) return false;
-  }
+  if (!SameIgnoringAsciiCase(candidate.substr(0, base.size()), base)) return false;
   std::string_view rest = candidate.substr(base.size() + 4);
   if (rest.starts_with('-')) return rest.size() == kRandomDigits + 1 && AllDigits(rest.substr(1), true);
   size_t dash = rest.find('-');

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "zds/framework/field_codec.h"
+#include "zds/platform/ascii.h"
 
 namespace zds {
 
@@ -28,7 +29,7 @@ std::string NameOf(const Words& words, int value) {
   return std::string(words.WordOf(value).value_or(""));
 }
 
-bool EqualsNoCase(std::string_view a, std::string_view b) { return field::SameWordNoCase(a, b); }
+bool EqualsNoCase(std::string_view a, std::string_view b) { return platform::SameIgnoringAsciiCase(a, b); }
 
 // atoi's reading: blanks, a sign, the leading digits, else 0.
 int ReadNumber(std::string_view text) { return field::ParseAtoi(text); }

@@ -1,6 +1,7 @@
 #include "zds/timers/timer_doc.h"
 
 #include "zds/framework/field_codec.h"
+#include "zds/platform/ascii.h"
 #include "zds/recurrence/cycle_format.h"
 
 namespace zds {
@@ -49,13 +50,13 @@ void ReadCycleRec(CXMLElementReader& item, CATimerCycleRec& rule) {
   for (size_t i = children.size(); i-- > 0;) {
     CXMLElementReader& child = children[i];
     std::string_view tag = child.GetTag();
-    if (field::SameWordNoCase(tag, kTypeTag)) {
+    if (platform::SameIgnoringAsciiCase(tag, kTypeTag)) {
       CCycleFormat::AnalyseCycleType(child.GetAttrValue(kValue), rule.cycle_type);
-    } else if (field::SameWordNoCase(tag, kEventTag)) {
+    } else if (platform::SameIgnoringAsciiCase(tag, kEventTag)) {
       CCycleFormat::AnalyseCycleEvent(child.GetAttrValue(kValue), rule.cycle_event);
-    } else if (field::SameWordNoCase(tag, kRangeTag)) {
+    } else if (platform::SameIgnoringAsciiCase(tag, kRangeTag)) {
       CCycleFormat::AnalyseCycleRange(child.GetAttrValue(kValue), rule.cycle_range);
-    } else if (field::SameWordNoCase(tag, kMapTag)) {
+    } else if (platform::SameIgnoringAsciiCase(tag, kMapTag)) {
       CCycleMap map;
       CCycleFormat::AnalyseCycleMap(child.GetAttrValue(kValue), map);
       rule.maps.Add(map);

@@ -18,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "zds/platform/ascii.h"
 #include "zds/platform/files.h"
 
 namespace zds::platform {
@@ -44,16 +45,6 @@ class Descriptor {
  private:
   int fd_;
 };
-
-char FoldAscii(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-bool SameIgnoringAsciiCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    if (FoldAscii(a[i]) != FoldAscii(b[i])) return false;
-  }
-  return true;
-}
 
 std::string JoinNative(const std::string& directory, std::string_view name) {
   std::string path = directory;

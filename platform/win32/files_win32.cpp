@@ -15,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "zds/platform/ascii.h"
 #include "zds/platform/files.h"
 #include "zds/platform/win32/windows_api.h"
 
@@ -44,16 +45,6 @@ class Handle {
  private:
   HANDLE handle_;
 };
-
-char FoldAscii(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
-
-bool SameIgnoringAsciiCase(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (size_t i = 0; i < a.size(); ++i) {
-    if (FoldAscii(a[i]) != FoldAscii(b[i])) return false;
-  }
-  return true;
-}
 
 // CON, NUL, COM1 ... open devices whatever extension follows; COM and LPT
 // also take the superscript digits of the ANSI code page.
