@@ -17,10 +17,17 @@
 // character Windows names cannot hold, is refused as well.
 //
 // Links (symbolic links; on Windows junctions and other reparse points
-// too) are followed only while they stay inside the root: a path whose
-// existing part, resolved through every link, lies outside the root's own
-// resolved path is refused by every operation here, exists included. A
-// link that stays inside works like the directory or file it names.
+// too) are followed only while they stay inside the root. A path is walked
+// from an open handle of the root, each component opened relative to the
+// one before without following a link; a link's target is read and walked
+// the same way, and where it climbs above the root or is absolute it is
+// followed by name along the root's own path only. So nothing outside the
+// root is ever asked for (bar the root's own ancestors, looked up to learn
+// where the root lies when a link needs it), and what the walk checked is
+// what the operation uses: a directory swapped for a link meanwhile steers
+// nothing. A link that stays inside works like what it names: reads and
+// writes through a link to a file read and replace that file, while a
+// delete or a move takes the link itself.
 //
 // Writes are atomic and durable: the new contents go to a temporary file
 // beside the target, are flushed to disk, and are renamed over the target;
@@ -56,8 +63,10 @@ class DataRoot {
 
   const std::string& NativeRoot() const { return native_root_; }
 
-  // The native path of a stored path, matched case-blind where needed;
-  // nullopt when the stored path is refused.
+  // The native path of a stored path, for messages: the root and each
+  // component as it stands on disk (matched case-blind where needed), a
+  // missing one as stored; nullopt when the path is refused. No operation
+  // goes through this name.
   std::optional<std::string> Resolve(std::string_view stored_path) const;
 
   ReadStatus ReadWholeFile(std::string_view stored_path, std::string& contents) const;

@@ -1,6 +1,8 @@
-// POSIX side of DataRoot: stored paths matched case-blind against the
-// directories and kept from leading out of the root through links, and
-// writes made atomic with a locked temporary file and rename.
+// POSIX side of DataRoot: every stored path walked from an open handle of
+// the root, one component at a time, each opened relative to the one
+// before and never through a link; links are read and followed by this
+// code, which keeps them inside the root. Writes are made atomic with a
+// locked temporary file and rename, all relative to the same handles.
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -8,17 +10,25 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
+#if defined(__linux__) && __has_include(<linux/openat2.h>)
+#include <linux/openat2.h>
+#include <sys/syscall.h>
+#endif
+
 #include <atomic>
 #include <cerrno>
 #include <climits>
-#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <optional>
+#include <span>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include "zds/platform/ascii.h"
+#include "zds/platform/file_calls.h"
 #include "zds/platform/files.h"
 
 namespace zds::platform {
@@ -28,13 +38,21 @@ namespace {
 // Closes on every return path; Close() reports what close(2) said.
 class Descriptor {
  public:
+  Descriptor() = default;
   explicit Descriptor(int fd) : fd_(fd) {}
   ~Descriptor() { Close(); }
   Descriptor(Descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-  Descriptor& operator=(Descriptor&&) = delete;
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    if (this != &other) {
+      Close();
+      fd_ = std::exchange(other.fd_, -1);
+    }
+    return *this;
+  }
 
   int get() const { return fd_; }
   bool valid() const { return fd_ >= 0; }
+  int Release() { return std::exchange(fd_, -1); }
   bool Close() {
     if (fd_ < 0) return true;
     int result = close(fd_);
@@ -43,33 +61,84 @@ class Descriptor {
   }
 
  private:
-  int fd_;
+  int fd_ = -1;
 };
 
-std::string JoinNative(const std::string& directory, std::string_view name) {
-  std::string path = directory;
-  if (path.empty() || path.back() != '/') path += '/';
-  path += name;
-  return path;
+// The system calls that take a name, each reported first (see file_calls.h).
+intptr_t Reported(int directory) { return directory == AT_FDCWD ? kPlainPath : directory; }
+
+int OpenAt(int directory, const std::string& name, int flags, mode_t mode = 0) {
+  file_calls::Report("openat", Reported(directory), name);
+  return openat(directory, name.c_str(), flags, mode);
 }
 
-bool EntryExists(const std::string& path) {
-  struct stat info;
-  return lstat(path.c_str(), &info) == 0;
+bool StatAt(int directory, const std::string& name, struct stat& info) {
+  file_calls::Report("fstatat", Reported(directory), name);
+  return fstatat(directory, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
-bool IsOfType(const std::string& path, mode_t type) {
-  struct stat info;
-  return stat(path.c_str(), &info) == 0 && (info.st_mode & S_IFMT) == type;
+// A target that does not fit is as unusable as one that cannot be read.
+bool ReadLinkAt(int directory, const std::string& name, std::string& target) {
+  file_calls::Report("readlinkat", directory, name);
+  char buffer[PATH_MAX];
+  ssize_t length = readlinkat(directory, name.c_str(), buffer, sizeof buffer);
+  if (length < 0) return false;
+  if (static_cast<size_t>(length) == sizeof buffer) {
+    errno = ENAMETOOLONG;
+    return false;
+  }
+  target.assign(buffer, static_cast<size_t>(length));
+  return true;
 }
+
+bool MakeDirectoryAt(int directory, const std::string& name) {
+  file_calls::Report("mkdirat", Reported(directory), name);
+  return mkdirat(directory, name.c_str(), 0777) == 0;
+}
+
+bool UnlinkAt(int directory, const std::string& name) {
+  file_calls::Report("unlinkat", directory, name);
+  return unlinkat(directory, name.c_str(), 0) == 0;
+}
+
+// Moves never replace: the kernel refuses that atomically where it can,
+// and elsewhere a look just before has to do.
+bool RenameNoReplace(int from_directory, const std::string& from, int to_directory, const std::string& to) {
+  file_calls::Report("renameat", from_directory, from);
+  file_calls::Report("renameat", to_directory, to);
+#if defined(__linux__) && defined(RENAME_NOREPLACE)
+  if (renameat2(from_directory, from.c_str(), to_directory, to.c_str(), RENAME_NOREPLACE) == 0) return true;
+  if (errno != EINVAL && errno != ENOSYS) return false;
+#endif
+  struct stat info;
+  if (StatAt(to_directory, to, info) || errno != ENOENT) return false;
+  return renameat(from_directory, from.c_str(), to_directory, to.c_str()) == 0;
+}
+
+#if defined(O_PATH)
+// Walking needs only search permission on a directory, as a path does.
+constexpr int kDirectoryAccess = O_PATH;
+#elif defined(O_SEARCH)
+constexpr int kDirectoryAccess = O_SEARCH;
+#else
+constexpr int kDirectoryAccess = O_RDONLY;
+#endif
+constexpr int kOpenDirectory = kDirectoryAccess | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+constexpr int kMaxLinks = 40;  // as many as Linux follows in one path
 
 // The entry of the directory equal to the name but for ASCII case; of
 // several, the first in byte order, so the choice never depends on the
-// order readdir happens to return. Empty when there is none.
-std::string FindCaseVariant(const std::string& directory, std::string_view name) {
-  std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(directory.c_str()), closedir);
+// order readdir happens to return. Empty when there is none. The listing
+// opens the directory afresh: a walking handle may lack read permission,
+// and a duplicate would share its read position.
+std::string FindCaseVariant(int directory, std::string_view name) {
   std::string best;
-  if (!stream) return best;
+  Descriptor listing(OpenAt(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!listing.valid()) return best;
+  DIR* opened = fdopendir(listing.get());
+  if (opened == nullptr) return best;
+  listing.Release();
+  std::unique_ptr<DIR, int (*)(DIR*)> stream(opened, closedir);
   while (const dirent* entry = readdir(stream.get())) {
     std::string_view candidate(entry->d_name);
     if (SameIgnoringAsciiCase(candidate, name) && (best.empty() || candidate < best)) best = candidate;
@@ -77,52 +146,358 @@ std::string FindCaseVariant(const std::string& directory, std::string_view name)
   return best;
 }
 
-// The path with every link resolved; nullopt when some part of it is
-// missing or a link leads nowhere.
-std::optional<std::string> RealPath(const std::string& path) {
-  std::unique_ptr<char, void (*)(void*)> real(realpath(path.c_str(), nullptr), std::free);
-  if (!real) return std::nullopt;
-  return std::string(real.get());
+// "/a/./b/" -> {"a", "b"}.
+std::vector<std::string> SplitAbsolute(std::string_view path) {
+  std::vector<std::string> components;
+  while (!path.empty()) {
+    size_t end = path.find('/');
+    std::string_view component = path.substr(0, end);
+    if (!component.empty() && component != ".") components.emplace_back(component);
+    path.remove_prefix(end == std::string_view::npos ? path.size() : end + 1);
+  }
+  return components;
 }
 
-// Whether paths below the root, once their links are resolved, stay in
-// it. The check and the use that follows are two steps: whoever can write
-// inside the root could swap a checked directory for a link in between.
-// Closing that would take opening every component relative to its parent
-// with O_NOFOLLOW and resolving links by hand; whoever can plant links in
-// the root can already change every document, so the check is there to
-// keep a link left in the root from steering our writes and deletes out.
-class Containment {
- public:
-  explicit Containment(const std::string& native_root) : root_(RealPath(native_root)) {}
+bool IsPrefixOf(const std::vector<std::string>& prefix, const std::optional<std::vector<std::string>>& path) {
+  return path && prefix.size() <= path->size() && std::equal(prefix.begin(), prefix.end(), path->begin());
+}
 
-  // `existing` is the deepest part of a path that exists; what is below it
-  // is yet to be made, as plain names. Without a root nothing below exists.
-  bool Holds(const std::string& existing) const {
-    if (!root_) return true;
-    auto real = RealPath(existing);
-    if (!real) return false;  // a dangling link: no telling where it leads
-    const std::string& root = *root_;
-    return real->starts_with(root) &&
-           (real->size() == root.size() || root.back() == '/' || (*real)[root.size()] == '/');
+// Where a stored path leads: the open directory that holds its last
+// component and that component's name as it stands there (its case
+// variant, when only one exists). An invalid directory means a component
+// before the last does not exist; an empty name, the directory itself.
+struct Place {
+  Descriptor directory;
+  std::string name;
+  bool exists = false;
+  struct stat info {};  // of the entry itself, when it exists
+  bool Is(mode_t type) const { return exists && (info.st_mode & S_IFMT) == type; }
+  bool IsEntry() const { return directory.valid() && !name.empty(); }
+};
+
+enum class Goal {
+  kEntry,          // the last component, a link followed to what it names
+  kEntryKeepLink,  // the same, but a link is itself the place (delete, move)
+  kMakeDirectory,  // every component a directory, made where missing
+};
+
+// One walk of one stored path from the root's handle. Links are read
+// (readlinkat on a handle inside the root) and their targets walked the
+// same way, so no link is ever followed by the kernel. A target may climb
+// above the root or be absolute; it is then followed by name, not by
+// system calls, and only along the root's own path: a link that leaves it
+// is refused before anything beyond the root is asked for, and one that
+// leads out and back in ("../root/real", "/abs/root/real") still works.
+// Where Linux offers openat2 with RESOLVE_BENEATH, the directories of a
+// path are first opened in one call, with the same confinement; anything
+// that call cannot settle (a case variant, a link that climbs) is walked
+// again the long way.
+class Walk {
+ public:
+  explicit Walk(const std::string& native_root) : native_root_(native_root) {
+    root_ = Descriptor(OpenAt(AT_FDCWD, native_root, kDirectoryAccess | O_DIRECTORY | O_CLOEXEC));
+    root_missing_ = !root_.valid() && (errno == ENOENT || errno == ENOTDIR);
+  }
+
+  // nullopt when the path leads out of the root or cannot be walked; a
+  // missing root is a place whose directory is missing.
+  std::optional<Place> Find(std::span<const std::string_view> components, Goal goal, std::string* native = nullptr) {
+    native_ = native;
+    if (!root_.valid()) {
+      if (!root_missing_) return std::nullopt;
+      NoteRest(components);
+      return Place{};
+    }
+    const size_t directories = components.size() - (goal == Goal::kEntry || goal == Goal::kEntryKeepLink ? 1 : 0);
+    if (!components.empty() && directories > 0 && TryKernelWalk(components, directories)) {
+      std::optional<Place> place = Run(goal);
+      if (!restart_) return place;
+    }
+    Load(components);
+    return Run(goal);
   }
 
  private:
-  std::optional<std::string> root_;
+  struct Pending {
+    std::string name;
+    bool stored;  // a component of the stored path, not of a link's target
+  };
+  enum class Step { kDone, kNext, kMissing, kFailed };
+
+  void Load(std::span<const std::string_view> components) {
+    LeaveBelow();
+    above_.reset();
+    kept_.reset();
+    links_ = 0;
+    restart_ = false;
+    if (native_) *native_ = native_root_;
+    pending_.clear();
+    for (auto it = components.rbegin(); it != components.rend(); ++it) pending_.push_back({std::string(*it), true});
+  }
+
+  void LeaveBelow() {
+    below_.clear();
+    kernel_level_ = false;
+  }
+  int Top() const { return below_.empty() ? root_.get() : below_.back().get(); }
+  Descriptor TakeTop() {
+    if (below_.empty()) return std::move(root_);
+    Descriptor top = std::move(below_.back());
+    below_.pop_back();
+    return top;
+  }
+
+  void Note(const Pending& component, std::string_view name) {
+    if (!native_ || !component.stored) return;
+    if (native_->empty() || native_->back() != '/') *native_ += '/';
+    *native_ += name;
+  }
+  void NoteRest(std::span<const std::string_view> components) {
+    if (!native_) return;
+    *native_ = native_root_;
+    for (std::string_view component : components) Note(Pending{{}, true}, component);
+  }
+
+  std::optional<Place> Run(Goal goal) {
+    const bool entry = goal == Goal::kEntry || goal == Goal::kEntryKeepLink;
+    while (!pending_.empty()) {
+      Pending next = std::move(pending_.back());
+      pending_.pop_back();
+      Step step;
+      if (next.name == ".") {
+        step = Step::kNext;
+      } else if (next.name == "..") {
+        step = Climb();
+      } else if (above_) {
+        step = StepAbove(next.name);
+      } else if (entry && pending_.empty()) {
+        step = StepToEntry(next, goal);
+        if (step == Step::kDone) return kept_ ? std::move(kept_) : std::optional<Place>(std::move(place_));
+      } else {
+        step = StepIntoDirectory(next, goal == Goal::kMakeDirectory);
+      }
+      if (step == Step::kMissing) {
+        if (native_) {
+          Note(next, next.name);
+          for (auto it = pending_.rbegin(); it != pending_.rend(); ++it) Note(*it, it->name);
+        }
+        if (kept_) return std::move(kept_);  // a link to a place yet to be made
+        return Place{};
+      }
+      if (step == Step::kFailed || restart_) return std::nullopt;
+    }
+    if (above_) return std::nullopt;  // it ends above the root
+    if (kept_) return std::move(kept_);
+    Place place;
+    place.directory = TakeTop();
+    place.exists = fstat(place.directory.get(), &place.info) == 0;
+    return place;
+  }
+
+  Step StepIntoDirectory(const Pending& next, bool make) {
+    std::string name = next.name;
+    bool looked = false;
+    bool made = false;
+    while (true) {
+      Descriptor directory(OpenAt(Top(), name, kOpenDirectory));
+      if (directory.valid()) {
+        Note(next, name);
+        below_.push_back(std::move(directory));
+        return Step::kNext;
+      }
+      if (errno == ENOENT) {
+        if (!looked) {
+          looked = true;
+          std::string variant = FindCaseVariant(Top(), name);
+          if (!variant.empty()) {
+            name = std::move(variant);
+            continue;
+          }
+        }
+        if (make && !made) {
+          made = true;
+          name = next.name;
+          if (MakeDirectoryAt(Top(), name) || errno == EEXIST) continue;
+          return Step::kFailed;
+        }
+        return Step::kMissing;
+      }
+      if (errno != ENOTDIR && errno != ELOOP && errno != EMLINK) return Step::kFailed;
+      std::string target;
+      if (!ReadLinkAt(Top(), name, target)) return errno == EINVAL ? Step::kMissing : Step::kFailed;  // a file
+      Note(next, name);
+      return FollowLink(target);
+    }
+  }
+
+  Step StepToEntry(const Pending& next, Goal goal) {
+    std::string name = next.name;
+    struct stat info;
+    bool found = StatAt(Top(), name, info);
+    if (!found && errno == ENOENT) {
+      std::string variant = FindCaseVariant(Top(), name);
+      if (!variant.empty()) {
+        name = std::move(variant);
+        found = StatAt(Top(), name, info);
+      }
+    }
+    if (!found) {
+      if (errno != ENOENT) return Step::kFailed;
+      name = next.name;
+    }
+    Note(next, name);
+    if (found && S_ISLNK(info.st_mode)) {
+      if (goal == Goal::kEntryKeepLink && !kept_) {
+        kept_.emplace();
+        kept_->directory = Descriptor(fcntl(Top(), F_DUPFD_CLOEXEC, 0));
+        kept_->name = name;
+        kept_->exists = true;
+        kept_->info = info;
+        if (!kept_->directory.valid()) return Step::kFailed;
+      }
+      std::string target;
+      if (!ReadLinkAt(Top(), name, target)) return Step::kFailed;
+      return FollowLink(target);
+    }
+    place_.directory = TakeTop();
+    place_.name = std::move(name);
+    place_.exists = found;
+    if (found) place_.info = info;
+    return Step::kDone;
+  }
+
+  Step FollowLink(std::string_view target) {
+    if (target.empty() || ++links_ > kMaxLinks) return Step::kFailed;
+    std::vector<std::string> components = SplitAbsolute(target);
+    for (auto it = components.rbegin(); it != components.rend(); ++it) pending_.push_back({std::move(*it), false});
+    if (target.front() != '/') return Step::kNext;
+    if (!LearnRootPaths()) return Step::kFailed;
+    LeaveBelow();
+    above_.emplace();
+    return EnterIfAtRoot();
+  }
+
+  // ".." inside the root goes back to the directory the walk came from,
+  // which is what the kernel does: every directory passed is a real one.
+  Step Climb() {
+    if (above_) {
+      if (!IsPrefixOf(*above_, real_root_)) return Step::kFailed;  // a parent not known without asking
+      if (!above_->empty()) above_->pop_back();
+      return Step::kNext;
+    }
+    if (!below_.empty()) {
+      if (kernel_level_ && below_.size() == 1) {
+        restart_ = true;  // one handle stood for several directories: walk again one by one
+        return Step::kFailed;
+      }
+      below_.pop_back();
+      return Step::kNext;
+    }
+    if (!LearnRootPaths() || !real_root_) return Step::kFailed;
+    if (real_root_->empty()) return Step::kNext;  // the root is "/", its own parent
+    above_.emplace(real_root_->begin(), real_root_->end() - 1);
+    return Step::kNext;
+  }
+
+  // Above the root only the root's own ancestors are known; any other name
+  // there is somewhere outside.
+  Step StepAbove(const std::string& name) {
+    above_->push_back(name);
+    if (IsPrefixOf(*above_, real_root_) || IsPrefixOf(*above_, spelled_root_)) return EnterIfAtRoot();
+    return Step::kFailed;
+  }
+
+  Step EnterIfAtRoot() {
+    if ((real_root_ && *above_ == *real_root_) || (spelled_root_ && *above_ == *spelled_root_)) {
+      above_.reset();
+      LeaveBelow();
+    }
+    return Step::kNext;
+  }
+
+  // Where the root lies, as the file system has it (every link resolved)
+  // and as it was spelled, asked for only when a link's target is absolute
+  // or climbs above the root. Resolving it names the root's own ancestors,
+  // never anything beside them; a spelling with ".." is not trusted.
+  bool LearnRootPaths() {
+    if (!looked_up_root_) {
+      looked_up_root_ = true;
+      file_calls::Report("realpath", kPlainPath, native_root_);
+      std::unique_ptr<char, void (*)(void*)> real(realpath(native_root_.c_str(), nullptr), std::free);
+      struct stat named, held;
+      if (real) file_calls::Report("stat", kPlainPath, real.get());
+      if (real && stat(real.get(), &named) == 0 && fstat(root_.get(), &held) == 0 && named.st_dev == held.st_dev &&
+          named.st_ino == held.st_ino) {
+        real_root_ = SplitAbsolute(real.get());
+      }
+      if (native_root_.starts_with('/') && native_root_.find("/..") == std::string::npos) {
+        spelled_root_ = SplitAbsolute(native_root_);
+      }
+    }
+    return real_root_ || spelled_root_;
+  }
+
+  // One openat2 for the directories, beneath the root; false leaves the
+  // walk to the long way.
+  bool TryKernelWalk(std::span<const std::string_view> components, size_t directories) {
+#if defined(RESOLVE_BENEATH) && defined(SYS_openat2)
+    static std::atomic<bool> available{true};
+    if (!file_calls::KernelWalkAllowed() || !available.load(std::memory_order_relaxed)) return false;
+    std::string joined;
+    for (size_t i = 0; i < directories; ++i) {
+      if (i > 0) joined += '/';
+      joined += components[i];
+    }
+    open_how how{};
+    how.flags = kDirectoryAccess | O_DIRECTORY | O_CLOEXEC;
+    how.resolve = RESOLVE_BENEATH | RESOLVE_NO_MAGICLINKS;
+    file_calls::Report("openat2", root_.get(), joined);
+    Descriptor directory(static_cast<int>(syscall(SYS_openat2, root_.get(), joined.c_str(), &how, sizeof how)));
+    if (!directory.valid()) {
+      // No such call (older kernels, some sandboxes): never ask again.
+      if (errno == ENOSYS || errno == EPERM || errno == E2BIG) available.store(false, std::memory_order_relaxed);
+      return false;
+    }
+    Load(components);
+    for (size_t i = 0; i < directories; ++i) {
+      Note(pending_.back(), pending_.back().name);
+      pending_.pop_back();
+    }
+    below_.push_back(std::move(directory));
+    kernel_level_ = true;
+    return true;
+#else
+    (void)components;
+    (void)directories;
+    return false;
+#endif
+  }
+
+  const std::string& native_root_;
+  Descriptor root_;
+  bool root_missing_ = false;
+  std::vector<Descriptor> below_;  // the directories walked into, innermost last
+  std::optional<std::vector<std::string>> above_;  // where a link led above the root
+  std::vector<Pending> pending_;                   // what is left to walk, next last
+  std::optional<Place> kept_;                      // a link that is itself the place
+  Place place_;
+  int links_ = 0;
+  bool kernel_level_ = false;  // below_[0] came from openat2
+  bool restart_ = false;
+  bool looked_up_root_ = false;
+  std::optional<std::vector<std::string>> real_root_;
+  std::optional<std::vector<std::string>> spelled_root_;
+  std::string* native_ = nullptr;
 };
 
-// Write, delete and move act on an entry inside the root, never on the root:
-// a temporary beside the root would already lie outside it.
-std::optional<std::string> ResolveEntry(const DataRoot& root, std::string_view stored_path) {
+// The place of a stored path; nullopt when it is refused. Write, delete
+// and move act on an entry inside the root, never on the root itself: a
+// temporary beside the root would already lie outside it.
+std::optional<Place> Locate(const std::string& native_root, std::string_view stored_path, Goal goal,
+                            bool entry_only = false) {
   auto components = SplitStoredPath(stored_path);
-  if (!components || components->empty()) return std::nullopt;
-  return root.Resolve(stored_path);
-}
-
-std::string NativeDirectoryOf(const std::string& path) {
-  size_t last = path.rfind('/');
-  if (last == std::string::npos) return ".";
-  return last == 0 ? "/" : path.substr(0, last);
+  if (!components || native_root.empty() || (entry_only && components->empty())) return std::nullopt;
+  return Walk(native_root).Find(*components, goal);
 }
 
 // Gathers up to IOV_MAX pieces per call; an unchanged document is a
@@ -164,9 +539,10 @@ bool ReadAll(int fd, std::string& contents) {
 }
 
 // Some file systems cannot sync a directory (EINVAL); the rename is then as
-// durable as they allow.
-bool SyncDirectory(const std::string& directory) {
-  Descriptor fd(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+// durable as they allow. A walking handle may not be readable, so the
+// directory is opened afresh through it.
+bool SyncDirectory(int directory) {
+  Descriptor fd(OpenAt(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!fd.valid()) return false;
   return fsync(fd.get()) == 0 || errno == EINVAL;
 }
@@ -184,12 +560,10 @@ uint64_t RandomBits() {
 // so another process's cleanup passes it by. A cleanup that got between
 // the create and the lock has already removed the name (the locked file
 // has no links left), and the next name is tried.
-Descriptor CreateTemporary(const std::string& target, std::string& temporary) {
-  std::string directory = NativeDirectoryOf(target);
-  std::string name = target.substr(target.rfind('/') + 1);
+Descriptor CreateTemporary(int directory, const std::string& name, std::string& temporary) {
   for (int attempt = 0; attempt < 16; ++attempt) {
-    temporary = JoinNative(directory, TemporaryNameFor(name, RandomBits()));
-    Descriptor fd(open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    temporary = TemporaryNameFor(name, RandomBits());
+    Descriptor fd(OpenAt(directory, temporary, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
     if (!fd.valid() && errno == EEXIST) continue;
     if (!fd.valid()) return fd;
     int locked;
@@ -200,94 +574,66 @@ Descriptor CreateTemporary(const std::string& target, std::string& temporary) {
     struct stat info;
     if (locked != 0 || (fstat(fd.get(), &info) == 0 && info.st_nlink > 0)) return fd;
   }
-  return Descriptor(-1);
+  return Descriptor();
 }
 
 // Everything up to the rename can fail without touching the target. The
 // old file's permissions carry over, so a file kept private stays private.
 // The descriptor, and with it the lock, is held until the name is gone;
 // fsync has reported any write error by then, so closing adds nothing.
-bool ReplaceAtomically(const std::string& target, std::span<const std::string_view> pieces) {
+bool ReplaceAtomically(const Place& target, std::span<const std::string_view> pieces) {
   std::string temporary;
-  Descriptor fd = CreateTemporary(target, temporary);
+  const int directory = target.directory.get();
+  Descriptor fd = CreateTemporary(directory, target.name, temporary);
   if (!fd.valid()) return false;
-  struct stat old_file;
-  bool keep_mode = stat(target.c_str(), &old_file) == 0 && S_ISREG(old_file.st_mode);
-  bool written = WriteAllPieces(fd.get(), pieces) &&
-                 (!keep_mode || fchmod(fd.get(), old_file.st_mode & 07777) == 0) && fsync(fd.get()) == 0;
-  if (!written || rename(temporary.c_str(), target.c_str()) != 0) {
-    unlink(temporary.c_str());
+  bool keep_mode = target.Is(S_IFREG);
+  bool written = WriteAllPieces(fd.get(), pieces) && (!keep_mode || fchmod(fd.get(), target.info.st_mode & 07777) == 0) &&
+                 fsync(fd.get()) == 0;
+  file_calls::Report("renameat", directory, temporary);
+  file_calls::Report("renameat", directory, target.name);
+  if (!written || renameat(directory, temporary.c_str(), directory, target.name.c_str()) != 0) {
+    UnlinkAt(directory, temporary);
     return false;
   }
   fd.Close();
-  return SyncDirectory(NativeDirectoryOf(target));
+  return SyncDirectory(directory);
 }
 
 // A temporary no writer holds: the lock is free, and the name still
 // belongs to the file locked (a writer may have renamed it over its
 // target since the directory was read).
-bool RemoveIfAbandoned(const std::string& path) {
-  Descriptor fd(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+bool RemoveIfAbandoned(int directory, const std::string& name) {
+  Descriptor fd(OpenAt(directory, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   struct stat held, named;
   if (!fd.valid() || fstat(fd.get(), &held) != 0 || !S_ISREG(held.st_mode)) return false;
   if (flock(fd.get(), LOCK_EX | LOCK_NB) != 0) return false;
-  if (lstat(path.c_str(), &named) != 0 || named.st_dev != held.st_dev || named.st_ino != held.st_ino) return false;
-  return unlink(path.c_str()) == 0;
-}
-
-// Creates one directory; one that is already there counts as made.
-bool MakeDirectory(const std::string& path) {
-  return mkdir(path.c_str(), 0777) == 0 || (errno == EEXIST && IsOfType(path, S_IFDIR));
-}
-
-// rename() replaces its target; the kernel refuses that atomically where it
-// can, and elsewhere a look just before has to do.
-bool RenameNoReplace(const std::string& from, const std::string& to) {
-#if defined(__linux__) && defined(RENAME_NOREPLACE)
-  if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
-  if (errno != EINVAL && errno != ENOSYS) return false;
-#endif
-  if (EntryExists(to)) return false;
-  return rename(from.c_str(), to.c_str()) == 0;
+  if (!StatAt(directory, name, named) || named.st_dev != held.st_dev || named.st_ino != held.st_ino) return false;
+  return UnlinkAt(directory, name);
 }
 
 }  // namespace
 
-// Each missing component is looked for case-blind in its directory; once
-// one is not found at all, the rest cannot exist and keep their spelling,
-// which is the name a write or mkdir then creates. A directory is listed
-// only once it is known to lie inside the root, and the path is refused
-// when the part of it that exists leads out.
+// The native name is for messages: the root and each stored component as
+// it stands on disk, a missing one as stored. No operation goes through it.
 std::optional<std::string> DataRoot::Resolve(std::string_view stored_path) const {
   auto components = SplitStoredPath(stored_path);
   if (!components || native_root_.empty()) return std::nullopt;
-  const Containment containment(native_root_);
-  std::string path = native_root_;
-  std::string existing = path;
-  bool found = true;
-  for (std::string_view component : *components) {
-    std::string next = JoinNative(path, component);
-    if (found && !EntryExists(next)) {
-      if (!containment.Holds(path)) return std::nullopt;
-      std::string variant = FindCaseVariant(path, component);
-      found = !variant.empty();
-      if (found) next = JoinNative(path, variant);
-    }
-    path = std::move(next);
-    if (found) existing = path;
-  }
-  if (!containment.Holds(existing)) return std::nullopt;
-  return path;
+  std::string native;
+  if (!Walk(native_root_).Find(*components, Goal::kEntry, &native)) return std::nullopt;
+  return native;
 }
 
 // O_NONBLOCK keeps a FIFO planted in the root from hanging the read; it is
-// refused as not a regular file right after.
+// refused as not a regular file right after. O_NOFOLLOW: a link put in
+// place of the file since the walk is refused, not followed.
 ReadStatus DataRoot::ReadWholeFile(std::string_view stored_path, std::string& contents) const {
   contents.clear();
-  auto path = Resolve(stored_path);
-  if (!path) return ReadStatus::kFailed;
-  Descriptor fd(open(path->c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (!fd.valid()) return errno == ENOENT || errno == ENOTDIR ? ReadStatus::kMissing : ReadStatus::kFailed;
+  auto place = Locate(native_root_, stored_path, Goal::kEntry);
+  if (!place) return ReadStatus::kFailed;
+  if (!place->exists) return ReadStatus::kMissing;
+  if (!place->IsEntry()) return ReadStatus::kFailed;
+  Descriptor fd(OpenAt(place->directory.get(), place->name, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOFOLLOW));
+  if (!fd.valid()) return errno == ENOENT ? ReadStatus::kMissing : ReadStatus::kFailed;
   struct stat info;
   if (fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode)) return ReadStatus::kFailed;
   try {
@@ -307,68 +653,67 @@ bool DataRoot::WriteFileAtomic(std::string_view stored_path, std::string_view co
 
 bool DataRoot::WriteFileAtomicFromPieces(std::string_view stored_path,
                                          std::span<const std::string_view> pieces) const {
-  auto path = ResolveEntry(*this, stored_path);
   try {
-    return path && ReplaceAtomically(*path, pieces);
+    auto place = Locate(native_root_, stored_path, Goal::kEntry, true);
+    return place && place->IsEntry() && !place->Is(S_IFDIR) && ReplaceAtomically(*place, pieces);
   } catch (const std::bad_alloc&) {
     return false;
   }
 }
 
+// The root itself is made by its name, the one path this class hands the
+// system; everything below it relative to the handles.
 bool DataRoot::CreateDirectories(std::string_view stored_path) const {
-  auto path = Resolve(stored_path);
-  if (!path || !MakeDirectory(native_root_)) return false;
-  std::string made = native_root_;
-  std::string_view rest = std::string_view(*path).substr(native_root_.size());
-  while (!rest.empty()) {
-    size_t end = rest.find('/');
-    std::string_view part = rest.substr(0, end);
-    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
-    if (part.empty()) continue;
-    made = JoinNative(made, part);
-    if (!MakeDirectory(made)) return false;
-  }
-  return true;
+  if (!IsSafeStoredPath(stored_path) || native_root_.empty()) return false;
+  file_calls::Report("mkdir", kPlainPath, native_root_);
+  if (mkdir(native_root_.c_str(), 0777) != 0 && errno != EEXIST) return false;
+  auto place = Locate(native_root_, stored_path, Goal::kMakeDirectory);
+  return place && place->Is(S_IFDIR);
 }
 
 bool DataRoot::RemoveFile(std::string_view stored_path) const {
-  auto path = ResolveEntry(*this, stored_path);
-  return path && unlink(path->c_str()) == 0;
+  auto place = Locate(native_root_, stored_path, Goal::kEntryKeepLink, true);
+  return place && place->exists && place->IsEntry() && !place->Is(S_IFDIR) &&
+         UnlinkAt(place->directory.get(), place->name);
 }
 
 bool DataRoot::RenameFile(std::string_view from, std::string_view to) const {
-  auto native_from = ResolveEntry(*this, from);
-  auto native_to = ResolveEntry(*this, to);
-  return native_from && native_to && RenameNoReplace(*native_from, *native_to);
+  auto source = Locate(native_root_, from, Goal::kEntryKeepLink, true);
+  if (!source || !source->exists || !source->IsEntry()) return false;
+  auto target = Locate(native_root_, to, Goal::kEntryKeepLink, true);
+  return target && target->IsEntry() && !target->exists &&
+         RenameNoReplace(source->directory.get(), source->name, target->directory.get(), target->name);
 }
 
 bool DataRoot::FileExists(std::string_view stored_path) const {
-  auto path = Resolve(stored_path);
-  return path && IsOfType(*path, S_IFREG);
+  auto place = Locate(native_root_, stored_path, Goal::kEntry);
+  return place && place->Is(S_IFREG);
 }
 
 bool DataRoot::DirectoryExists(std::string_view stored_path) const {
-  auto path = Resolve(stored_path);
-  return path && IsOfType(*path, S_IFDIR);
+  auto place = Locate(native_root_, stored_path, Goal::kEntry);
+  return place && place->Is(S_IFDIR);
 }
 
 size_t DataRoot::RemoveLeftoverTemporaries(std::string_view stored_path) const {
-  auto path = ResolveEntry(*this, stored_path);
-  if (!path) return 0;
-  const std::string directory = NativeDirectoryOf(*path);
-  const std::string name = path->substr(path->rfind('/') + 1);
+  auto place = Locate(native_root_, stored_path, Goal::kEntry, true);
+  if (!place || !place->IsEntry()) return 0;
+  const int directory = place->directory.get();
   std::vector<std::string> candidates;
   try {
-    std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(directory.c_str()), closedir);
-    if (!stream) return 0;
+    Descriptor listing(OpenAt(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    DIR* opened = listing.valid() ? fdopendir(listing.get()) : nullptr;
+    if (opened == nullptr) return 0;
+    listing.Release();
+    std::unique_ptr<DIR, int (*)(DIR*)> stream(opened, closedir);
     while (const dirent* entry = readdir(stream.get())) {
-      if (IsTemporaryOf(entry->d_name, name)) candidates.push_back(JoinNative(directory, entry->d_name));
+      if (IsTemporaryOf(entry->d_name, place->name)) candidates.emplace_back(entry->d_name);
     }
   } catch (const std::bad_alloc&) {
     return 0;
   }
   size_t removed = 0;
-  for (const std::string& candidate : candidates) removed += RemoveIfAbandoned(candidate) ? 1 : 0;
+  for (const std::string& candidate : candidates) removed += RemoveIfAbandoned(directory, candidate) ? 1 : 0;
   return removed;
 }
 
