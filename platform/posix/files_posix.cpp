@@ -30,6 +30,7 @@
 #include "zds/platform/ascii.h"
 #include "zds/platform/file_calls.h"
 #include "zds/platform/files.h"
+#include "zds/platform/path_walk.h"
 
 namespace zds::platform {
 
@@ -124,7 +125,6 @@ constexpr int kDirectoryAccess = O_SEARCH;
 constexpr int kDirectoryAccess = O_RDONLY;
 #endif
 constexpr int kOpenDirectory = kDirectoryAccess | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-constexpr int kMaxLinks = 40;  // as many as Linux follows in one path
 
 // The entry of the directory equal to the name but for ASCII case; of
 // several, the first in byte order, so the choice never depends on the
@@ -158,10 +158,6 @@ std::vector<std::string> SplitAbsolute(std::string_view path) {
   return components;
 }
 
-bool IsPrefixOf(const std::vector<std::string>& prefix, const std::optional<std::vector<std::string>>& path) {
-  return path && prefix.size() <= path->size() && std::equal(prefix.begin(), prefix.end(), path->begin());
-}
-
 // Where a stored path leads: the open directory that holds its last
 // component and that component's name as it stands there (its case
 // variant, when only one exists). An invalid directory means a component
@@ -175,133 +171,54 @@ struct Place {
   bool IsEntry() const { return directory.valid() && !name.empty(); }
 };
 
-enum class Goal {
-  kEntry,          // the last component, a link followed to what it names
-  kEntryKeepLink,  // the same, but a link is itself the place (delete, move)
-  kMakeDirectory,  // every component a directory, made where missing
-};
+using Goal = PathWalk::Goal;
 
-// One walk of one stored path from the root's handle. Links are read
-// (readlinkat on a handle inside the root) and their targets walked the
-// same way, so no link is ever followed by the kernel. A target may climb
-// above the root or be absolute; it is then followed by name, not by
-// system calls, and only along the root's own path: a link that leaves it
-// is refused before anything beyond the root is asked for, and one that
-// leads out and back in ("../root/real", "/abs/root/real") still works.
-// Where Linux offers openat2 with RESOLVE_BENEATH, the directories of a
-// path are first opened in one call, with the same confinement; anything
-// that call cannot settle (a case variant, a link that climbs) is walked
-// again the long way.
-class Walk {
+// The walk (see path_walk.h) with descriptors: each directory opened with
+// O_NOFOLLOW relative to the one before, links read with readlinkat. Where
+// Linux offers openat2 with RESOLVE_BENEATH, the directories of a path are
+// first opened in that one call, which keeps inside the root just the
+// same; what it cannot settle (a case variant, a link that climbs out and
+// back) is walked again one component at a time.
+class PosixWalk final : public PathWalk {
  public:
-  explicit Walk(const std::string& native_root) : native_root_(native_root) {
+  explicit PosixWalk(const std::string& native_root) : PathWalk('/'), native_root_(native_root) {
     root_ = Descriptor(OpenAt(AT_FDCWD, native_root, kDirectoryAccess | O_DIRECTORY | O_CLOEXEC));
     root_missing_ = !root_.valid() && (errno == ENOENT || errno == ENOTDIR);
   }
 
-  // nullopt when the path leads out of the root or cannot be walked; a
-  // missing root is a place whose directory is missing.
+  // nullopt when the path is refused; a missing root is a place whose
+  // directory is missing.
   std::optional<Place> Find(std::span<const std::string_view> components, Goal goal, std::string* native = nullptr) {
-    native_ = native;
     if (!root_.valid()) {
       if (!root_missing_) return std::nullopt;
-      NoteRest(components);
+      if (native) {
+        *native = native_root_;
+        for (std::string_view component : components) *native += "/" + std::string(component);
+      }
       return Place{};
     }
-    const size_t directories = components.size() - (goal == Goal::kEntry || goal == Goal::kEntryKeepLink ? 1 : 0);
-    if (!components.empty() && directories > 0 && TryKernelWalk(components, directories)) {
-      std::optional<Place> place = Run(goal);
-      if (!restart_) return place;
+    Outcome outcome = Walk(components, goal, native_root_, native);
+    if (restart_) {
+      restart_ = false;
+      one_by_one_ = true;
+      BackToRoot();
+      kept_.reset();
+      outcome = Walk(components, goal, native_root_, native);
     }
-    Load(components);
-    return Run(goal);
+    if (outcome == Outcome::kRefused) return std::nullopt;
+    if (outcome == Outcome::kMissing) return Place{};
+    return kept_ ? std::move(kept_) : std::optional<Place>(std::move(place_));
   }
 
  private:
-  struct Pending {
-    std::string name;
-    bool stored;  // a component of the stored path, not of a link's target
-  };
-  enum class Step { kDone, kNext, kMissing, kFailed };
-
-  void Load(std::span<const std::string_view> components) {
-    LeaveBelow();
-    above_.reset();
-    kept_.reset();
-    links_ = 0;
-    restart_ = false;
-    if (native_) *native_ = native_root_;
-    pending_.clear();
-    for (auto it = components.rbegin(); it != components.rend(); ++it) pending_.push_back({std::string(*it), true});
-  }
-
-  void LeaveBelow() {
-    below_.clear();
-    kernel_level_ = false;
-  }
-  int Top() const { return below_.empty() ? root_.get() : below_.back().get(); }
-  Descriptor TakeTop() {
-    if (below_.empty()) return std::move(root_);
-    Descriptor top = std::move(below_.back());
-    below_.pop_back();
-    return top;
-  }
-
-  void Note(const Pending& component, std::string_view name) {
-    if (!native_ || !component.stored) return;
-    if (native_->empty() || native_->back() != '/') *native_ += '/';
-    *native_ += name;
-  }
-  void NoteRest(std::span<const std::string_view> components) {
-    if (!native_) return;
-    *native_ = native_root_;
-    for (std::string_view component : components) Note(Pending{{}, true}, component);
-  }
-
-  std::optional<Place> Run(Goal goal) {
-    const bool entry = goal == Goal::kEntry || goal == Goal::kEntryKeepLink;
-    while (!pending_.empty()) {
-      Pending next = std::move(pending_.back());
-      pending_.pop_back();
-      Step step;
-      if (next.name == ".") {
-        step = Step::kNext;
-      } else if (next.name == "..") {
-        step = Climb();
-      } else if (above_) {
-        step = StepAbove(next.name);
-      } else if (entry && pending_.empty()) {
-        step = StepToEntry(next, goal);
-        if (step == Step::kDone) return kept_ ? std::move(kept_) : std::optional<Place>(std::move(place_));
-      } else {
-        step = StepIntoDirectory(next, goal == Goal::kMakeDirectory);
-      }
-      if (step == Step::kMissing) {
-        if (native_) {
-          Note(next, next.name);
-          for (auto it = pending_.rbegin(); it != pending_.rend(); ++it) Note(*it, it->name);
-        }
-        if (kept_) return std::move(kept_);  // a link to a place yet to be made
-        return Place{};
-      }
-      if (step == Step::kFailed || restart_) return std::nullopt;
-    }
-    if (above_) return std::nullopt;  // it ends above the root
-    if (kept_) return std::move(kept_);
-    Place place;
-    place.directory = TakeTop();
-    place.exists = fstat(place.directory.get(), &place.info) == 0;
-    return place;
-  }
-
-  Step StepIntoDirectory(const Pending& next, bool make) {
-    std::string name = next.name;
+  Step Enter(const std::string& name, bool make, std::string& actual, Target& target) override {
+    std::string candidate = name;
     bool looked = false;
     bool made = false;
     while (true) {
-      Descriptor directory(OpenAt(Top(), name, kOpenDirectory));
+      Descriptor directory(OpenAt(Top(), candidate, kOpenDirectory));
       if (directory.valid()) {
-        Note(next, name);
+        actual = std::move(candidate);
         below_.push_back(std::move(directory));
         return Step::kNext;
       }
@@ -310,143 +227,106 @@ class Walk {
           looked = true;
           std::string variant = FindCaseVariant(Top(), name);
           if (!variant.empty()) {
-            name = std::move(variant);
+            candidate = std::move(variant);
             continue;
           }
         }
-        if (make && !made) {
-          made = true;
-          name = next.name;
-          if (MakeDirectoryAt(Top(), name) || errno == EEXIST) continue;
-          return Step::kFailed;
-        }
-        return Step::kMissing;
+        if (!make || made) return Step::kMissing;
+        made = true;
+        candidate = name;
+        if (MakeDirectoryAt(Top(), candidate) || errno == EEXIST) continue;
+        return Step::kFailed;
       }
       if (errno != ENOTDIR && errno != ELOOP && errno != EMLINK) return Step::kFailed;
-      std::string target;
-      if (!ReadLinkAt(Top(), name, target)) return errno == EINVAL ? Step::kMissing : Step::kFailed;  // a file
-      Note(next, name);
-      return FollowLink(target);
+      if (!ReadTarget(candidate, target)) return errno == EINVAL ? Step::kMissing : Step::kFailed;  // EINVAL: a file
+      actual = std::move(candidate);
+      return Step::kLink;
     }
   }
 
-  Step StepToEntry(const Pending& next, Goal goal) {
-    std::string name = next.name;
+  Step Settle(const std::string& name, bool keep, std::string& actual, Target& target) override {
+    actual = name;
     struct stat info;
-    bool found = StatAt(Top(), name, info);
-    if (!found && errno == ENOENT) {
+    bool found = StatAt(Top(), actual, info);
+    int error = found ? 0 : errno;
+    if (error == ENOENT) {
       std::string variant = FindCaseVariant(Top(), name);
       if (!variant.empty()) {
-        name = std::move(variant);
-        found = StatAt(Top(), name, info);
+        found = StatAt(Top(), variant, info);
+        error = found ? 0 : errno;
+        if (found) actual = std::move(variant);
       }
     }
-    if (!found) {
-      if (errno != ENOENT) return Step::kFailed;
-      name = next.name;
-    }
-    Note(next, name);
+    if (!found && error != ENOENT) return Step::kFailed;
     if (found && S_ISLNK(info.st_mode)) {
-      if (goal == Goal::kEntryKeepLink && !kept_) {
+      if (keep) {
         kept_.emplace();
         kept_->directory = Descriptor(fcntl(Top(), F_DUPFD_CLOEXEC, 0));
-        kept_->name = name;
+        kept_->name = actual;
         kept_->exists = true;
         kept_->info = info;
         if (!kept_->directory.valid()) return Step::kFailed;
       }
-      std::string target;
-      if (!ReadLinkAt(Top(), name, target)) return Step::kFailed;
-      return FollowLink(target);
+      return ReadTarget(actual, target) ? Step::kLink : Step::kFailed;
     }
     place_.directory = TakeTop();
-    place_.name = std::move(name);
+    place_.name = actual;
     place_.exists = found;
     if (found) place_.info = info;
     return Step::kDone;
   }
 
-  Step FollowLink(std::string_view target) {
-    if (target.empty() || ++links_ > kMaxLinks) return Step::kFailed;
-    std::vector<std::string> components = SplitAbsolute(target);
-    for (auto it = components.rbegin(); it != components.rend(); ++it) pending_.push_back({std::move(*it), false});
-    if (target.front() != '/') return Step::kNext;
-    if (!LearnRootPaths()) return Step::kFailed;
-    LeaveBelow();
-    above_.emplace();
-    return EnterIfAtRoot();
+  bool SettleOnDirectory() override {
+    place_.directory = TakeTop();
+    place_.name.clear();
+    place_.exists = fstat(place_.directory.get(), &place_.info) == 0;
+    return place_.exists;
   }
 
-  // ".." inside the root goes back to the directory the walk came from,
-  // which is what the kernel does: every directory passed is a real one.
-  Step Climb() {
-    if (above_) {
-      if (!IsPrefixOf(*above_, real_root_)) return Step::kFailed;  // a parent not known without asking
-      if (!above_->empty()) above_->pop_back();
-      return Step::kNext;
+  bool AtRoot() const override { return below_.empty(); }
+
+  bool Leave() override {
+    if (opened_at_once_ && below_.size() == 1) {
+      restart_ = true;  // one handle stood for several directories: walk again one by one
+      return false;
     }
-    if (!below_.empty()) {
-      if (kernel_level_ && below_.size() == 1) {
-        restart_ = true;  // one handle stood for several directories: walk again one by one
-        return Step::kFailed;
-      }
-      below_.pop_back();
-      return Step::kNext;
+    below_.pop_back();
+    return true;
+  }
+
+  void BackToRoot() override {
+    below_.clear();
+    opened_at_once_ = false;
+  }
+
+  // Resolving the root names its own ancestors, never anything beside
+  // them; a spelling with ".." is not trusted.
+  RootPaths LearnRootPaths() override {
+    RootPaths paths;
+    file_calls::Report("realpath", kPlainPath, native_root_);
+    std::unique_ptr<char, void (*)(void*)> real(realpath(native_root_.c_str(), nullptr), std::free);
+    struct stat named, held;
+    if (real) file_calls::Report("stat", kPlainPath, real.get());
+    if (real && stat(real.get(), &named) == 0 && fstat(root_.get(), &held) == 0 && named.st_dev == held.st_dev &&
+        named.st_ino == held.st_ino) {
+      paths.real = SplitAbsolute(real.get());
     }
-    if (!LearnRootPaths() || !real_root_) return Step::kFailed;
-    if (real_root_->empty()) return Step::kNext;  // the root is "/", its own parent
-    above_.emplace(real_root_->begin(), real_root_->end() - 1);
-    return Step::kNext;
-  }
-
-  // Above the root only the root's own ancestors are known; any other name
-  // there is somewhere outside.
-  Step StepAbove(const std::string& name) {
-    above_->push_back(name);
-    if (IsPrefixOf(*above_, real_root_) || IsPrefixOf(*above_, spelled_root_)) return EnterIfAtRoot();
-    return Step::kFailed;
-  }
-
-  Step EnterIfAtRoot() {
-    if ((real_root_ && *above_ == *real_root_) || (spelled_root_ && *above_ == *spelled_root_)) {
-      above_.reset();
-      LeaveBelow();
+    if (native_root_.starts_with('/') && native_root_.find("/..") == std::string::npos) {
+      paths.spelled = SplitAbsolute(native_root_);
     }
-    return Step::kNext;
+    return paths;
   }
 
-  // Where the root lies, as the file system has it (every link resolved)
-  // and as it was spelled, asked for only when a link's target is absolute
-  // or climbs above the root. Resolving it names the root's own ancestors,
-  // never anything beside them; a spelling with ".." is not trusted.
-  bool LearnRootPaths() {
-    if (!looked_up_root_) {
-      looked_up_root_ = true;
-      file_calls::Report("realpath", kPlainPath, native_root_);
-      std::unique_ptr<char, void (*)(void*)> real(realpath(native_root_.c_str(), nullptr), std::free);
-      struct stat named, held;
-      if (real) file_calls::Report("stat", kPlainPath, real.get());
-      if (real && stat(real.get(), &named) == 0 && fstat(root_.get(), &held) == 0 && named.st_dev == held.st_dev &&
-          named.st_ino == held.st_ino) {
-        real_root_ = SplitAbsolute(real.get());
-      }
-      if (native_root_.starts_with('/') && native_root_.find("/..") == std::string::npos) {
-        spelled_root_ = SplitAbsolute(native_root_);
-      }
-    }
-    return real_root_ || spelled_root_;
-  }
+  bool SameName(std::string_view a, std::string_view b) const override { return a == b; }
 
-  // One openat2 for the directories, beneath the root; false leaves the
-  // walk to the long way.
-  bool TryKernelWalk(std::span<const std::string_view> components, size_t directories) {
+  size_t OpenAtOnce(std::span<const std::string_view> directories) override {
 #if defined(RESOLVE_BENEATH) && defined(SYS_openat2)
     static std::atomic<bool> available{true};
-    if (!file_calls::KernelWalkAllowed() || !available.load(std::memory_order_relaxed)) return false;
+    if (one_by_one_ || !file_calls::KernelWalkAllowed() || !available.load(std::memory_order_relaxed)) return 0;
     std::string joined;
-    for (size_t i = 0; i < directories; ++i) {
-      if (i > 0) joined += '/';
-      joined += components[i];
+    for (std::string_view directory : directories) {
+      if (!joined.empty()) joined += '/';
+      joined += directory;
     }
     open_how how{};
     how.flags = kDirectoryAccess | O_DIRECTORY | O_CLOEXEC;
@@ -456,38 +336,46 @@ class Walk {
     if (!directory.valid()) {
       // No such call (older kernels, some sandboxes): never ask again.
       if (errno == ENOSYS || errno == EPERM || errno == E2BIG) available.store(false, std::memory_order_relaxed);
-      return false;
-    }
-    Load(components);
-    for (size_t i = 0; i < directories; ++i) {
-      Note(pending_.back(), pending_.back().name);
-      pending_.pop_back();
+      return 0;
     }
     below_.push_back(std::move(directory));
-    kernel_level_ = true;
-    return true;
+    opened_at_once_ = true;
+    return directories.size();
 #else
-    (void)components;
     (void)directories;
-    return false;
+    return 0;
 #endif
+  }
+
+  bool ReadTarget(const std::string& name, Target& target) {
+    std::string link;
+    if (!ReadLinkAt(Top(), name, link)) return false;
+    if (link.empty()) {
+      errno = ENOENT;
+      return false;
+    }
+    target.absolute = link.front() == '/';
+    target.components = SplitAbsolute(link);
+    return true;
+  }
+
+  int Top() const { return below_.empty() ? root_.get() : below_.back().get(); }
+  Descriptor TakeTop() {
+    if (below_.empty()) return std::move(root_);
+    Descriptor top = std::move(below_.back());
+    below_.pop_back();
+    return top;
   }
 
   const std::string& native_root_;
   Descriptor root_;
   bool root_missing_ = false;
   std::vector<Descriptor> below_;  // the directories walked into, innermost last
-  std::optional<std::vector<std::string>> above_;  // where a link led above the root
-  std::vector<Pending> pending_;                   // what is left to walk, next last
-  std::optional<Place> kept_;                      // a link that is itself the place
-  Place place_;
-  int links_ = 0;
-  bool kernel_level_ = false;  // below_[0] came from openat2
+  bool opened_at_once_ = false;    // below_[0] came from openat2
+  bool one_by_one_ = false;
   bool restart_ = false;
-  bool looked_up_root_ = false;
-  std::optional<std::vector<std::string>> real_root_;
-  std::optional<std::vector<std::string>> spelled_root_;
-  std::string* native_ = nullptr;
+  Place place_;
+  std::optional<Place> kept_;  // a link that is itself the place
 };
 
 // The place of a stored path; nullopt when it is refused. Write, delete
@@ -497,7 +385,7 @@ std::optional<Place> Locate(const std::string& native_root, std::string_view sto
                             bool entry_only = false) {
   auto components = SplitStoredPath(stored_path);
   if (!components || native_root.empty() || (entry_only && components->empty())) return std::nullopt;
-  return Walk(native_root).Find(*components, goal);
+  return PosixWalk(native_root).Find(*components, goal);
 }
 
 // Gathers up to IOV_MAX pieces per call; an unchanged document is a
@@ -619,7 +507,7 @@ std::optional<std::string> DataRoot::Resolve(std::string_view stored_path) const
   auto components = SplitStoredPath(stored_path);
   if (!components || native_root_.empty()) return std::nullopt;
   std::string native;
-  if (!Walk(native_root_).Find(*components, Goal::kEntry, &native)) return std::nullopt;
+  if (!PosixWalk(native_root_).Find(*components, Goal::kEntry, &native)) return std::nullopt;
   return native;
 }
 

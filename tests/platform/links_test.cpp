@@ -53,6 +53,7 @@ const LinkCase kCases[] = {
     {"directory link inside, absolute", "lnkdir", fs::path("root") / "real", kDir, true, false},
     {"file link inside", "lnkfile.xml", fs::path("real") / "doc.xml", kFile, false, false},
     {"link chain inside", "lnkdir", kUp / "root" / "real", kDir, false, false, true},
+    {"file link climbing from a subdirectory", "real/sub/lnkfile.xml", kUp / "doc.xml", kFile, false, false},
 #ifdef _WIN32
     {"junction out", "lnkdir", "outside", LinkKind::kJunction, true, true},
     {"junction inside", "lnkdir", fs::path("root") / "real", LinkKind::kJunction, true, false},
@@ -69,6 +70,7 @@ class LinkTest : public ::testing::TestWithParam<std::tuple<LinkCase, bool>> {
     const fs::path target = c.absolute ? top_ / c.target : c.target;
     const char* kind = c.kind == LinkKind::kJunction ? "junction" : c.directory() ? "directory link" : "file link";
     const fs::path link = top_ / "root" / c.link;
+    fs::create_directories(link.parent_path());
     std::string error = test::MakeLink(c.chained ? fs::path("hop") : target, link, c.kind);
     if (error.empty() && c.chained) error = test::MakeLink(target, link.parent_path() / "hop", c.kind);
     if (!error.empty()) GTEST_SKIP() << "this system cannot make a " << kind << " here (" << error << ")";
