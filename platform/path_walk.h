@@ -40,6 +40,16 @@ class PathWalk {
     kMissing,  // a component before the last is missing
     kRefused,  // led out of the root, or could not be walked
   };
+  // A link's target, as its system spells it, taken apart.
+  struct Target {
+    bool absolute = false;
+    std::vector<std::string> components;  // "." and empty ones left out
+  };
+  // Where the root lies, as components from the top of the file system.
+  struct RootPaths {
+    std::optional<std::vector<std::string>> real;     // every link resolved
+    std::optional<std::vector<std::string>> spelled;  // as given, made absolute
+  };
 
   // `native`, when given, receives the native name for messages: `root`
   // and each stored component as found, a missing one as stored.
@@ -53,15 +63,6 @@ class PathWalk {
     kLink,     // a link: its target is in `target`
     kMissing,  // no such directory
     kFailed,
-  };
-  struct Target {
-    bool absolute = false;
-    std::vector<std::string> components;  // "." and empty ones left out
-  };
-  // Where the root lies, as components from the top of the file system.
-  struct RootPaths {
-    std::optional<std::vector<std::string>> real;     // every link resolved
-    std::optional<std::vector<std::string>> spelled;  // as given, made absolute
   };
 
   explicit PathWalk(char separator) : separator_(separator) {}

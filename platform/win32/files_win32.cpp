@@ -1,14 +1,27 @@
-// Win32 side of DataRoot. Stored "\" paths are native here and the file
-// system already matches names without regard to case, so resolving is a
-// join; what Win32 adds is a second look at each name, since it reads some
+// Win32 side of DataRoot. Every stored path is walked from a handle of the
+// root (see path_walk.h) with NtCreateFile relative to the directory handle
+// before it, the handle-relative open Win32 itself lacks, each component
+// opened as a reparse point rather than through one; a symbolic link's or
+// junction's target is read from its reparse data and walked by this code.
+// Files are then read, written, renamed and deleted through those handles,
+// never by path. The file system matches names without regard to case; what
+// Win32 adds is a second look at each stored name, since it reads some
 // names as devices or rewrites them before they reach the disk.
+//
+// Names travel in UTF-8 inside the walk: stored names are bytes of the
+// ANSI code page, as the stored formats were written, and NT takes UTF-16.
+//
+// Wine makes no symbolic links or junctions, so the walk through them, the
+// reading of reparse data and the checks against the root's final path run
+// only on Windows itself; under Wine the link tests skip with that reason.
 #define _CRT_RAND_S  // rand_s, the C runtime's door to the system's random source
 #include <stdlib.h>
 
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <cstring>
 #include <new>
 #include <optional>
 #include <string>
@@ -16,25 +29,52 @@
 #include <vector>
 
 #include "zds/platform/ascii.h"
+#include "zds/platform/file_calls.h"
 #include "zds/platform/files.h"
+#include "zds/platform/path_walk.h"
 #include "zds/platform/win32/windows_api.h"
 
-#include <shellapi.h>  // after <windows.h>, which it needs
+#include <winioctl.h>  // after <windows.h>, which these need
+#include <winternl.h>
+
+// Exported by ntdll, declared only in the driver kit's headers.
+extern "C" NTSTATUS NTAPI NtQueryDirectoryFile(HANDLE file, HANDLE event, PIO_APC_ROUTINE routine, PVOID context,
+                                               PIO_STATUS_BLOCK io, PVOID information, ULONG length,
+                                               FILE_INFORMATION_CLASS information_class, BOOLEAN single_entry,
+                                               PUNICODE_STRING name, BOOLEAN restart);
 
 namespace zds::platform {
 
 namespace {
 
+constexpr NTSTATUS kNoMoreFiles = static_cast<NTSTATUS>(0x80000006);
+constexpr NTSTATUS kNoSuchFile = static_cast<NTSTATUS>(0xC000000F);
+constexpr NTSTATUS kNameNotFound = static_cast<NTSTATUS>(0xC0000034);
+constexpr NTSTATUS kNameCollision = static_cast<NTSTATUS>(0xC0000035);
+constexpr NTSTATUS kPathNotFound = static_cast<NTSTATUS>(0xC000003A);
+constexpr NTSTATUS kNotADirectory = static_cast<NTSTATUS>(0xC0000103);
+
+bool IsMissing(NTSTATUS status) {
+  return status == kNameNotFound || status == kPathNotFound || status == kNoSuchFile || status == kNoMoreFiles;
+}
+
 // Closes on every return path; Close() reports what CloseHandle said.
 class Handle {
  public:
+  Handle() = default;
   explicit Handle(HANDLE handle) : handle_(handle) {}
   ~Handle() { Close(); }
   Handle(Handle&& other) noexcept : handle_(std::exchange(other.handle_, INVALID_HANDLE_VALUE)) {}
-  Handle& operator=(Handle&&) = delete;
+  Handle& operator=(Handle&& other) noexcept {
+    if (this != &other) {
+      Close();
+      handle_ = std::exchange(other.handle_, INVALID_HANDLE_VALUE);
+    }
+    return *this;
+  }
 
   HANDLE get() const { return handle_; }
-  bool valid() const { return handle_ != INVALID_HANDLE_VALUE; }
+  bool valid() const { return handle_ != INVALID_HANDLE_VALUE && handle_ != nullptr; }
   bool Close() {
     if (!valid()) return true;
     BOOL closed = CloseHandle(handle_);
@@ -43,8 +83,72 @@ class Handle {
   }
 
  private:
-  HANDLE handle_;
+  HANDLE handle_ = INVALID_HANDLE_VALUE;
 };
+
+intptr_t Reported(HANDLE directory) { return reinterpret_cast<intptr_t>(directory); }
+
+std::wstring Widen(std::string_view text, UINT code_page) {
+  if (text.empty()) return {};
+  int size = MultiByteToWideChar(code_page, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
+  std::wstring wide(static_cast<size_t>(size), L'\0');
+  MultiByteToWideChar(code_page, 0, text.data(), static_cast<int>(text.size()), wide.data(), size);
+  return wide;
+}
+
+std::string Narrow(std::wstring_view text, UINT code_page) {
+  if (text.empty()) return {};
+  int size = WideCharToMultiByte(code_page, 0, text.data(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
+  std::string narrow(static_cast<size_t>(size), '\0');
+  WideCharToMultiByte(code_page, 0, text.data(), static_cast<int>(text.size()), narrow.data(), size, nullptr, nullptr);
+  return narrow;
+}
+
+// NT counts a name in bytes and needs no terminator.
+UNICODE_STRING Counted(std::wstring& wide) {
+  const auto bytes = static_cast<USHORT>(std::min<size_t>(wide.size() * sizeof(wchar_t), 0xFFFE));
+  return UNICODE_STRING{bytes, bytes, wide.data()};
+}
+
+// The handle-relative open: `name`, one component in UTF-8, in `directory`.
+// SYNCHRONIZE and synchronous I/O let ReadFile, WriteFile and directory
+// queries on the handle work as they do on CreateFile's.
+Handle OpenAt(HANDLE directory, std::string_view name, ACCESS_MASK access, ULONG share, ULONG disposition,
+              ULONG options, NTSTATUS& status) {
+  file_calls::Report("NtCreateFile", Reported(directory), name);
+  std::wstring wide = Widen(name, CP_UTF8);
+  UNICODE_STRING counted = Counted(wide);
+  OBJECT_ATTRIBUTES attributes;
+  InitializeObjectAttributes(&attributes, &counted, OBJ_CASE_INSENSITIVE, directory, nullptr);
+  IO_STATUS_BLOCK io{};
+  HANDLE handle = INVALID_HANDLE_VALUE;
+  status = NtCreateFile(&handle, access | SYNCHRONIZE, &attributes, &io, nullptr, FILE_ATTRIBUTE_NORMAL, share,
+                        disposition, options | FILE_SYNCHRONOUS_IO_NONALERT, nullptr, 0);
+  return Handle(NT_SUCCESS(status) ? handle : INVALID_HANDLE_VALUE);
+}
+
+constexpr ULONG kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+constexpr ACCESS_MASK kDirectoryAccess = FILE_LIST_DIRECTORY | FILE_TRAVERSE | FILE_READ_ATTRIBUTES;
+
+// Moves the open file to `name` in `directory`, the target named relative
+// to the handle as an open is.
+bool RenameOpen(HANDLE file, HANDLE directory, std::string_view name, bool replace) {
+  file_calls::Report("NtSetInformationFile", Reported(directory), name);
+  const std::wstring wide = Widen(name, CP_UTF8);
+  std::vector<std::byte> buffer(offsetof(FILE_RENAME_INFO, FileName) + (wide.size() + 1) * sizeof(wchar_t));
+  auto* info = reinterpret_cast<FILE_RENAME_INFO*>(buffer.data());
+  info->ReplaceIfExists = replace ? TRUE : FALSE;
+  info->RootDirectory = directory;
+  info->FileNameLength = static_cast<DWORD>(wide.size() * sizeof(wchar_t));
+  std::memcpy(info->FileName, wide.c_str(), (wide.size() + 1) * sizeof(wchar_t));
+  IO_STATUS_BLOCK io{};
+  return NT_SUCCESS(NtSetInformationFile(file, &io, info, static_cast<ULONG>(buffer.size()), FileRenameInformation));
+}
+
+bool MarkForDeletion(HANDLE file) {
+  FILE_DISPOSITION_INFO disposition{TRUE};
+  return SetFileInformationByHandle(file, FileDispositionInfo, &disposition, sizeof disposition) != 0;
+}
 
 // CON, NUL, COM1 ... open devices whatever extension follows; COM and LPT
 // also take the superscript digits of the ANSI code page.
@@ -61,9 +165,9 @@ bool IsDeviceName(std::string_view component) {
   return (digit >= '0' && digit <= '9') || digit == 0xB9 || digit == 0xB2 || digit == 0xB3;
 }
 
-// Beyond the rules every OS shares: wildcards would let the shell's delete
-// match other files, and Win32 strips trailing dots and blanks, so such a
-// name would reach a different file than the one stored.
+// Beyond the rules every OS shares: wildcards would let a directory query
+// match other names, and Win32 strips trailing dots and blanks, so such a
+// name would reach a different file than the one stored in other programs.
 bool IsPlainWin32Name(std::string_view component) {
   for (char c : component) {
     if (static_cast<unsigned char>(c) < 0x20 || std::string_view("<>\"|?*").find(c) != std::string_view::npos) {
@@ -73,71 +177,241 @@ bool IsPlainWin32Name(std::string_view component) {
   return component.back() != '.' && component.back() != ' ' && !IsDeviceName(component);
 }
 
-std::string JoinNative(const std::string& directory, std::string_view name) {
-  std::string path = directory;
-  if (path.empty() || (path.back() != '\\' && path.back() != '/')) path += '\\';
-  path += name;
-  return path;
-}
-
-bool IsDirectory(const std::string& path) {
-  DWORD attributes = GetFileAttributesA(path.c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
-}
-
-bool IsFile(const std::string& path) {
-  DWORD attributes = GetFileAttributesA(path.c_str());
-  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
-}
-
-// The path as the system names the file it reaches, every reparse point
-// (symbolic link, junction, mount point) followed; nullopt when it cannot
-// be opened. Attributes-only access is not held back by any sharing mode.
-std::optional<std::string> FinalPath(const std::string& path) {
-  Handle file(CreateFileA(path.c_str(), FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                          nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
-  if (!file.valid()) return std::nullopt;
-  char buffer[4 * MAX_PATH];
-  DWORD length = GetFinalPathNameByHandleA(file.get(), buffer, sizeof buffer, FILE_NAME_NORMALIZED | VOLUME_NAME_DOS);
-  if (length == 0 || length >= sizeof buffer) return std::nullopt;
-  return std::string(buffer, length);
-}
-
-// Whether the deepest existing part of a path, reparse points followed,
-// lies in the root's own final path. As on POSIX the check and the use are
-// two steps, and whoever can write inside the root could put a junction in
-// place of a checked directory in between; the check keeps a link left in
-// the root from steering our writes and deletes out.
-// A plain file is judged by its directory: opening the file itself, even
-// for its attributes alone, would make a save that moves a new file over it
-// at that moment fail.
-bool StaysInsideRoot(const std::string& root, const std::vector<std::string_view>& components) {
-  auto root_final = FinalPath(root);
-  if (!root_final) return GetFileAttributesA(root.c_str()) == INVALID_FILE_ATTRIBUTES;  // nothing below exists
-  std::string existing = root;
-  std::string directory = root;
-  DWORD attributes = FILE_ATTRIBUTE_DIRECTORY;
-  for (std::string_view component : components) {
-    std::string next = JoinNative(existing, component);
-    DWORD next_attributes = GetFileAttributesA(next.c_str());
-    if (next_attributes == INVALID_FILE_ATTRIBUTES) break;
-    directory = std::exchange(existing, std::move(next));
-    attributes = next_attributes;
+// "C:\a\b" -> {"C:", "a", "b"}; "\\?\" and "\??\" prefixes, and the "\\"
+// of a share ("\\server\share" -> {"UNC", "server", "share"}), as the
+// system's own final paths spell them.
+std::vector<std::string> SplitWindowsPath(std::wstring_view path) {
+  for (std::wstring_view prefix : {L"\\\\?\\", L"\\??\\"}) {
+    if (path.starts_with(prefix)) path.remove_prefix(prefix.size());
   }
-  if ((attributes & (FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT)) == 0) existing = directory;
-  auto final_path = FinalPath(existing);
-  if (!final_path) return false;  // a link that leads nowhere: no telling where
-  const size_t size = root_final->size();
-  return final_path->size() >= size && SameIgnoringAsciiCase(std::string_view(*final_path).substr(0, size), *root_final) &&
-         (final_path->size() == size || root_final->back() == '\\' || (*final_path)[size] == '\\');
+  std::vector<std::string> components;
+  if (path.starts_with(L"\\\\")) {
+    components.push_back("UNC");
+    path.remove_prefix(2);
+  }
+  while (!path.empty()) {
+    size_t end = path.find(L'\\');
+    std::wstring_view component = path.substr(0, end);
+    if (!component.empty() && component != L".") components.push_back(Narrow(component, CP_UTF8));
+    path.remove_prefix(end == std::wstring_view::npos ? path.size() : end + 1);
+  }
+  return components;
 }
 
-// Write, delete and move act on an entry inside the root, never on the root:
-// a temporary beside the root would already lie outside it.
-std::optional<std::string> ResolveEntry(const DataRoot& root, std::string_view stored_path) {
+// A symbolic link's or junction's target, from its reparse data: absolute
+// ("\??\C:\x") or, for a symbolic link so marked, relative to the link's
+// directory. A relative one rooted on the drive ("\x") is not placed.
+bool ReadReparseTarget(HANDLE link, PathWalk::Target& target) {
+  alignas(8) char buffer[MAXIMUM_REPARSE_DATA_BUFFER_SIZE];
+  DWORD returned = 0;
+  if (!DeviceIoControl(link, FSCTL_GET_REPARSE_POINT, nullptr, 0, buffer, sizeof buffer, &returned, nullptr) ||
+      returned < 16) {
+    return false;
+  }
+  auto word = [&](size_t at) {
+    uint16_t value;
+    std::memcpy(&value, buffer + at, sizeof value);
+    return value;
+  };
+  DWORD tag;
+  std::memcpy(&tag, buffer, sizeof tag);
+  const bool symlink = tag == IO_REPARSE_TAG_SYMLINK;
+  if (!symlink && tag != IO_REPARSE_TAG_MOUNT_POINT) return false;
+  const size_t names = symlink ? 20 : 16;  // the symbolic link's flags come first
+  uint32_t flags = 0;
+  if (symlink) std::memcpy(&flags, buffer + 16, sizeof flags);
+  const size_t offset = names + word(8), length = word(10);
+  if (offset + length > returned) return false;
+  std::wstring substitute(length / sizeof(wchar_t), L'\0');
+  std::memcpy(substitute.data(), buffer + offset, length);
+  target.absolute = !(symlink && (flags & 1));  // SYMLINK_FLAG_RELATIVE
+  if (!target.absolute && substitute.starts_with(L'\\')) return false;
+  if (target.absolute && !substitute.starts_with(L"\\??\\")) return false;
+  target.components = SplitWindowsPath(substitute);
+  return !target.components.empty();
+}
+
+bool IsNameSurrogate(DWORD attributes, DWORD tag) {
+  return (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 && IsReparseTagNameSurrogate(tag);
+}
+
+// Where a stored path leads: the open directory that holds its last
+// component and that component's name (UTF-8). An invalid directory means
+// a component before the last does not exist; an empty name, the
+// directory itself.
+struct Place {
+  Handle directory;
+  std::string name;
+  bool exists = false;
+  DWORD attributes = 0;
+  bool IsDirectory() const { return exists && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
+  bool IsFile() const { return exists && !IsDirectory(); }
+  bool IsEntry() const { return directory.valid() && !name.empty(); }
+};
+
+using Goal = PathWalk::Goal;
+
+// The walk with NT handles. The last component is looked up by querying
+// its directory, not by opening it: an open handle on a file, even one for
+// its attributes alone, would make another program's save that moves a new
+// file over it at that moment fail.
+class Win32Walk final : public PathWalk {
+ public:
+  explicit Win32Walk(const std::string& native_root) : PathWalk('\\'), native_root_(native_root) {
+    file_calls::Report("CreateFileA", kPlainPath, native_root);
+    root_ = Handle(CreateFileA(native_root.c_str(), kDirectoryAccess, kShareAll, nullptr, OPEN_EXISTING,
+                               FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    DWORD error = root_.valid() ? 0 : GetLastError();
+    root_missing_ = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+  }
+
+  // nullopt when the path is refused; a missing root is a place whose
+  // directory is missing. `native` gets the name for messages (ANSI).
+  std::optional<Place> Find(const std::vector<std::string_view>& stored, Goal goal, std::string* native = nullptr) {
+    std::vector<std::string> names;
+    for (std::string_view component : stored) {
+      if (!IsPlainWin32Name(component)) return std::nullopt;
+      names.push_back(Narrow(Widen(component, CP_ACP), CP_UTF8));
+    }
+    if (native) {
+      *native = native_root_;
+      for (std::string_view component : stored) *native += "\\" + std::string(component);
+    }
+    if (!root_.valid()) return root_missing_ ? std::optional<Place>(Place{}) : std::nullopt;
+    const std::vector<std::string_view> components(names.begin(), names.end());
+    switch (Walk(components, goal)) {
+      case Outcome::kRefused:
+        return std::nullopt;
+      case Outcome::kMissing:
+        return Place{};
+      case Outcome::kFound:
+        break;
+    }
+    return kept_ ? std::move(kept_) : std::optional<Place>(std::move(place_));
+  }
+
+ private:
+  Step Enter(const std::string& name, bool make, std::string& actual, Target& target) override {
+    NTSTATUS status;
+    Handle directory = OpenAt(Top(), name, kDirectoryAccess, kShareAll, make ? FILE_OPEN_IF : FILE_OPEN,
+                              FILE_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT, status);
+    if (!directory.valid()) return IsMissing(status) || status == kNotADirectory ? Step::kMissing : Step::kFailed;
+    actual = name;
+    FILE_ATTRIBUTE_TAG_INFO tag;
+    if (!GetFileInformationByHandleEx(directory.get(), FileAttributeTagInfo, &tag, sizeof tag)) return Step::kFailed;
+    if (IsNameSurrogate(tag.FileAttributes, tag.ReparseTag)) {
+      return ReadReparseTarget(directory.get(), target) ? Step::kLink : Step::kFailed;
+    }
+    below_.push_back(std::move(directory));
+    return Step::kNext;
+  }
+
+  Step Settle(const std::string& name, bool keep, std::string& actual, Target& target) override {
+    actual = name;
+    DWORD attributes = 0, tag = 0;
+    NTSTATUS status = QueryEntry(name, attributes, tag);
+    if (!NT_SUCCESS(status) && !IsMissing(status)) return Step::kFailed;
+    const bool found = NT_SUCCESS(status);
+    if (found && IsNameSurrogate(attributes, tag)) {
+      if (keep) {
+        kept_.emplace();
+        HANDLE copy = INVALID_HANDLE_VALUE;
+        if (!DuplicateHandle(GetCurrentProcess(), Top(), GetCurrentProcess(), &copy, 0, FALSE, DUPLICATE_SAME_ACCESS)) {
+          return Step::kFailed;
+        }
+        kept_->directory = Handle(copy);
+        kept_->name = name;
+        kept_->exists = true;
+        kept_->attributes = attributes;
+      }
+      Handle link = OpenAt(Top(), name, FILE_READ_ATTRIBUTES, kShareAll, FILE_OPEN, FILE_OPEN_REPARSE_POINT, status);
+      return link.valid() && ReadReparseTarget(link.get(), target) ? Step::kLink : Step::kFailed;
+    }
+    place_.directory = TakeTop();
+    place_.name = name;
+    place_.exists = found;
+    place_.attributes = attributes;
+    return Step::kDone;
+  }
+
+  // One directory query for exactly this name: the file system looks it
+  // up as an open would, without a handle on the file.
+  NTSTATUS QueryEntry(const std::string& name, DWORD& attributes, DWORD& tag) {
+    file_calls::Report("NtQueryDirectoryFile", Reported(Top()), name);
+    std::wstring wide = Widen(name, CP_UTF8);
+    UNICODE_STRING counted = Counted(wide);
+    alignas(8) char buffer[sizeof(FILE_FULL_DIR_INFORMATION) + 2 * MAX_PATH * sizeof(wchar_t)];
+    IO_STATUS_BLOCK io{};
+    NTSTATUS status = NtQueryDirectoryFile(Top(), nullptr, nullptr, nullptr, &io, buffer, sizeof buffer,
+                                           FileFullDirectoryInformation, TRUE, &counted, TRUE);
+    if (NT_SUCCESS(status)) {
+      const auto* entry = reinterpret_cast<const FILE_FULL_DIR_INFORMATION*>(buffer);
+      attributes = entry->FileAttributes;
+      tag = entry->EaSize;  // a reparse point's tag, where extended attributes cannot be
+    }
+    return status;
+  }
+
+  bool SettleOnDirectory() override {
+    place_.directory = TakeTop();
+    place_.name.clear();
+    place_.exists = true;
+    place_.attributes = FILE_ATTRIBUTE_DIRECTORY;
+    return true;
+  }
+
+  bool AtRoot() const override { return below_.empty(); }
+  bool Leave() override {
+    below_.pop_back();
+    return true;
+  }
+  void BackToRoot() override { below_.clear(); }
+
+  // The root's final path is asked of its handle, not of its ancestors;
+  // its spelling is made absolute by name alone, as Win32 reads a path.
+  RootPaths LearnRootPaths() override {
+    RootPaths paths;
+    file_calls::Report("GetFinalPathNameByHandleW", Reported(root_.get()), "");
+    wchar_t buffer[4 * MAX_PATH];
+    DWORD length = GetFinalPathNameByHandleW(root_.get(), buffer, 4 * MAX_PATH, FILE_NAME_NORMALIZED | VOLUME_NAME_DOS);
+    if (length > 0 && length < 4 * MAX_PATH) paths.real = SplitWindowsPath(std::wstring_view(buffer, length));
+    const std::wstring spelled = Widen(native_root_, CP_ACP);
+    length = GetFullPathNameW(spelled.c_str(), 4 * MAX_PATH, buffer, nullptr);
+    if (length > 0 && length < 4 * MAX_PATH) paths.spelled = SplitWindowsPath(std::wstring_view(buffer, length));
+    return paths;
+  }
+
+  // As NTFS compares names: by code unit, letters folded.
+  bool SameName(std::string_view a, std::string_view b) const override {
+    const std::wstring wide_a = Widen(a, CP_UTF8), wide_b = Widen(b, CP_UTF8);
+    return CompareStringOrdinal(wide_a.data(), static_cast<int>(wide_a.size()), wide_b.data(),
+                                static_cast<int>(wide_b.size()), TRUE) == CSTR_EQUAL;
+  }
+
+  HANDLE Top() const { return below_.empty() ? root_.get() : below_.back().get(); }
+  Handle TakeTop() {
+    if (below_.empty()) return std::move(root_);
+    Handle top = std::move(below_.back());
+    below_.pop_back();
+    return top;
+  }
+
+  const std::string& native_root_;
+  Handle root_;
+  bool root_missing_ = false;
+  std::vector<Handle> below_;  // the directories walked into, innermost last
+  Place place_;
+  std::optional<Place> kept_;  // a link that is itself the place
+};
+
+// The place of a stored path; nullopt when it is refused. Write, delete
+// and move act on an entry inside the root, never on the root itself: a
+// temporary beside the root would already lie outside it.
+std::optional<Place> Locate(const std::string& native_root, std::string_view stored_path, Goal goal,
+                            bool entry_only = false) {
   auto components = SplitStoredPath(stored_path);
-  if (!components || components->empty()) return std::nullopt;
-  return root.Resolve(stored_path);
+  if (!components || native_root.empty() || (entry_only && components->empty())) return std::nullopt;
+  return Win32Walk(native_root).Find(*components, goal);
 }
 
 // WriteFile takes a 32-bit count; a large document goes in slices.
@@ -162,7 +436,7 @@ bool ReadAll(HANDLE file, std::string& contents) {
 }
 
 // 64 bits from the system's random source; should it fail, a counter
-// still keeps the names of this process apart and CREATE_NEW those of others.
+// still keeps the names of this process apart and FILE_CREATE those of others.
 uint64_t RandomBits() {
   static std::atomic<uint64_t> counter{0};
   unsigned int high = 0, low = 0;
@@ -174,101 +448,106 @@ uint64_t RandomBits() {
 // moved over the target, and it shares nothing but delete (which the move
 // needs), so a cleanup, which opens candidates with no sharing at all,
 // cannot get hold of a temporary while its writer lives.
-Handle CreateTemporary(const std::string& target, std::string& temporary) {
-  size_t cut = target.find_last_of("\\/") + 1;
-  std::string directory = target.substr(0, cut);
-  std::string name = target.substr(cut);
+Handle CreateTemporary(const Place& target) {
   for (int attempt = 0; attempt < 16; ++attempt) {
-    temporary = directory + TemporaryNameFor(name, RandomBits());
-    Handle file(CreateFileA(temporary.c_str(), GENERIC_WRITE, FILE_SHARE_DELETE, nullptr, CREATE_NEW,
-                            FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (file.valid()) return file;
-    DWORD error = GetLastError();
-    if (error != ERROR_FILE_EXISTS && error != ERROR_ALREADY_EXISTS) break;
+    NTSTATUS status;
+    Handle file = OpenAt(target.directory.get(), TemporaryNameFor(target.name, RandomBits()), GENERIC_WRITE | DELETE,
+                         FILE_SHARE_DELETE, FILE_CREATE, FILE_NON_DIRECTORY_FILE, status);
+    if (file.valid() || status != kNameCollision) return file;
   }
-  return Handle(INVALID_HANDLE_VALUE);
+  return Handle();
 }
 
 // Everything up to the move can fail without touching the target; the
-// move itself replaces it in one step and returns only once it is on disk.
-bool ReplaceAtomically(const std::string& target, std::span<const std::string_view> pieces) {
-  std::string temporary;
-  Handle file = CreateTemporary(target, temporary);
+// move replaces it in one step, and the flush after it returns only once
+// the file, under its new name, is on disk.
+bool ReplaceAtomically(const Place& target, std::span<const std::string_view> pieces) {
+  Handle file = CreateTemporary(target);
   if (!file.valid()) return false;
   bool written = true;
   for (std::string_view piece : pieces) written = written && WriteAll(file.get(), piece);
-  written = written && FlushFileBuffers(file.get());
-  if (!written ||
-      !MoveFileExA(temporary.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
-    file.Close();
-    DeleteFileA(temporary.c_str());
+  if (!written || !FlushFileBuffers(file.get()) || !RenameOpen(file.get(), target.directory.get(), target.name, true)) {
+    MarkForDeletion(file.get());
     return false;
   }
-  return true;
-}
-
-// The listing's pattern only narrows the search (it also matches short
-// 8.3 names); each name found is checked against the rule itself.
-void CollectTemporaries(const std::string& directory, const std::string& name, std::vector<std::string>& candidates) {
-  WIN32_FIND_DATAA found;
-  HANDLE first = FindFirstFileA((directory + name.substr(0, 200) + ".tmp*").c_str(), &found);
-  if (first == INVALID_HANDLE_VALUE) return;
-  std::unique_ptr<void, BOOL (*)(HANDLE)> search(first, FindClose);
-  do {
-    bool is_file = (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
-    if (is_file && IsTemporaryOf(found.cFileName, name)) candidates.push_back(directory + found.cFileName);
-  } while (FindNextFileA(search.get(), &found));
+  return FlushFileBuffers(file.get()) != 0;
 }
 
 // Opening with no sharing fails while anyone else holds the file, a live
 // writer above all; a file opened so goes when the handle closes.
-bool RemoveIfAbandoned(const std::string& path) {
-  Handle file(CreateFileA(path.c_str(), DELETE, 0, nullptr, OPEN_EXISTING,
-                          FILE_FLAG_DELETE_ON_CLOSE | FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+bool RemoveIfAbandoned(HANDLE directory, const std::string& name) {
+  NTSTATUS status;
+  Handle file = OpenAt(directory, name, DELETE, 0, FILE_OPEN,
+                       FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT | FILE_DELETE_ON_CLOSE, status);
   return file.valid() && file.Close();
 }
 
-// Creates one directory; one that is already there counts as made.
-bool MakeDirectory(const std::string& path) {
-  return CreateDirectoryA(path.c_str(), nullptr) || (GetLastError() == ERROR_ALREADY_EXISTS && IsDirectory(path));
+// The directory's files named as temporaries of `name`; the query's
+// pattern only narrows the listing (it also matches short 8.3 names), each
+// name found is checked against the rule itself. A handle keeps the first
+// pattern it was queried with, so the listing opens the directory afresh.
+void CollectTemporaries(HANDLE parent, const std::string& name, std::vector<std::string>& candidates) {
+  NTSTATUS status;
+  Handle listing = OpenAt(parent, "", FILE_LIST_DIRECTORY, kShareAll, FILE_OPEN, FILE_DIRECTORY_FILE, status);
+  if (!listing.valid()) return;
+  const HANDLE directory = listing.get();
+  file_calls::Report("NtQueryDirectoryFile", Reported(directory), name + ".tmp*");
+  std::wstring pattern = Widen(name.substr(0, 200) + ".tmp*", CP_UTF8);
+  UNICODE_STRING counted = Counted(pattern);
+  std::vector<std::byte> buffer(64 * 1024);
+  for (bool first = true;; first = false) {
+    IO_STATUS_BLOCK io{};
+    status = NtQueryDirectoryFile(directory, nullptr, nullptr, nullptr, &io, buffer.data(),
+                                           static_cast<ULONG>(buffer.size()), FileFullDirectoryInformation, FALSE,
+                                           first ? &counted : nullptr, first ? TRUE : FALSE);
+    if (!NT_SUCCESS(status)) return;
+    for (size_t at = 0;;) {
+      const auto* entry = reinterpret_cast<const FILE_FULL_DIR_INFORMATION*>(buffer.data() + at);
+      std::string found = Narrow(std::wstring_view(entry->FileName, entry->FileNameLength / sizeof(wchar_t)), CP_UTF8);
+      if ((entry->FileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0 && IsTemporaryOf(found, name)) {
+        candidates.push_back(std::move(found));
+      }
+      if (entry->NextEntryOffset == 0) break;
+      at += entry->NextEntryOffset;
+    }
+  }
 }
 
 }  // namespace
 
+// The native name is for messages: the root and each stored component as
+// stored, the file system matching case itself. No operation goes through it.
 std::optional<std::string> DataRoot::Resolve(std::string_view stored_path) const {
   auto components = SplitStoredPath(stored_path);
   if (!components || native_root_.empty()) return std::nullopt;
-  std::string path = native_root_;
-  for (std::string_view component : *components) {
-    if (!IsPlainWin32Name(component)) return std::nullopt;
-    path = JoinNative(path, component);
-  }
-  if (!StaysInsideRoot(native_root_, *components)) return std::nullopt;
-  return path;
+  std::string native;
+  if (!Win32Walk(native_root_).Find(*components, Goal::kEntry, &native)) return std::nullopt;
+  return native;
 }
 
 // Readers share delete access, so a writer's move can replace the file
-// while it is being read; the reader keeps the old contents.
+// while it is being read; the reader keeps the old contents. A reparse
+// point put in place of the file since the walk is refused, not followed.
 ReadStatus DataRoot::ReadWholeFile(std::string_view stored_path, std::string& contents) const {
   contents.clear();
-  auto path = Resolve(stored_path);
-  if (!path) return ReadStatus::kFailed;
-  Handle file(CreateFileA(path->c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                          OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-  if (!file.valid()) {
-    DWORD error = GetLastError();
-    bool missing = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND || error == ERROR_DIRECTORY;
-    return missing ? ReadStatus::kMissing : ReadStatus::kFailed;
+  auto place = Locate(native_root_, stored_path, Goal::kEntry);
+  if (!place) return ReadStatus::kFailed;
+  if (!place->exists) return ReadStatus::kMissing;
+  if (!place->IsEntry() || place->IsDirectory()) return ReadStatus::kFailed;
+  NTSTATUS status;
+  Handle file = OpenAt(place->directory.get(), place->name, GENERIC_READ, kShareAll, FILE_OPEN,
+                       FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT, status);
+  if (!file.valid()) return IsMissing(status) ? ReadStatus::kMissing : ReadStatus::kFailed;
+  FILE_ATTRIBUTE_TAG_INFO tag;
+  if (!GetFileInformationByHandleEx(file.get(), FileAttributeTagInfo, &tag, sizeof tag) ||
+      (tag.FileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 || GetFileType(file.get()) != FILE_TYPE_DISK) {
+    return ReadStatus::kFailed;
   }
-  if (GetFileType(file.get()) != FILE_TYPE_DISK) return ReadStatus::kFailed;
-  DWORD high = 0;
-  DWORD low = GetFileSize(file.get(), &high);
-  if (low == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) return ReadStatus::kFailed;
-  uint64_t size = (uint64_t{high} << 32) | low;
-  if (size > SIZE_MAX / 2) return ReadStatus::kFailed;
+  LARGE_INTEGER size;
+  if (!GetFileSizeEx(file.get(), &size) || static_cast<uint64_t>(size.QuadPart) > SIZE_MAX / 2) return ReadStatus::kFailed;
   try {
     std::string read;
-    read.reserve(static_cast<size_t>(size));
+    read.reserve(static_cast<size_t>(size.QuadPart));
     if (!ReadAll(file.get(), read)) return ReadStatus::kFailed;
     contents = std::move(read);
     return ReadStatus::kRead;
@@ -283,70 +562,67 @@ bool DataRoot::WriteFileAtomic(std::string_view stored_path, std::string_view co
 
 bool DataRoot::WriteFileAtomicFromPieces(std::string_view stored_path,
                                          std::span<const std::string_view> pieces) const {
-  auto path = ResolveEntry(*this, stored_path);
-  return path && ReplaceAtomically(*path, pieces);
-}
-
-bool DataRoot::CreateDirectories(std::string_view stored_path) const {
-  auto components = SplitStoredPath(stored_path);
-  if (!components || !Resolve(stored_path) || !MakeDirectory(native_root_)) return false;
-  std::string made = native_root_;
-  for (std::string_view component : *components) {
-    made = JoinNative(made, component);
-    if (!MakeDirectory(made)) return false;
+  try {
+    auto place = Locate(native_root_, stored_path, Goal::kEntry, true);
+    return place && place->IsEntry() && !place->IsDirectory() && ReplaceAtomically(*place, pieces);
+  } catch (const std::bad_alloc&) {
+    return false;
   }
-  return true;
 }
 
-// The shell deletes whole trees and expands wildcards, so only a file is
-// handed to it (names with wildcards never resolve); it wants a full path,
-// in a list that ends with an empty name.
+// The root itself is made by its name, the one path this class hands the
+// system; everything below it relative to the handles.
+bool DataRoot::CreateDirectories(std::string_view stored_path) const {
+  if (!IsSafeStoredPath(stored_path) || native_root_.empty()) return false;
+  file_calls::Report("CreateDirectoryA", kPlainPath, native_root_);
+  if (!CreateDirectoryA(native_root_.c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS) return false;
+  auto place = Locate(native_root_, stored_path, Goal::kMakeDirectory);
+  return place && place->IsDirectory();
+}
+
+// Only a file: a directory, or a junction standing for one, is never
+// deleted here.
 bool DataRoot::RemoveFile(std::string_view stored_path) const {
-  auto path = ResolveEntry(*this, stored_path);
-  if (!path || !IsFile(*path)) return false;
-  char full[MAX_PATH];
-  DWORD length = GetFullPathNameA(path->c_str(), MAX_PATH, full, nullptr);
-  if (length == 0 || length >= MAX_PATH) return false;
-  std::string from(full, length);
-  from.push_back('\0');
-  SHFILEOPSTRUCTA operation{};
-  operation.wFunc = FO_DELETE;
-  operation.pFrom = from.c_str();
-  operation.fFlags = FOF_SILENT | FOF_NOCONFIRMATION | FOF_NOERRORUI | FOF_NOCONFIRMMKDIR;
-  return SHFileOperationA(&operation) == 0 && !operation.fAnyOperationsAborted && !IsFile(*path);
+  auto place = Locate(native_root_, stored_path, Goal::kEntryKeepLink, true);
+  if (!place || !place->IsEntry() || !place->IsFile()) return false;
+  NTSTATUS status;
+  Handle file = OpenAt(place->directory.get(), place->name, DELETE | FILE_READ_ATTRIBUTES, kShareAll, FILE_OPEN,
+                       FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT, status);
+  return file.valid() && MarkForDeletion(file.get()) && file.Close();
 }
 
-// Without MOVEFILE_REPLACE_EXISTING the move fails onto an existing file.
 bool DataRoot::RenameFile(std::string_view from, std::string_view to) const {
-  auto native_from = ResolveEntry(*this, from);
-  auto native_to = ResolveEntry(*this, to);
-  return native_from && native_to && MoveFileExA(native_from->c_str(), native_to->c_str(), 0);
+  auto source = Locate(native_root_, from, Goal::kEntryKeepLink, true);
+  if (!source || !source->exists || !source->IsEntry()) return false;
+  auto target = Locate(native_root_, to, Goal::kEntryKeepLink, true);
+  if (!target || !target->IsEntry() || target->exists) return false;
+  NTSTATUS status;
+  Handle file = OpenAt(source->directory.get(), source->name, DELETE, kShareAll, FILE_OPEN, FILE_OPEN_REPARSE_POINT,
+                       status);
+  return file.valid() && RenameOpen(file.get(), target->directory.get(), target->name, false);
 }
 
 bool DataRoot::FileExists(std::string_view stored_path) const {
-  auto path = Resolve(stored_path);
-  return path && IsFile(*path);
+  auto place = Locate(native_root_, stored_path, Goal::kEntry);
+  return place && place->IsFile();
 }
 
 bool DataRoot::DirectoryExists(std::string_view stored_path) const {
-  auto path = Resolve(stored_path);
-  return path && IsDirectory(*path);
+  auto place = Locate(native_root_, stored_path, Goal::kEntry);
+  return place && place->IsDirectory();
 }
 
 size_t DataRoot::RemoveLeftoverTemporaries(std::string_view stored_path) const {
-  auto path = ResolveEntry(*this, stored_path);
-  if (!path) return 0;
-  size_t cut = path->find_last_of("\\/") + 1;
-  const std::string directory = path->substr(0, cut);
-  const std::string name = path->substr(cut);
+  auto place = Locate(native_root_, stored_path, Goal::kEntry, true);
+  if (!place || !place->IsEntry()) return 0;
   std::vector<std::string> candidates;
   try {
-    CollectTemporaries(directory, name, candidates);
+    CollectTemporaries(place->directory.get(), place->name, candidates);
   } catch (const std::bad_alloc&) {
     return 0;
   }
   size_t removed = 0;
-  for (const std::string& candidate : candidates) removed += RemoveIfAbandoned(candidate) ? 1 : 0;
+  for (const std::string& candidate : candidates) removed += RemoveIfAbandoned(place->directory.get(), candidate) ? 1 : 0;
   return removed;
 }
 

@@ -147,6 +147,27 @@ INSTANTIATE_TEST_SUITE_P(Swaps, SwapTest, ::testing::Combine(::testing::ValuesIn
                            return name + (std::get<1>(info.param) ? "" : "__one_by_one");
                          });
 
+// Without any link, too, every name handed to the system is the root's or
+// lies below it: the operations act through the walk's handles.
+TEST(FileCallTest, OrdinaryOperationsNameNothingBesideTheRoot) {
+  if (!test::FileCallLog::CanNameHandles()) GTEST_SKIP() << "this system cannot name an open directory";
+  test::TempRoot temp;
+  temp.Write("Calendar/index.xml", "old");
+  temp.Write("Calendar/index.xml.tmp-0123456789abcdef", "left");
+  DataRoot& root = *temp.root();
+  std::string contents;
+  test::FileCallLog log;
+  EXPECT_TRUE(root.CreateDirectories("\\calendar\\2005\\05"));
+  EXPECT_TRUE(root.WriteFileAtomic("\\calendar\\2005\\05\\month.xml", "new"));
+  EXPECT_EQ(root.ReadWholeFile("\\calendar\\index.xml", contents), ReadStatus::kRead);
+  EXPECT_EQ(root.RemoveLeftoverTemporaries("\\calendar\\index.xml"), 1u);
+  EXPECT_TRUE(root.RenameFile("\\calendar\\2005\\05\\month.xml", "\\calendar\\moved.xml"));
+  EXPECT_TRUE(root.FileExists("\\calendar\\moved.xml"));
+  EXPECT_TRUE(root.RemoveFile("\\calendar\\moved.xml"));
+  EXPECT_GT(log.size(), 10u);
+  EXPECT_EQ(log.Outside({temp.dir(), fs::canonical(temp.dir())}), "");
+}
+
 #ifdef __linux__
 // The paths a strace line of a call that takes a path names: each
 // descriptor's ("3</a/b>", the result's too) and the path argument, joined
