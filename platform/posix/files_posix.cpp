@@ -193,7 +193,7 @@ class PosixWalk final : public PathWalk {
       if (!root_missing_) return std::nullopt;
       if (native) {
         *native = native_root_;
-        for (std::string_view component : components) *native += "/" + std::string(component);
+        for (std::string_view component : components) native->append("/").append(component);
       }
       return Place{};
     }

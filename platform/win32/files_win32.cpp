@@ -275,7 +275,7 @@ class Win32Walk final : public PathWalk {
     }
     if (native) {
       *native = native_root_;
-      for (std::string_view component : stored) *native += "\\" + std::string(component);
+      for (std::string_view component : stored) native->append("\\").append(component);
     }
     if (!root_.valid()) return root_missing_ ? std::optional<Place>(Place{}) : std::nullopt;
     const std::vector<std::string_view> components(names.begin(), names.end());
