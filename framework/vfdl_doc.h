@@ -146,6 +146,10 @@ class CVFDLDoc : public CXMLDoc, public CVFTree {
   virtual bool InitOtherItem(CXMLElementReader& /*item*/, CVFDLNode& /*node*/) { return true; }
   virtual void CreateOtherItemText(const CVFDLNode& /*node*/, CXMLLine& /*line*/,
                                    std::vector<std::string>& /*lines*/) const {}
+  // The document's own copy of the value an add was given (AddRec,
+  // AddFolder, AddNodeCopy), before it goes into the tree; only a value
+  // that fits gets here. CVFDLTypedDoc hands it on typed.
+  virtual void PrepareNewNode(CVFDLNode& /*node*/) {}
 
   // Version hooks, around InitVFDLDoc's own work: a kind that migrates old
   // files does it in AfterUpdateVersion, when the base directory is known.

@@ -101,6 +101,9 @@ class CXMLElementReader {
   bool IsRead() const { return read_; }
   // The element's whole text, tags included, and what stood before it.
   std::string_view GetRawText() const { return raw_; }
+  // The text between the element's start and end tags, as stored: empty
+  // for an element that closes itself.
+  std::string_view GetInnerText() const;
 
   // Used by the loader.
   void SetChildren(std::vector<CXMLElementReader> children) { children_ = std::move(children); }
