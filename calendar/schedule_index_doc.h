@@ -40,12 +40,11 @@ struct CScheduleAgendaItem {
   bool operator==(const CScheduleAgendaItem&) const = default;
 };
 
+// Makes its directory when it saves.
 class CScheduleIndexDoc : public CVFDLFamily<CScheduleIndexDoc, CCASDVFDLDoc> {
  public:
-  static constexpr CFamilyInfo kFamily{"CScheduleIndexDoc", "SIC", res::kScheduleIndexTemplate};
-
-  // Makes the index's directory when it creates the file.
-  [[nodiscard]] bool NewXMLDoc(std::string_view path) override;
+  static constexpr CFamilyInfo kFamily{"CScheduleIndexDoc", "SIC", res::kScheduleIndexTemplate, 0, 0, 0,
+                                       kMakesItsDirectory};
 
   // The document that must hold the entry: the cycle document for a
   // recurring entry, the month document of its begin for one that begins
@@ -82,7 +81,7 @@ class CScheduleIndexDoc : public CVFDLFamily<CScheduleIndexDoc, CCASDVFDLDoc> {
   CScheduleRec* FindRec(std::string_view pos, CScheduleDoc** doc = nullptr);
 
  private:
-  CVFDLNode* FindDocFolder(std::string_view alias, std::string_view src) const;
+  CVFDLFolder* FindDocFolder(std::string_view alias, std::string_view src);
   // The document behind the folder for `src`; with `create` the folder and
   // the file are made when missing.
   CScheduleDoc* OpenDoc(std::string_view alias, std::string_view src, bool create,

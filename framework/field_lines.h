@@ -26,6 +26,17 @@
 
 namespace zds::field {
 
+// Calls `read` (child) for every child line of `item` with `tag` that
+// nothing took yet, in file order, and marks each taken.
+template <typename Read>
+void TakeChildLines(CXMLElementReader& item, std::string_view tag, const Read& read) {
+  for (CXMLElementReader& child : item.GetChildren()) {
+    if (child.IsRead() || child.GetTag() != tag) continue;
+    child.MarkRead();
+    read(child);
+  }
+}
+
 // A child line that holds one text in one attribute: <vcard line="..."/>.
 struct ValueIn {
   std::string_view name;
@@ -69,13 +80,11 @@ struct ChildLineList {
   void ReadRest(CXMLElementReader& item, Owner& owner) const {
     std::vector<Element>& elements = owner.*list;
     elements.clear();
-    for (CXMLElementReader& child : item.GetChildren()) {
-      if (child.IsRead() || child.GetTag() != tag) continue;
-      child.MarkRead();
+    TakeChildLines(item, tag, [&](CXMLElementReader& child) {
       Element& element = elements.emplace_back();
       codec.Read(child, element);
       if (unread != nullptr) child.AppendUnreadAttributes(element.*unread);
-    }
+    });
   }
   void Write(const Owner& owner, CXMLLine& /*line*/, std::vector<std::string>& lines) const {
     const std::vector<Element>& elements = owner.*list;
@@ -111,13 +120,11 @@ struct PageLineList {
   void ReadRest(CXMLElementReader& item, Owner& owner) const {
     std::vector<CVFPageRec>& read = owner.*pages;
     read.clear();
-    for (CXMLElementReader& child : item.GetChildren()) {
-      if (child.IsRead() || child.GetTag() != tag) continue;
-      child.MarkRead();
+    TakeChildLines(item, tag, [&](CXMLElementReader& child) {
       CVFPageRec& page = read.emplace_back();
       page.alias = child.GetAttrValue("alias");
       page.text = DecodeXml(TextLine(child.GetInnerText()));
-    }
+    });
   }
   void Write(const Owner& owner, CXMLLine& /*line*/, std::vector<std::string>& lines) const {
     for (const CVFPageRec& page : owner.*pages) {

@@ -248,26 +248,6 @@ bool HasText(std::string_view text) { return text.find_first_not_of(" \t\r\n") !
 std::string_view Span(const char* from, const char* to) { return std::string_view(from, static_cast<size_t>(to - from)); }
 }  // namespace
 
-std::string_view CXMLElementReader::GetInnerText() const {
-  if (!has_closing_line_) return {};
-  // The start tag ends at the first ">" outside a quoted value.
-  char quote = 0;
-  size_t open_end = 0;
-  for (size_t i = 1; i < raw_.size() && open_end == 0; ++i) {
-    char c = raw_[i];
-    if (quote != 0) {
-      if (c == quote) quote = 0;
-    } else if (c == '"' || c == '\'') {
-      quote = c;
-    } else if (c == '>') {
-      open_end = i + 1;
-    }
-  }
-  size_t close = raw_.rfind("</");
-  if (open_end == 0 || close == std::string_view::npos || close < open_end) return {};
-  return raw_.substr(open_end, close - open_end);
-}
-
 bool CXMLElementReader::UnreadAttributesInPlace(std::string_view& view) const {
   size_t first = 0;
   while (first < attribute_count_ && IsConsumed(first)) ++first;

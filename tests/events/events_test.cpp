@@ -25,8 +25,12 @@ class EventsTest : public ::testing::Test {
     doc->SetDataRoot(temp_.root());
     return IsOpen(OpenVFDLDoc(*doc, "\\" + name, "")) ? std::move(doc) : nullptr;
   }
-  template <typename Rec>
-  static Rec& At(const CVFDLDoc& doc, const std::string& pos) { return dynamic_cast<Rec&>(*doc.GetNodeByPos(pos)); }
+  template <typename Rec, typename Doc>
+  static Rec& At(const Doc& doc, const std::string& pos) {
+    Rec* rec = doc.GetRec(pos);
+    EXPECT_NE(rec, nullptr) << pos;
+    return *rec;
+  }
 
   test::TempRoot temp_;
 };

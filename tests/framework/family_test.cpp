@@ -88,7 +88,8 @@ TEST(FamilyTest, ValuesOfAnotherClassAreRefusedAndTypedFoldersCarryTheirFields) 
   plain.SetAlias("plain");
   OtherRec other;
   other.SetAlias("other");
-  for (const CVFDLRec* value : {static_cast<const CVFDLRec*>(&plain), static_cast<const CVFDLRec*>(&other)}) {
+  const CVFDLRec* values[] = {&plain, &other};
+  for (const CVFDLRec* value : values) {
     SCOPED_TRACE(value->GetAlias());
     EXPECT_FALSE(doc.UpdateRec("kov:\\Notes\\0001", *value, false));
     EXPECT_EQ(doc.GetLastEditStatus(), EditStatus::kRefused);

@@ -118,8 +118,10 @@ TEST_F(WalkTest, NodesOfAnotherDocumentOrKindAreNotHandedOutTyped) {
   EXPECT_EQ(other.AsRec(&*doc_->Recs().begin()), nullptr);
   EXPECT_EQ(doc_->AsRec(&Level(2)), nullptr) << "a folder is no record";
   EXPECT_EQ(doc_->AsFolder(&*doc_->Recs().begin()), nullptr);
-  EXPECT_EQ(NodeAs<NoteRec>(static_cast<const CVFDLNode*>(&Level(2))), nullptr);
-  EXPECT_NE(NodeAs<NoteRec>(static_cast<CVFDLNode*>(&*doc_->Recs().begin())), nullptr);
+  const CVFDLNode* folder = &Level(2);
+  CVFDLNode* rec = &*doc_->Recs().begin();
+  EXPECT_EQ(NodeAs<NoteRec>(folder), nullptr);
+  EXPECT_NE(NodeAs<NoteRec>(rec), nullptr);
   EXPECT_TRUE(other.Recs().empty());
   EXPECT_TRUE(Subtree(*other.GetRoot()).begin() != Subtree(*other.GetRoot()).end()) << "its Schedule folder";
 }

@@ -18,9 +18,7 @@ using test::TempRoot;
 
 std::vector<std::string> Aliases(const CVFDLFolder& folder) {
   std::vector<std::string> aliases;
-  for (const CVFDLNode* node = folder.GetFirstChild(); node; node = node->GetNextSibling()) {
-    aliases.push_back(node->GetAlias());
-  }
+  for (const CVFDLNode& node : Children(folder)) aliases.push_back(node.GetAlias());
   return aliases;
 }
 
