@@ -2,6 +2,8 @@
 
 #include <tuple>
 
+#include "zds/platform/ascii.h"
+
 namespace zds {
 namespace {
 
@@ -124,9 +126,17 @@ void CAIDLDoc::InitNodeExtendType(CVFDLNode& node) {
 
 // ---- system folders ----
 
+// A child folder of the root folder, whatever the root is called, with the
+// kind's alias in any letter case: start-up adds one only where none is, so
+// a second start never adds another.
 CAIDLFolder* CAIDLDoc::SystemFolder(SystemKind kind) const {
-  std::string path = GetScheme() + "\\Velmora\\" + std::string(kSystemFolders[kind].alias);
-  return AsFolder(GetNodeByPath(path));
+  if (GetRoot() == nullptr) return nullptr;
+  const std::string_view alias = kSystemFolders[kind].alias;
+  if (CAIDLFolder* folder = AsFolder(GetRoot()->FindChildByAlias(alias))) return folder;
+  for (const CAIDLFolder& folder : ChildFolders(*GetRoot())) {
+    if (platform::SameIgnoringAsciiCase(folder.GetAlias(), alias)) return AsFolder(&folder);
+  }
+  return nullptr;
 }
 
 std::string CAIDLDoc::SystemFolderPos(SystemKind kind) const {

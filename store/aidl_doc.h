@@ -97,7 +97,9 @@ class CAIDLDoc : public CVFDLFamily<CAIDLDoc, CXCASDVFDLDoc, CVFDLRec, CAIDLFold
   void SetHostStrings(std::array<std::string, 4> strings) { host_strings_ = std::move(strings); }
   const std::string& GetHostString(size_t index) const { return host_strings_.at(index); }
 
-  // The system folders and their documents.
+  // The system folders and their documents. A system folder is a folder
+  // right under the root folder, whatever that is called, with its fixed
+  // alias ("Favorites", "Addresses", "History", "Calendar") in any letter case.
   bool IsFavExisted() const { return SystemFolder(kFavorites) != nullptr; }
   bool IsAdrBookExisted() const { return SystemFolder(kAddresses) != nullptr; }
   bool IsCalendarExisted() const { return SystemFolder(kCalendar) != nullptr; }
