@@ -265,7 +265,6 @@ void CAdrBookDoc::OnPIDLDocClosing(CPIDLDoc& book) {
 
 void CAdrBookDoc::AfterUpdateVersion() {
   if (GetRootTagName() != kFamily.root_tag || GetRootAttribute("ver") != kOldVersion || !GetDataRoot()) return;
-  const bool auto_save = GetAutoSaveFlag();
   SetAutoSaveFlag(false);
   bool upgraded = SetRootAttribute("ver", kVersion, false);
   std::vector<const CAdrBookFolder*> books;
@@ -273,7 +272,9 @@ void CAdrBookDoc::AfterUpdateVersion() {
   for (const CAdrBookFolder* book : books) {
     if (upgraded) upgraded = MoveBookToItsDirectory(*book);
   }
-  SetAutoSaveFlag(auto_save);
+  // Saving is automatic from here on, whatever it was before: the
+  // upgraded list is kept as it changes.
+  SetAutoSaveFlag(true);
   // A failed save leaves the file at "1.0": the next load moves what is
   // left to move, and rewrites every "src" again.
   if (upgraded) (void)SaveXMLDoc();

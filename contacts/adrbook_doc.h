@@ -5,9 +5,9 @@
 // CAdrBookFolder is a book and CAdrBookExtendFolder its own fields. The
 // address book upgrades a version "1.0" list, whose books were files beside
 // it, to "2.0", where each book has a directory of its own, when it is
-// loaded. It also keeps an index over the open books' e-mail addresses, so
-// that a contact is found by address among any number of contacts at the
-// cost of a look-up.
+// loaded, and saves automatically from then on. It also keeps an index
+// over the open books' e-mail addresses, so that a contact is found by
+// address among any number of contacts at the cost of a look-up.
 
 #ifndef ZDS_CONTACTS_ADRBOOK_DOC_H_
 #define ZDS_CONTACTS_ADRBOOK_DOC_H_

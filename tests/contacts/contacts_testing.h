@@ -28,10 +28,10 @@ class Shelf {
  public:
   Shelf() { RegisterContactClasses(registry_); }
   // Opens (or reopens) the address book; its result.
-  OpenResult Open() {
+  OpenResult Open(bool auto_save = true) {
     doc_ = std::make_unique<CAdrBookDoc>();
     doc_->SetDataRoot(temp_.root());
-    doc_->SetAutoSaveFlag(true);
+    doc_->SetAutoSaveFlag(auto_save);
     doc_->SetClassRegistry(&registry_);
     return OpenVFDLDoc(*doc_, "\\addressbook\\index.xml", "\\addressbook");
   }
