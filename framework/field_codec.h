@@ -115,6 +115,15 @@ struct AtolCodec {
   void Read(std::string_view text, int32_t& value) const { value = ParseAtol(text); }
   bool Write(int32_t value, std::string& text) const { return AtoiCodec{}.Write(value, text); }
 };
+// An integer written with "%d" and read with atoi, but for the empty text
+// (the attribute absent included), which reads as `when_empty` (a count
+// that is not known: -1).
+struct AtoiOrCodec {
+  int32_t when_empty;
+  void Read(std::string_view text, int32_t& value) const { value = text.empty() ? when_empty : ParseAtoi(text); }
+  bool Write(int32_t value, std::string& text) const { return AtoiCodec{}.Write(value, text); }
+};
+constexpr AtoiOrCodec AtoiOr(int32_t when_empty) { return {when_empty}; }
 // An integer written with at least `digits` digits ("%04d"), read with atoi.
 struct PaddedCodec {
   int digits;
@@ -308,12 +317,22 @@ constexpr TimeChosenByCodec<Owner> TimeChosenBy(bool Owner::*flag, const char* w
 // ---- the items of a list ----
 
 // The attribute `name` is the member `member` of the owner, through `codec`.
+// ReadFrom reads it from an attribute of another name than it is written
+// with (a channel item's "downloaded" is looked up as "Downloaded", and
+// the two never meet: names are compared exactly).
 template <typename Owner, typename Member, typename Codec>
 struct Field {
   static constexpr bool kAttribute = true;
   std::string_view name;
   Member Owner::*member;
   Codec codec;
+  std::string_view read_name = name;
+
+  constexpr Field ReadFrom(std::string_view other) const {
+    Field field = *this;
+    field.read_name = other;
+    return field;
+  }
 
   // Codecs of text take the decoded value; the others look at it in place.
   static constexpr bool kInPlace = requires(const Codec& c, std::string_view text, Member& value) {
@@ -359,7 +378,7 @@ struct Field {
 
 template <typename Owner, typename Member, typename Codec = TextCodec>
 constexpr Field<Owner, Member, Codec> Of(std::string_view name, Member Owner::*member, Codec codec = {}) {
-  return {name, member, codec};
+  return {name, member, codec, name};
 }
 
 // An attribute that carries nothing: always written as `text`, and taken
@@ -368,6 +387,7 @@ struct Fixed {
   static constexpr bool kAttribute = true;
   std::string_view name;
   std::string_view text;
+  std::string_view read_name = name;
 
   template <typename Owner>
   void Read(CXMLElementReader& item, size_t index, Owner&) const {
@@ -493,7 +513,7 @@ class FieldList {
   template <size_t... S>
   static constexpr std::array<std::string_view, kAttributeCount> NamesOf(const std::tuple<Items...>& items,
                                                                          std::index_sequence<S...>) {
-    return {std::get<kAttributeItem[S]>(items).name...};
+    return {std::get<kAttributeItem[S]>(items).read_name...};
   }
   static bool SameName(std::string_view a, std::string_view b) {
     return a.size() == b.size() && (a.empty() || (a[0] == b[0] && std::memcmp(a.data(), b.data(), a.size()) == 0));

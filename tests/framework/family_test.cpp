@@ -180,6 +180,8 @@ class ItemExtend : public CVFDLExtendBase<ItemExtend> {
   field::IntRect position{};
   bool all_day = false;
   CTime begin, end, seen;
+  int32_t mail_num = 0;
+  bool downloaded = false;
   bool has_timer = false;
   std::string timer_id, set_time;
   int32_t attach_num = 0;
@@ -208,6 +210,8 @@ class ItemDoc : public CVFDLFamily<ItemDoc, CVFDLDoc, ItemRec> {
       Of("priority", &I::priority, kItemPriority), Of("load", &I::load, kLoad),
       Of("position", &I::position, field::kRect), Of("begin", &I::begin, kAllDay.Decides()),
       Of("end", &I::end, kAllDay), Of("seen", &I::seen, field::TimeTextCodec{kTimeFormatMinutes}.LeftOutWhenUnset()),
+      Of("mail_num", &I::mail_num, field::AtoiOr(-1)),
+      Of("downloaded", &I::downloaded, field::kFlagExact).ReadFrom("Downloaded"),
       Of("IsTimer", &I::has_timer, field::kFlagExact),
       field::When(&I::has_timer, Of("TimerID", &I::timer_id), Of("SetTime", &I::set_time)),
       Of("attachnum", &I::attach_num, field::kAtoi),
@@ -242,6 +246,11 @@ TEST(FieldCodecTest, TheLaterFamiliesQuirksReadAndWriteAsStored) {
       {R"( begin="2004-05-01" end="2004-05-02")", [](auto& i) { return i.all_day; },
        R"(begin="2004-05-01" end="2004-05-02")"},
       {R"( seen="2004-05-01 09:30")", [](auto& i) { return i.seen != CTime(); }, R"(seen="2004-05-01 09:30")"},
+      {"", [](auto& i) { return i.mail_num == -1; }, R"( mail_num="-1" )"},
+      {R"( mail_num="5x")", [](auto& i) { return i.mail_num == 5; }, R"( mail_num="5" )"},
+      // Written as "downloaded", read as "Downloaded": what this writes does not read back.
+      {R"( Downloaded="yes")", [](auto& i) { return i.downloaded; }, R"( downloaded="yes" IsTimer)"},
+      {R"( downloaded="yes")", [](auto& i) { return !i.downloaded; }, R"( downloaded="no" IsTimer)"},
       {R"( IsTimer="yes" TimerID="t" SetTime="s")", [](auto& i) { return i.timer_id == "t" && i.set_time == "s"; },
        R"(IsTimer="yes" TimerID="t" SetTime="s" attachnum)"},
       // Read only under the flag: kept as it stands, not taken.
