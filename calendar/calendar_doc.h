@@ -26,7 +26,8 @@ class CCalendarDoc : public CVFDLFamily<CCalendarDoc, CCASDVFDLDoc> {
 
   // The schedule index behind the Schedule folder, created with its
   // directory when missing (with `create`); null when there is no such
-  // folder or the index cannot be used.
+  // folder or the index cannot be used (GetLastLoadStatus tells why).
+  // Owned by this document (casd_vfdl_doc.h).
   CScheduleIndexDoc* GetScheduleIndexDoc(bool create = true);
 };
 

@@ -5,6 +5,9 @@
 // ("\whole.xml", alias "Whole"). It files each entry in the right document
 // and answers which entries touch a span of days.
 //
+// The index owns the documents it opens: one it hands out is valid as
+// casd_vfdl_doc.h says, the entries in it as "Lifetimes" in vfdl_doc.h says.
+//
 // Two kinds of question: GetRecIDByDate asks every month of the span and
 // creates the month documents it lacks, as the schedule always has; the
 // agenda (GetAgenda) is a read, which opens only the month documents of the

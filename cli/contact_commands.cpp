@@ -135,7 +135,7 @@ int BookList(Store& store, std::ostream& out) {
       count = std::to_string(std::distance(doc->Recs().begin(), doc->Recs().end()));
     }
     out << Field(folder.GetAlias()) << '\t' << count << '\t'
-        << (folder.GetExtendFolder()->default_book ? "yes" : "no") << '\n';
+        << (folder.GetExtendFolder().default_book ? "yes" : "no") << '\n';
   }
   return 0;
 }

@@ -114,7 +114,7 @@ CAdrBookFolder* CAdrBookDoc::FindBook(std::string_view alias) {
 
 CAdrBookFolder* CAdrBookDoc::GetDefaultBook() {
   for (CAdrBookFolder& book : GetBooks()) {
-    if (book.GetExtendFolder()->default_book) return &book;
+    if (book.GetExtendFolder().default_book) return &book;
   }
   return GetBookFolder(0);
 }
@@ -180,7 +180,7 @@ std::string CAdrBookDoc::AddBook(std::string_view name) {
   book.SetAttribute(kAttrNormal);
   book.ComposeContent(CPIDLDoc::kFamily.root_tag, CPIDLDoc::kFamily.class_name, "universal");
   book.SetSrc("\\" + directory + "\\index.xml");
-  CAdrBookExtendFolder& fields = *book.GetExtendFolder();
+  CAdrBookExtendFolder& fields = book.GetExtendFolder();
   fields.create_time = CTime::GetCurrentTime().Format(kTimeFormatSeconds);
   fields.ownership = true;
   fields.default_book = GetBookFolder(0) == nullptr;

@@ -66,6 +66,8 @@ class CNotepadExtendRec : public CVFDLExtendBase<CNotepadExtendRec> {
   void AddKey(CNotepadRecKey key) { keys_.push_back(std::move(key)); }
   // Replaces the first key with the same alias; false when there is none.
   bool UpdateKey(const CNotepadRecKey& key);
+  // Null when there is none; valid until the keys change (AddKey,
+  // RemoveAllKeys) or the extension goes ("Lifetimes" in vfdl_doc.h).
   const CNotepadRecKey* GetKeyByAlias(std::string_view alias) const;
   const CNotepadRecKey* GetKeyByIndex(int index) const;
   // The value of the key, or an empty string.

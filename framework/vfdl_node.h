@@ -10,6 +10,9 @@
 // A node that came from a file remembers the exact text it was read from
 // and is written back with that text until it is changed, so reading and
 // saving a file changes no byte of it.
+//
+// How long a node, its neighbours and its extension stay valid: "Lifetimes"
+// in vfdl_doc.h.
 
 #ifndef ZDS_FRAMEWORK_VFDL_NODE_H_
 #define ZDS_FRAMEWORK_VFDL_NODE_H_
@@ -310,10 +313,28 @@ class CVFDLTypedFolder : public CVFDLFolder {
   std::unique_ptr<CVFDLNode> Clone() const override {
     return std::make_unique<Self>(static_cast<const Self&>(*this));
   }
-  // Null only for a folder whose extension is optional and absent. Valid
-  // as GetExtendRec's is.
-  Extend* GetExtendFolder() { return static_cast<Extend*>(GetExtend()); }
-  const Extend* GetExtendFolder() const { return static_cast<const Extend*>(GetExtend()); }
+  // As a record's: a reference, valid as GetExtendRec's is ...
+  Extend& GetExtendFolder()
+    requires(kPresence == ExtendPresence::kRequired)
+  {
+    return static_cast<Extend&>(*GetExtend());
+  }
+  const Extend& GetExtendFolder() const
+    requires(kPresence == ExtendPresence::kRequired)
+  {
+    return static_cast<const Extend&>(*GetExtend());
+  }
+  // ... or, for a folder that may be without, a pointer: null when absent.
+  Extend* GetExtendFolder()
+    requires(kPresence == ExtendPresence::kOptional)
+  {
+    return static_cast<Extend*>(GetExtend());
+  }
+  const Extend* GetExtendFolder() const
+    requires(kPresence == ExtendPresence::kOptional)
+  {
+    return static_cast<const Extend*>(GetExtend());
+  }
 };
 
 // A node of a kind's own (the service index's services): node type `kType`

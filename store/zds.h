@@ -105,6 +105,8 @@ class CZDS {
   // Contacts, from the address book the service index opens (its books
   // are opened as needed). The first contact one of whose e-mail addresses
   // is `email`, without regard to case, books in order; null when none.
+  // Valid as long as the contact stays in its book and the book open
+  // ("Lifetimes" in vfdl_doc.h).
   CVFDLNode* FindAdrByEmail(const std::string& email);
   // A comma-separated address list for display: each piece by its display
   // name where it has one, else by its address, joined by ";".

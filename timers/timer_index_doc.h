@@ -7,7 +7,9 @@
 //
 // Every timer has a position under the index ("kov:\Timer Index\0004\0001":
 // the document's node, then the timer), which GetTimerDoc resolves. The
-// index opens its documents through the class registry it is given.
+// index opens its documents through the class registry it is given, and
+// owns them: a document it hands out is valid as casd_vfdl_doc.h says,
+// the timers in it as "Lifetimes" in vfdl_doc.h says.
 
 #ifndef ZDS_TIMERS_TIMER_INDEX_DOC_H_
 #define ZDS_TIMERS_TIMER_INDEX_DOC_H_

@@ -42,7 +42,7 @@ TEST(AdrBookFolderTest, FieldsReadAsStoredAndWriteBackInTheirOrder) {
     ASSERT_EQ(shelf.Open(), OpenResult::kLoaded);
     CAdrBookFolder* book = shelf.doc().GetBookFolder(0);
     ASSERT_NE(book, nullptr);
-    const CAdrBookExtendFolder& fields = *book->GetExtendFolder();
+    const CAdrBookExtendFolder& fields = book->GetExtendFolder();
     EXPECT_EQ(std::tie(fields.size, fields.ownership, fields.default_book), std::tie(size, ownership, default_book));
     EXPECT_EQ(std::tie(fields.create_time, fields.update_time, fields.access_time),
               std::make_tuple("2004-05-01 10:00:00", "", "x"));

@@ -110,14 +110,14 @@ TEST(FamilyTest, ValuesOfAnotherClassAreRefusedAndTypedFoldersCarryTheirFields) 
   // Typed folders carry their fields through the file.
   test::ShelfFolder* root = doc.GetFolder("kov:\\Notes\\0000");
   ASSERT_NE(root, nullptr);
-  EXPECT_EQ(root->GetExtendFolder()->colour, "red");
+  EXPECT_EQ(root->GetExtendFolder().colour, "red");
   test::ShelfFolder shelf;
   shelf.SetAlias("Shelf");
-  shelf.GetExtendFolder()->colour = "blue & green";
+  shelf.GetExtendFolder().colour = "blue & green";
   const std::string pos = doc.AddFolder("kov:\\Notes\\0000", shelf, false);
   NoteDoc reloaded;
   ASSERT_TRUE(reloaded.SetXml(doc.GetXml()));
-  EXPECT_EQ(reloaded.GetFolder(pos)->GetExtendFolder()->colour, "blue & green");
+  EXPECT_EQ(reloaded.GetFolder(pos)->GetExtendFolder().colour, "blue & green");
   EXPECT_EQ(reloaded.GetFolder(pos)->GetAlias(), "Shelf");
   EXPECT_EQ(reloaded.GetRec(pos), nullptr) << "a folder is no record";
 }
