@@ -53,17 +53,6 @@ TEST_F(EventsTest, AnotherFamilysDocumentIsRefusedAndLeftAlone) {
   }
 }
 
-// The looked-up item takes part in equality, so that a copy that looked it
-// up is written back.
-TEST(EventRecTest, TheResolvedNodeTakesPartInEquality) {
-  CAEventRec event, resolved;
-  CVFDLFolder item;
-  resolved.GetExtendRec().node = &item;
-  EXPECT_TRUE(resolved != event);
-  event = resolved;
-  EXPECT_TRUE(resolved == event);
-}
-
 // Stored events as they read, and as they are written back.
 struct StoredEvent {
   const char* stored;
