@@ -7,12 +7,12 @@
 // another field holds, a time kept as text. Each quirk is a named codec,
 // chosen where the field is declared, and a family's element is a list:
 //
-//   static constexpr auto kRecFields = field::List(
-//       field::Of("newflag", &CAEventExtendRec::new_flag, field::kFlagExact),
-//       field::Of("status", &CAEventExtendRec::status, field::kAtoi),
-//       field::Of("IsTimer", &CAEventExtendRec::is_timer, field::kFlagExact),
-//       field::When(&CAEventExtendRec::is_timer, field::Of("TimerID", &CAEventExtendRec::timer_id)),
-//       field::ChildLines("attachment", &CAEventExtendRec::attachments, kAttachmentFields));
+//   static constexpr auto kRecFields = field::List(         // the schedule entry's, in part
+//       field::Of("subject", &CScheduleExtendRec::subject),
+//       field::Of("priority", &CScheduleExtendRec::priority, kSchedulePriorityWords),
+//       field::Of("IsTimer", &CScheduleExtendRec::is_timer, field::kFlagExact),
+//       field::When(&CScheduleExtendRec::is_timer, field::Of("TimerID", &CScheduleExtendRec::timer_id)),
+//       field::ChildLines("variable", &CScheduleExtendRec::variables, kVariableFields));
 //
 // The list is written in its order: attributes onto the element's line,
 // child lines after it. Reading takes the attributes first (in one pass,
