@@ -278,17 +278,18 @@ struct CFamilyInfo {
 namespace detail {
 // Whether a family declares fields of its own, rather than seeing its
 // base's through inheritance (a family on the notepad that adds none).
+// Its own list is of another type: its fields belong to its own extension.
 template <typename Self, typename Base>
 constexpr bool OwnRecFields() {
   if constexpr (!requires { Self::kRecFields; }) return false;
   else if constexpr (!requires { Base::kRecFields; }) return true;
-  else return static_cast<const void*>(&Self::kRecFields) != static_cast<const void*>(&Base::kRecFields);
+  else return !std::is_same_v<decltype(Self::kRecFields), decltype(Base::kRecFields)>;
 }
 template <typename Self, typename Base>
 constexpr bool OwnFolderFields() {
   if constexpr (!requires { Self::kFolderFields; }) return false;
   else if constexpr (!requires { Base::kFolderFields; }) return true;
-  else return static_cast<const void*>(&Self::kFolderFields) != static_cast<const void*>(&Base::kFolderFields);
+  else return !std::is_same_v<decltype(Self::kFolderFields), decltype(Base::kFolderFields)>;
 }
 }  // namespace detail
 

@@ -1,7 +1,6 @@
 #include "zds/timers/timer_index_doc.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <optional>
 #include <utility>
 
@@ -28,12 +27,6 @@ std::optional<int> ReadDigits(std::string_view text, size_t digits) {
     value = value * 10 + (c - '0');
   }
   return value;
-}
-
-std::string Padded(int value, int width) {
-  char buffer[16];
-  std::snprintf(buffer, sizeof buffer, "%0*d", width, value);
-  return buffer;
 }
 
 void Announce(platform::WindowHandle window, const CVFDLNode* node) {
@@ -152,7 +145,7 @@ CVFDLFolder* CATimerIndexDoc::EnsureYearFolder(std::string_view alias, platform:
 
 CVFDLNode* CATimerIndexDoc::EnsureMonthRec(int year, int month, platform::WindowHandle window) {
   if (GetRoot() == nullptr || !GetDataRoot()) return nullptr;
-  std::string year_alias = Padded(year, 4), month_alias = Padded(month, 2);
+  std::string year_alias = field::FormatPadded(year, 4), month_alias = field::FormatPadded(month, 2);
   CVFDLFolder* year_folder = EnsureYearFolder(year_alias, window);
   if (year_folder == nullptr) return nullptr;
   if (CVFDLRec* record = AsRec(year_folder->FindChildByAlias(month_alias))) return record;

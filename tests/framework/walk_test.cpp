@@ -2,8 +2,7 @@
 // folder's children by kind, the depth of each node, and walks that end
 // at the folder they started from, on a tree ten folders deep with
 // 100,000 records. The walks keep no stack, so the deepest tree costs
-// what its size costs; the last test walks the deepest one a document
-// accepts.
+// what its size costs.
 
 #include <gtest/gtest.h>
 
@@ -140,22 +139,6 @@ TEST_F(WalkTest, PrecedenceInTheDocumentFollowsTheWalk) {
   EXPECT_TRUE(PrecedesInDocument(deepest, *last)) << "what follows a folder comes after all it holds";
   EXPECT_FALSE(PrecedesInDocument(*last, deepest));
   EXPECT_FALSE(PrecedesInDocument(five, five));
-}
-
-TEST(DeepestWalkTest, TheDeepestTreeADocumentAcceptsIsWalkedWhole) {
-  std::string text = "<?xml version=\"1.0\" encoding=\"ascii\"?>\n<notes ver=\"1.0\">\n";
-  for (int level = 0; level < kMaxFolderDepth; ++level) text += "<folder alias=\"f\">\n<rec alias=\"r\"></rec>\n";
-  for (int level = 0; level < kMaxFolderDepth; ++level) text += "</folder>\n";
-  text += "</notes>\n";
-  NoteDoc doc;
-  ASSERT_TRUE(doc.SetXml(text));
-  int records = 0, deepest = 0;
-  for (auto it = Subtree(*doc.GetRoot()).begin(); it != Subtree(*doc.GetRoot()).end(); ++it) {
-    deepest = std::max(deepest, it.depth());
-    records += doc.AsRec(&*it) ? 1 : 0;
-  }
-  EXPECT_EQ(records, kMaxFolderDepth);
-  EXPECT_EQ(deepest, kMaxFolderDepth);
 }
 
 }  // namespace

@@ -23,7 +23,7 @@ inline constexpr std::string_view kNoteTemplate =
     "<folder id=\"0001\" alias=\"Schedule\" attribute=\"undel\">\r\n</folder>\r\n"
     "</folder>\r\n</notes>\r\n";
 
-// ---- the family: 35 lines ----
+// ---- the family: 37 lines ----
 class NoteExtend : public CVFDLExtendBase<NoteExtend> {
  public:
   std::string note;

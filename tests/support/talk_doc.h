@@ -22,7 +22,7 @@ inline constexpr std::string_view kTalkTemplate =
     "<header type=\"normal\">\r\n<index id=\"0000\" alias=\"Who\" width=\"50\"/>\r\n</header>\r\n"
     "<folder id=\"0000\" alias=\"Talks\" attribute=\"root\">\r\n</folder>\r\n</talks>\r\n";
 
-// ---- the family: 20 lines ----
+// ---- the family: 18 lines ----
 class TalkExtend : public CVFDLExtendBase<TalkExtend, CNotepadExtendRec> {
  public:
   std::string subject;
