@@ -225,8 +225,8 @@ struct OpenStore {
   // Month documents open now (all but the cycle and whole documents).
   int OpenMonths() const {
     int open = 0;
-    for (const CVFDLNode* folder = index->GetRoot()->GetFirstChild(); folder; folder = folder->GetNextSibling()) {
-      open += index->GetExpandedDoc(*folder) != nullptr && folder->GetAlias().size() == 7;
+    for (const CVFDLFolder& folder : std::as_const(*index).ChildFolders(*index->GetRoot())) {
+      open += index->GetExpandedDoc(folder) != nullptr && folder.GetAlias().size() == 7;
     }
     return open;
   }

@@ -174,11 +174,11 @@ void BM_FindByEmail(benchmark::State& state) {
 // What the index replaces: every book's contacts walked in order.
 const CPIDLRec* Walk(CAdrBookDoc& doc, const std::string& query) {
   std::string key = FoldEmailKey(query);
-  for (CAdrBookFolder* folder : doc.GetBooks()) {
-    const CPIDLDoc* book = doc.GetPIDLDoc(*folder);
-    for (const CVFDLNode* node = book->GetRoot()->GetFirstChild(); node; node = node->GetNextSibling()) {
-      for (const CContactItem& email : static_cast<const CPIDLRec*>(node)->GetExtendRec().emails) {
-        if (FoldEmailKey(email.value) == key) return static_cast<const CPIDLRec*>(node);
+  for (CAdrBookFolder& folder : doc.GetBooks()) {
+    const CPIDLDoc* book = doc.GetPIDLDoc(folder);
+    for (const CPIDLRec& contact : book->ChildRecs(*book->GetRoot())) {
+      for (const CContactItem& email : contact.GetExtendRec().emails) {
+        if (FoldEmailKey(email.value) == key) return &contact;
       }
     }
   }

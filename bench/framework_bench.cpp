@@ -43,6 +43,7 @@
 #include <vector>
 
 #include "zds/framework/vfdl_doc.h"
+#include "zds/framework/vfdl_walk.h"
 #include "zds/platform/files.h"
 #include "support/bench_family.h"
 #include "support/document_generator.h"
@@ -146,13 +147,9 @@ struct WidePlain {
 };
 
 void CollectRecords(const CVFDLFolder& folder, std::vector<CVFDLNode*>& records, std::vector<CVFDLFolder*>& folders) {
-  for (CVFDLNode* child = folder.GetFirstChild(); child; child = child->GetNextSibling()) {
-    if (child->IsFolder()) {
-      folders.push_back(static_cast<CVFDLFolder*>(child));
-      CollectRecords(*static_cast<CVFDLFolder*>(child), records, folders);
-    } else {
-      records.push_back(child);
-    }
+  for (CVFDLNode& node : Subtree(folder)) {
+    if (CVFDLFolder* below = NodeAs<CVFDLFolder>(&node)) folders.push_back(below);
+    else records.push_back(&node);
   }
 }
 
@@ -406,7 +403,7 @@ struct OpsDocument {
         std::vector<typename Variant::Rec> renamed;
         std::vector<std::string> new_paths;
         for (size_t i : picks) {
-          renamed.push_back(static_cast<const typename Variant::Rec&>(*d.GetNodeByPos(positions[i])));
+          renamed.push_back(*NodeAs<typename Variant::Rec>(d.GetNodeByPos(positions[i])));
           renamed.back().SetAlias("renamed " + std::to_string(++renames));
           new_paths.push_back(paths[i].substr(0, paths[i].rfind('\\') + 1) + renamed.back().GetAlias());
         }

@@ -113,8 +113,7 @@ class Store {
     fields.subject = "repeating " + std::to_string(i);
     fields.state = kTimerActived;
     fields.cyclic = true;
-    fields.cycle_rec = std::make_unique<CATimerCycleRec>();
-    CATimerCycleRec& rule = *fields.cycle_rec;
+    CATimerCycleRec& rule = fields.cycle_rec.emplace();
     CCycleFormat::AnalyseCycleType(kTypes[i % 5], rule.cycle_type);
     rule.cycle_type.multiple = 1 + static_cast<int>(random() % 2);
     rule.cycle_event.type = i % 5 >= 3 ? kEventAbsoluteDay : kEventSequence;
@@ -201,8 +200,8 @@ void BM_DueToday_WalkFromStart(benchmark::State& state) {
   size_t due = 0;
   for (auto _ : state) {
     due = 0;
-    for (const CATimerRec* timer : cycle->GetTimers()) {
-      const CATimerCycleRec& rule = *timer->GetExtendRec().cycle_rec;
+    for (const CATimerRec& timer : std::as_const(*cycle).Recs()) {
+      const CATimerCycleRec& rule = *timer.GetExtendRec().cycle_rec;
       CTime begin, end;
       for (int n = 0; rule.GetMapRange(n, begin, end, true) && begin < tomorrow; ++n) due += !(begin < today);
     }

@@ -17,17 +17,17 @@
 
 namespace zds {
 
+// Makes its directory when it saves: the service index names
+// "\calendar\index.xml" whether or not the directory exists.
 class CCalendarDoc : public CVFDLFamily<CCalendarDoc, CCASDVFDLDoc> {
  public:
-  static constexpr CFamilyInfo kFamily{"CCalendarDoc", "calendar", res::kCalendarTemplate};
-
-  // Makes the calendar's directory when it creates the file: the service
-  // index names "\calendar\index.xml" whether or not the directory exists.
-  [[nodiscard]] bool NewXMLDoc(std::string_view path) override;
+  static constexpr CFamilyInfo kFamily{"CCalendarDoc", "calendar", res::kCalendarTemplate, 0, 0, 0,
+                                       kMakesItsDirectory};
 
   // The schedule index behind the Schedule folder, created with its
   // directory when missing (with `create`); null when there is no such
-  // folder or the index cannot be used.
+  // folder or the index cannot be used (GetLastLoadStatus tells why).
+  // Owned by this document (casd_vfdl_doc.h).
   CScheduleIndexDoc* GetScheduleIndexDoc(bool create = true);
 };
 

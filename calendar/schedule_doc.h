@@ -16,7 +16,9 @@
 #include <vector>
 
 #include "zds/framework/family.h"
+#include "zds/framework/field_lines.h"
 #include "zds/platform/time.h"
+#include "zds/recurrence/cycle_codec.h"
 #include "zds/recurrence/sche_cycle_rec.h"
 #include "zds/resources/calendar_strings.h"
 
@@ -28,6 +30,11 @@ inline constexpr int kSchedulePriorityHigh = 3;
 // The extension type of a schedule entry; timers name their owner's kind by it.
 inline constexpr int kScheduleRecType = 120;
 
+// Anything but "low" and "high" (their case included) reads as normal; a
+// priority outside the three is not written.
+inline constexpr auto kSchedulePriorityWords = field::MakeWords(
+    field::kWords.ReadingUnknownAs(kSchedulePriorityNormal), field::Word{kSchedulePriorityLow, "low"},
+    field::Word{kSchedulePriorityNormal, "normal"}, field::Word{kSchedulePriorityHigh, "high"});
 // "low", "normal", "high"; empty for any other priority.
 std::string_view SchedulePriorityWord(int priority);
 
@@ -62,9 +69,39 @@ class CScheduleExtendRec : public CVFDLExtendBase<CScheduleExtendRec> {
 
 class CScheduleRec : public CVFDLTypedRec<CScheduleRec, CScheduleExtendRec> {};
 
+// An entry is all-day when its stored "begin" holds no blank; its times
+// are then written as dates. Text that does not parse reads as the time 0;
+// the entry is kept.
+inline constexpr auto kScheduleAllDay =
+    field::TimeChosenBy(&CScheduleExtendRec::all_day, kTimeFormatDate, kTimeFormatMinutes);
+
 class CScheduleDoc : public CVFDLFamily<CScheduleDoc, CVFDLDoc, CScheduleRec> {
  public:
-  static constexpr CFamilyInfo kFamily{"CScheduleDoc", "schedule", res::kScheduleTemplate, 0, 0, kScheduleRecType};
+  // Makes its directory when it saves: the index files new months there.
+  static constexpr CFamilyInfo kFamily{"CScheduleDoc", "schedule", res::kScheduleTemplate, 0,
+                                       0,             kScheduleRecType, kMakesItsDirectory};
+  // Flags are "yes" exactly; the map fields only for a mapped entry, the
+  // timer's only with a reminder; the rule after the other variables.
+  static constexpr auto kVariableFields =
+      field::List(field::Of("name", &CScheduleVarRec::name), field::Of("value", &CScheduleVarRec::value));
+  static constexpr auto kRecFields = field::List(
+      field::Of("subject", &CScheduleExtendRec::subject),
+      field::Of("begin", &CScheduleExtendRec::begin, kScheduleAllDay.Decides()),
+      field::Of("end", &CScheduleExtendRec::end, kScheduleAllDay),
+      field::Of("contact", &CScheduleExtendRec::contact),
+      field::Of("priority", &CScheduleExtendRec::priority, kSchedulePriorityWords),
+      field::Of("Cycle", &CScheduleExtendRec::cycle, field::kFlagExact),
+      field::Of("Map", &CScheduleExtendRec::map, field::kFlagExact),
+      field::When(&CScheduleExtendRec::map, field::Of("MapID", &CScheduleExtendRec::map_id),
+                  field::Of("MapType", &CScheduleExtendRec::map_type, field::kAtoi)),
+      field::Of("IsTimer", &CScheduleExtendRec::is_timer, field::kFlagExact),
+      field::When(&CScheduleExtendRec::is_timer, field::Of("TimerID", &CScheduleExtendRec::timer_id)),
+      field::Of("SetMinutes", &CScheduleExtendRec::set_minutes, field::kAtoi),
+      field::Of("TimerActID", &CScheduleExtendRec::timer_act_id),
+      field::ChildLines("variable", &CScheduleExtendRec::variables, kVariableFields)
+          .KeepingUnreadIn(&CScheduleVarRec::unknown_attributes),
+      field::When(&CScheduleExtendRec::cycle, CycleRuleAmongVariables("variable", &CScheduleExtendRec::variables,
+                                                                       &CScheduleExtendRec::cycle_rec)));
 
   // The queries below append the positions of the matching entries to
   // `ids` (positions, unlike local ids, are unique across the documents of
@@ -83,32 +120,7 @@ class CScheduleDoc : public CVFDLFamily<CScheduleDoc, CVFDLDoc, CScheduleRec> {
   // The whole document: entries that touch the days of [from, to]; those
   // that stand for a touched occurrence are left out.
   int GetBigRecIDByDate(std::vector<std::string>& ids, const CTime& from, const CTime& to) const;
-
-  // Calls `visit` for every entry of the document, depth first.
-  template <typename Visit>
-  void ForEachRec(Visit visit) const;
-
- protected:
-  bool InitExtendRecItem(CXMLElementReader& item, CScheduleExtendRec& entry) override;
-  void CreateExtendRecText(const CScheduleExtendRec& entry, CXMLLine& line,
-                           std::vector<std::string>& lines) const override;
 };
-
-template <typename Visit>
-void CScheduleDoc::ForEachRec(Visit visit) const {
-  if (GetRoot() == nullptr) return;
-  std::vector<const CVFDLNode*> pending{GetRoot()};
-  while (!pending.empty()) {
-    const CVFDLNode* node = pending.back();
-    pending.pop_back();
-    if (node->GetNodeType() == kNodeRec) visit(static_cast<const CScheduleRec&>(*node));
-    if (!node->IsFolder()) continue;
-    for (const CVFDLNode* child = static_cast<const CVFDLFolder*>(node)->GetLastChild(); child;
-         child = child->GetPrevSibling()) {
-      pending.push_back(child);
-    }
-  }
-}
 
 }  // namespace zds
 

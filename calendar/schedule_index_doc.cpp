@@ -6,9 +6,9 @@
 
 #include "zds/calendar/schedule_occurrences.h"
 #include "zds/framework/field_codec.h"
+#include "zds/framework/messages.h"
 #include "zds/platform/ascii.h"
 #include "zds/platform/files.h"
-#include "zds/store/zds.h"
 
 namespace zds {
 namespace {
@@ -67,43 +67,36 @@ bool AgendaOrder(const CScheduleAgendaItem& a, const CScheduleAgendaItem& b) {
 }  // namespace
 
 bool ParseScheduleDay(std::string_view text, CTime& midnight) {
-  if (text.size() != 10 || text[4] != '-' || text[7] != '-' || !IsDigits(text.substr(0, 4)) ||
-      !IsDigits(text.substr(5, 2)) || !IsDigits(text.substr(8, 2))) {
+  int year = 0, month = 0;
+  if (text.size() != 10 || text[7] != '-' || !IsDigits(text.substr(8, 2)) || !ParseYearMonth(text, year, month)) {
     return false;
   }
-  int year = field::ParseAtoi(text.substr(0, 4)), month = field::ParseAtoi(text.substr(5, 2));
   int day = field::ParseAtoi(text.substr(8, 2));
-  if (year < 1000 || month < 1 || month > 12 || day < 1) return false;
+  if (year < 1000 || day < 1) return false;
   midnight = CTime::FromLocalFields(year, month, day, 0, 0, 0);
   std::tm fields = midnight.GetLocalTm();
   return fields.tm_year + 1900 == year && fields.tm_mon + 1 == month && fields.tm_mday == day;  // no 31 April
 }
 
-bool CScheduleIndexDoc::NewXMLDoc(std::string_view path) {
-  if (GetDataRoot()) GetDataRoot()->CreateDirectories(platform::StoredDirectoryOf(path));
-  return CVFDLFamily::NewXMLDoc(path);
-}
-
 // ---- the documents ----
 
-CVFDLNode* CScheduleIndexDoc::FindDocFolder(std::string_view alias, std::string_view src) const {
+CVFDLFolder* CScheduleIndexDoc::FindDocFolder(std::string_view alias, std::string_view src) {
   if (GetRoot() == nullptr) return nullptr;
-  auto holds = [src](const CVFDLNode* node) {
-    return node->IsFolder() && platform::SameIgnoringAsciiCase(node->GetSrc(), src);
+  auto holds = [src](const CVFDLFolder* folder) {
+    return folder && platform::SameIgnoringAsciiCase(folder->GetSrc(), src);
   };
-  if (CVFDLNode* node = GetRoot()->FindChildByAlias(alias); node && holds(node)) return node;
+  if (CVFDLFolder* folder = AsFolder(GetRoot()->FindChildByAlias(alias)); holds(folder)) return folder;
   // A folder the user renamed still holds its document.
-  for (CVFDLNode* node = GetRoot()->GetFirstChild(); node; node = node->GetNextSibling()) {
-    if (holds(node)) return node;
+  for (CVFDLFolder& folder : ChildFolders(*GetRoot())) {
+    if (holds(&folder)) return &folder;
   }
   return nullptr;
 }
 
 CScheduleDoc* CScheduleIndexDoc::OpenDoc(std::string_view alias, std::string_view src, bool create,
                                          platform::WindowHandle window) {
-  if (CVFDLNode* node = FindDocFolder(alias, src)) return dynamic_cast<CScheduleDoc*>(LoadVFDLDoc(*node, create));
+  if (CVFDLFolder* folder = FindDocFolder(alias, src)) return LoadVFDLDoc<CScheduleDoc>(*folder, create);
   if (!create || GetRoot() == nullptr || !GetDataRoot()) return nullptr;
-  GetDataRoot()->CreateDirectories(GetBasePath());  // a failure shows when the document is written
   CVFDLFolder folder;
   folder.SetAlias(alias);
   folder.SetAttribute(kAttrSystem);
@@ -112,20 +105,20 @@ CScheduleDoc* CScheduleIndexDoc::OpenDoc(std::string_view alias, std::string_vie
   std::string pos = AddFolder(GetRoot()->GetPos(), folder, false);
   CVFDLNode* node = pos.empty() ? nullptr : GetNodeByPos(pos);
   if (node == nullptr) return nullptr;
-  auto* doc = dynamic_cast<CScheduleDoc*>(LoadVFDLDoc(*node, true));
+  auto* doc = LoadVFDLDoc<CScheduleDoc>(*node, true);
   if (doc == nullptr) {
     static_cast<void>(DelFolder(pos));  // a folder left behind only names a file still to be made
     return nullptr;
   }
-  if (window != nullptr) platform::PostWindowMessage(window, WM_ZDS_CHANGED, reinterpret_cast<uintptr_t>(node), 0);
+  if (window != nullptr) {
+    platform::PostWindowMessage(window, WM_ZDS_CHANGED, reinterpret_cast<uintptr_t>(node), kChangeAdded);
+  }
   return doc;
 }
 
 CScheduleDoc* CScheduleIndexDoc::GetCurrentDoc(std::string_view date, platform::WindowHandle window) {
-  if (date.size() < 7 || date[4] != '-') return nullptr;
-  if (!IsDigits(date.substr(0, 4)) || !IsDigits(date.substr(5, 2))) return nullptr;
-  int month = field::ParseAtoi(date.substr(5, 2));
-  if (month < 1 || month > 12) return nullptr;
+  int year = 0, month = 0;
+  if (!ParseYearMonth(date, year, month)) return nullptr;
   std::string_view alias = date.substr(0, 7);
   return OpenDoc(alias, MonthFile(alias), true, window);
 }
@@ -145,7 +138,7 @@ CScheduleRec* CScheduleIndexDoc::FindRec(std::string_view pos, CScheduleDoc** do
   size_t cut = pos.rfind('\\');
   CVFDLNode* holder = cut == std::string_view::npos ? nullptr : GetNodeByPos(pos.substr(0, cut));
   if (holder == nullptr) return nullptr;
-  auto* holding = dynamic_cast<CScheduleDoc*>(LoadVFDLDoc(*holder, false));
+  auto* holding = LoadVFDLDoc<CScheduleDoc>(*holder, false);
   CScheduleRec* rec = holding ? holding->GetRec(pos) : nullptr;
   if (rec != nullptr && doc != nullptr) *doc = holding;
   return rec;
@@ -187,21 +180,21 @@ bool CScheduleIndexDoc::GetAgenda(std::string_view from, std::string_view to,
 void CScheduleIndexDoc::CollectAgenda(const CScheduleDoc& doc, CTime first, CTime last,
                                       std::vector<CScheduleAgendaItem>& items) const {
   std::vector<CScheduleOccurrence> occurrences;
-  doc.ForEachRec([&](const CScheduleRec& rec) {
+  for (const CScheduleRec& rec : doc.Recs()) {
     const CScheduleExtendRec& entry = rec.GetExtendRec();
-    if (entry.map) return;  // its recurring entry shows the occurrence where the map puts it
+    if (entry.map) continue;  // its recurring entry shows the occurrence where the map puts it
     if (!entry.cycle) {
       if (entry.begin <= last && entry.end >= first) {
         items.push_back({entry.begin, entry.end, entry.all_day, entry.subject, rec.GetPos(), -1});
       }
-      return;
+      continue;
     }
     occurrences.clear();
     ExpandOccurrences(entry.cycle_rec, first, last, occurrences);
     for (const CScheduleOccurrence& occurrence : occurrences) {
       items.push_back({occurrence.begin, occurrence.end, entry.all_day, entry.subject, rec.GetPos(), occurrence.number});
     }
-  });
+  }
 }
 
 }  // namespace zds

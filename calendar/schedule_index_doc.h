@@ -5,6 +5,9 @@
 // ("\whole.xml", alias "Whole"). It files each entry in the right document
 // and answers which entries touch a span of days.
 //
+// The index owns the documents it opens: one it hands out is valid as
+// casd_vfdl_doc.h says, the entries in it as "Lifetimes" in vfdl_doc.h says.
+//
 // Two kinds of question: GetRecIDByDate asks every month of the span and
 // creates the month documents it lacks, as the schedule always has; the
 // agenda (GetAgenda) is a read, which opens only the month documents of the
@@ -40,12 +43,11 @@ struct CScheduleAgendaItem {
   bool operator==(const CScheduleAgendaItem&) const = default;
 };
 
+// Makes its directory when it saves.
 class CScheduleIndexDoc : public CVFDLFamily<CScheduleIndexDoc, CCASDVFDLDoc> {
  public:
-  static constexpr CFamilyInfo kFamily{"CScheduleIndexDoc", "SIC", res::kScheduleIndexTemplate};
-
-  // Makes the index's directory when it creates the file.
-  [[nodiscard]] bool NewXMLDoc(std::string_view path) override;
+  static constexpr CFamilyInfo kFamily{"CScheduleIndexDoc", "SIC", res::kScheduleIndexTemplate, 0, 0, 0,
+                                       kMakesItsDirectory};
 
   // The document that must hold the entry: the cycle document for a
   // recurring entry, the month document of its begin for one that begins
@@ -82,7 +84,7 @@ class CScheduleIndexDoc : public CVFDLFamily<CScheduleIndexDoc, CCASDVFDLDoc> {
   CScheduleRec* FindRec(std::string_view pos, CScheduleDoc** doc = nullptr);
 
  private:
-  CVFDLNode* FindDocFolder(std::string_view alias, std::string_view src) const;
+  CVFDLFolder* FindDocFolder(std::string_view alias, std::string_view src);
   // The document behind the folder for `src`; with `create` the folder and
   // the file are made when missing.
   CScheduleDoc* OpenDoc(std::string_view alias, std::string_view src, bool create,

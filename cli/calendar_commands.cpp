@@ -38,7 +38,7 @@ CScheduleIndexDoc* OpenSchedule(CZDS& facade, const DataRootPtr& root, std::ostr
     err << DescribeStartupFailure(facade) << '\n';
     return nullptr;
   }
-  auto* calendar = dynamic_cast<CCalendarDoc*>(facade.GetAIDLDoc()->GetCalendarDoc());
+  CCalendarDoc* calendar = facade.GetCalendarDoc();
   CScheduleIndexDoc* index = calendar ? calendar->GetScheduleIndexDoc() : nullptr;
   if (index == nullptr) err << "zds: cannot open " << kSchedulePath << " (damaged or unwritable)\n";
   return index;

@@ -66,7 +66,7 @@ class Store {
       err << DescribeStartupFailure(facade_) << '\n';
       return false;
     }
-    book_ = dynamic_cast<CAdrBookDoc*>(facade_.GetAIDLDoc()->GetAdrBookDoc());
+    book_ = facade_.GetAdrBookDoc();
     if (book_ == nullptr) err << "zds: the address book cannot be opened or made\n";
     return book_ != nullptr;
   }
@@ -87,7 +87,11 @@ class Store {
   // The contact at a position, in any book.
   const CPIDLRec* Contact(const std::string& pos) {
     book_->LoadAllPIDLDocs();
-    return dynamic_cast<const CPIDLRec*>(facade_.GetAIDLDoc()->FindNodeByPos(pos));
+    for (CAdrBookFolder& folder : book_->GetBooks()) {
+      const CPIDLDoc* book = book_->GetExpandedDoc<CPIDLDoc>(folder);
+      if (const CPIDLRec* contact = book ? book->GetRec(pos) : nullptr) return contact;
+    }
+    return nullptr;
   }
 
  private:
@@ -125,15 +129,13 @@ int BookAdd(Store& store, const Arguments& args, std::ostream& out, std::ostream
 }
 
 int BookList(Store& store, std::ostream& out) {
-  for (CAdrBookFolder* folder : store.books().GetBooks()) {
+  for (CAdrBookFolder& folder : store.books().GetBooks()) {
     std::string count = "-";
-    if (const CPIDLDoc* doc = store.books().GetPIDLDoc(*folder)) {
-      int contacts = 0;
-      doc->ForEachContact([&contacts](const CPIDLRec&) { ++contacts; });
-      count = std::to_string(contacts);
+    if (const CPIDLDoc* doc = store.books().GetPIDLDoc(folder)) {
+      count = std::to_string(std::distance(doc->Recs().begin(), doc->Recs().end()));
     }
-    out << Field(folder->GetAlias()) << '\t' << count << '\t'
-        << (folder->GetExtendFolder()->default_book ? "yes" : "no") << '\n';
+    out << Field(folder.GetAlias()) << '\t' << count << '\t'
+        << (folder.GetExtendFolder().default_book ? "yes" : "no") << '\n';
   }
   return 0;
 }
@@ -164,15 +166,15 @@ int ContactList(Store& store, const Arguments& args, std::ostream& out, std::ost
     if (book == nullptr) return 1;
     books.push_back(book);
   } else {
-    for (CAdrBookFolder* folder : store.books().GetBooks()) {
-      if (CPIDLDoc* book = store.books().GetPIDLDoc(*folder)) books.push_back(book);
+    for (CAdrBookFolder& folder : store.books().GetBooks()) {
+      if (CPIDLDoc* book = store.books().GetPIDLDoc(folder)) books.push_back(book);
     }
   }
   for (const CPIDLDoc* book : books) {
-    book->ForEachContact([&out](const CPIDLRec& contact) {
+    for (const CPIDLRec& contact : book->Recs()) {
       out << contact.GetPos() << '\t' << Field(contact.GetAlias()) << '\t' << JoinValues(contact.GetExtendRec().emails)
           << '\t' << JoinValues(contact.GetExtendRec().phones) << '\n';
-    });
+    }
   }
   return 0;
 }

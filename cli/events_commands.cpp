@@ -1,6 +1,5 @@
 #include "cli/events_commands.h"
 
-#include <algorithm>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -28,68 +27,42 @@ bool Open(CVFDLDoc& doc, const DataRootPtr& root, std::string_view path, std::os
   return false;
 }
 
-// Calls `visit` (node, depth) for every node of the document, depth first,
-// without recursion: folders may nest deeper than the stack.
-template <typename Visit>
-void Walk(const CVFDLDoc& doc, const Visit& visit) {
-  if (doc.GetRoot() == nullptr) return;
-  std::vector<std::pair<const CVFDLNode*, int>> pending;
-  auto push_children = [&pending](const CVFDLNode& node, int depth) {
-    if (!node.IsFolder()) return;
-    size_t first = pending.size();
-    for (const CVFDLNode* child = static_cast<const CVFDLFolder&>(node).GetFirstChild(); child;
-         child = child->GetNextSibling()) {
-      pending.emplace_back(child, depth);
-    }
-    std::reverse(pending.begin() + static_cast<std::ptrdiff_t>(first), pending.end());
-  };
-  push_children(*doc.GetRoot(), 0);
-  while (!pending.empty()) {
-    auto [node, depth] = pending.back();
-    pending.pop_back();
-    visit(*node, depth);
-    push_children(*node, depth + 1);
-  }
-}
-
 }  // namespace
 
 int RunEventsCommand(const DataRootPtr& root, std::ostream& out, std::ostream& err) {
   CAEventDoc doc;
   if (!Open(doc, root, kEventFile, err)) return 1;
-  Walk(doc, [&out](const CVFDLNode& node, int) {
-    const auto* event = dynamic_cast<const CAEventRec*>(&node);
-    if (event == nullptr) return;
-    const CAEventExtendRec& fields = event->GetExtendRec();
-    out << node.GetID() << '\t' << (fields.new_flag ? "new" : "read") << '\t' << EventPriorityWord(fields.priority)
+  for (const CAEventRec& event : std::as_const(doc).Recs()) {
+    const CAEventExtendRec& fields = event.GetExtendRec();
+    out << event.GetID() << '\t' << (fields.new_flag ? "new" : "read") << '\t' << EventPriorityWord(fields.priority)
         << '\t' << Field(fields.create_time) << '\t' << Field(fields.act) << '\t' << Field(fields.data_id) << '\t'
-        << Field(node.GetAlias()) << '\n';
-  });
+        << Field(event.GetAlias()) << '\n';
+  }
   return 0;
 }
 
 int RunMonitorCommand(const DataRootPtr& root, std::ostream& out, std::ostream& err) {
   CMonitorDoc doc;
   if (!Open(doc, root, kMonitorFile, err)) return 1;
-  Walk(doc, [&out](const CVFDLNode& node, int) {
-    if (node.GetNodeType() == kNodeRec) out << Field(node.GetAlias()) << '\n';
-  });
+  for (const CVFDLRec& entry : std::as_const(doc).Recs()) out << Field(entry.GetAlias()) << '\n';
   return 0;
 }
 
 int RunAutoRunCommand(const DataRootPtr& root, std::ostream& out, std::ostream& err) {
   CAutoRunDoc doc;
   if (!Open(doc, root, kAutoRunFile, err)) return 1;
-  Walk(doc, [&out](const CVFDLNode& node, int depth) {
-    std::string indent(2 * static_cast<size_t>(depth), ' ');
-    if (const auto* item = dynamic_cast<const CAutoRunRec*>(&node)) {
+  if (doc.GetRoot() == nullptr) return 0;  // no file: nothing to list
+  const auto below = Subtree(*doc.GetRoot());
+  for (auto it = below.begin(); it != below.end(); ++it) {
+    std::string indent(2 * static_cast<size_t>(it.depth() - 1), ' ');
+    if (const CAutoRunRec* item = doc.AsRec(&*it)) {
       std::string_view type = AutoRunTypeWord(item->GetExtendRec().type);
-      out << indent << (type.empty() ? "-" : type) << '\t' << Field(node.GetAlias()) << '\t'
+      out << indent << (type.empty() ? "-" : type) << '\t' << Field(item->GetAlias()) << '\t'
           << Field(item->GetExtendRec().description) << '\n';
-    } else if (node.IsFolder()) {
-      out << indent << Field(node.GetAlias()) << '\n';
+    } else if (it->IsFolder()) {
+      out << indent << Field(it->GetAlias()) << '\n';
     }
-  });
+  }
   return 0;
 }
 

@@ -34,22 +34,19 @@ bool OpenIndex(CZDS& facade, std::ostream& err) {
   return false;
 }
 
-// Calls `visit` (node, path) for every node, depth first; each path is
-// built from its parent's, so deep trees cost no more than their size.
+// Calls `visit` (node, path) for the root and every node below it, depth
+// first; each path is built from its parent's, so deep trees cost no more
+// than their size.
 template <typename Visit>
 void WalkWithPaths(const CVFDLFolder& root, const Visit& visit) {
-  std::vector<std::pair<const CVFDLNode*, std::string>> pending{{&root, root.GetPath()}};
-  while (!pending.empty()) {
-    auto [node, path] = std::move(pending.back());
-    pending.pop_back();
-    visit(*node, path);
-    if (!node->IsFolder()) continue;
-    size_t first = pending.size();
-    for (const CVFDLNode* child = static_cast<const CVFDLFolder*>(node)->GetFirstChild(); child;
-         child = child->GetNextSibling()) {
-      pending.emplace_back(child, path + '\\' + child->GetAlias());
-    }
-    std::reverse(pending.begin() + static_cast<std::ptrdiff_t>(first), pending.end());
+  std::vector<std::string> paths{root.GetPath()};  // by depth
+  visit(root, paths[0]);
+  const auto below = Subtree(root);
+  for (auto it = below.begin(); it != below.end(); ++it) {
+    const size_t depth = static_cast<size_t>(it.depth());
+    paths.resize(depth + 1);
+    paths[depth] = paths[depth - 1] + '\\' + it->GetAlias();
+    visit(*it, paths[depth]);
   }
 }
 
@@ -100,8 +97,8 @@ int RunListCommand(const DataRootPtr& root, const std::string& path, std::ostrea
     err << "zds: not a folder: " << path << '\n';
     return 1;
   }
-  for (const CVFDLNode* child = index.GetFirstChild(*node); child; child = child->GetNextSibling()) {
-    out << child->GetID() << '\t' << KindName(*child) << '\t' << child->GetAlias() << '\n';
+  for (const CVFDLNode& child : index.GetChildren(*node)) {
+    out << child.GetID() << '\t' << KindName(child) << '\t' << child.GetAlias() << '\n';
   }
   return 0;
 }
@@ -124,13 +121,13 @@ int RunShowCommand(const DataRootPtr& root, const std::string& path, std::ostrea
   PrintField(out, "content", node->GetContent());
   PrintField(out, "src", node->GetSrc());
   PrintField(out, "extend type", std::to_string(node->GetExtendType()));
-  if (const auto* service = dynamic_cast<const CAIDLService*>(node)) {
+  if (const CAIDLService* service = CAIDLService::From(node)) {
     PrintField(out, "name", service->name);
     PrintField(out, "extend", service->extend);
     PrintField(out, "provider", service->provider);
     PrintField(out, "abstract", service->abstract);
-    for (const auto& variable : service->variables) {
-      out << "variable: " << variable->name << " = " << (variable->encrypt ? "(encrypted)" : variable->value) << '\n';
+    for (const CAIDLVarRec& variable : service->variables) {
+      out << "variable: " << variable.name << " = " << (variable.encrypt ? "(encrypted)" : variable.value) << '\n';
     }
   }
   return 0;

@@ -3,6 +3,7 @@
 #include <array>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "cli/command_text.h"
 #include "zds/framework/rtti.h"
@@ -124,8 +125,7 @@ CATimerRec MakeTimer(const AddCall& call) {
   fields.action_id = call.action;
   if (call.cycle) {
     fields.cyclic = true;
-    fields.cycle_rec = std::make_unique<CATimerCycleRec>();
-    CATimerCycleRec& rule = *fields.cycle_rec;
+    CATimerCycleRec& rule = fields.cycle_rec.emplace();
     CCycleFormat::AnalyseCycleType((*call.cycle)[0], rule.cycle_type);
     CCycleFormat::AnalyseCycleEvent((*call.cycle)[1], rule.cycle_event);
     CCycleFormat::AnalyseCycleRange((*call.cycle)[2], rule.cycle_range);
@@ -146,7 +146,7 @@ int RunAdd(const DataRootPtr& root, const std::vector<std::string>& args, std::o
     return kMalformed;
   }
   CATimerRec timer = MakeTimer(call);
-  const CATimerCycleRec* rule = timer.GetExtendRec().cycle_rec.get();
+  const std::optional<CATimerCycleRec>& rule = timer.GetExtendRec().cycle_rec;
   if (rule && rule->cycle_type.type == kCycleWeek && !cycle::HasSelectedWeekday(rule->cycle_event)) {
     err << "zds timer: the weekly rule selects no day of the week\n";
     return kRefused;
@@ -186,10 +186,10 @@ int RunList(const DataRootPtr& root, std::ostream& out, std::ostream& err) {
       }
       continue;
     }
-    for (const CATimerRec* timer : doc->GetTimers()) {
-      const CATimerExtendRec& fields = timer->GetExtendRec();
+    for (const CATimerRec& timer : std::as_const(*doc).Recs()) {
+      const CATimerExtendRec& fields = timer.GetExtendRec();
       std::string_view state = TimerStateWord(fields.state);
-      out << timer->GetPos() << '\t' << (state.empty() ? "-" : state) << '\t'
+      out << timer.GetPos() << '\t' << (state.empty() ? "-" : state) << '\t'
           << fields.info_time.Format(kTimeFormatSeconds) << '\t' << Field(fields.subject) << '\n';
     }
   }

@@ -1,8 +1,8 @@
 #include "zds/contacts/adrbook_doc.h"
 
 #include <algorithm>
+#include <iterator>
 
-#include "zds/framework/field_codec.h"
 #include "zds/platform/ascii.h"
 #include "zds/platform/time.h"
 
@@ -11,14 +11,6 @@ namespace {
 
 constexpr std::string_view kOldVersion = "1.0";
 constexpr std::string_view kVersion = "2.0";
-
-constexpr auto kBookFields = field::List(
-    field::Of("createtime", &CAdrBookExtendFolder::create_time),
-    field::Of("updatetime", &CAdrBookExtendFolder::update_time),
-    field::Of("accesstime", &CAdrBookExtendFolder::access_time),
-    field::Of("size", &CAdrBookExtendFolder::size, field::kAtol),
-    field::Of("ownership", &CAdrBookExtendFolder::ownership, field::kFlagExact),
-    field::Of("defaultbook", &CAdrBookExtendFolder::default_book, field::kFlagExact));
 
 // A book's file in the "2.0" layout: "\index" goes in before the last "."
 // of the whole stored path, so "\A.xml" becomes "\A\index.xml" (and a "."
@@ -73,50 +65,56 @@ std::string CAdrBookDoc::GetNodeContentClass(const CVFDLNode& node) const {
 
 // ---- the books ----
 
-CAdrBookFolder* CAdrBookDoc::GetBookFolder(int index) const {
-  if (GetRoot() == nullptr || index < 0) return nullptr;
-  for (CVFDLNode* child = GetRoot()->GetFirstChild(); child; child = child->GetNextSibling()) {
-    if (child->IsFolder() && index-- == 0) return static_cast<CAdrBookFolder*>(child);
+CAdrBookDoc::ChildFolderWalk CAdrBookDoc::GetBooks() {
+  return GetRoot() ? ChildFolders(*GetRoot()) : ChildFolderWalk(nullptr);
+}
+
+CAdrBookDoc::ConstChildFolderWalk CAdrBookDoc::GetBooks() const {
+  return GetRoot() ? ChildFolders(*GetRoot()) : ConstChildFolderWalk(nullptr);
+}
+
+CAdrBookFolder* CAdrBookDoc::GetBookFolder(int index) {
+  if (index < 0) return nullptr;
+  for (CAdrBookFolder& book : GetBooks()) {
+    if (index-- == 0) return &book;
   }
   return nullptr;
 }
 
-int CAdrBookDoc::GetPIDLDocNum() const { return static_cast<int>(GetBooks().size()); }
+int CAdrBookDoc::GetPIDLDocNum() const {
+  const ConstChildFolderWalk books = GetBooks();
+  return static_cast<int>(std::distance(books.begin(), books.end()));
+}
 
 std::string CAdrBookDoc::GetPIDLDocAlias(int index) const {
-  CAdrBookFolder* book = GetBookFolder(index);
-  return book ? book->GetAlias() : std::string();
+  if (index < 0) return std::string();
+  for (const CAdrBookFolder& book : GetBooks()) {
+    if (index-- == 0) return book.GetAlias();
+  }
+  return std::string();
 }
 
 int CAdrBookDoc::GetPIDLDocIndex(std::string_view path) const {
-  CVFDLNode* node = GetNodeByPath(path);
+  const CVFDLNode* node = GetNodeByPath(path);
   if (node == nullptr || node->GetDoc() != this || !IsBook(*node)) return -1;
   int index = 0;
-  for (CVFDLNode* child = GetRoot()->GetFirstChild(); child != node; child = child->GetNextSibling()) {
-    if (child->IsFolder()) ++index;
+  for (const CAdrBookFolder& book : GetBooks()) {
+    if (&book == node) return index;
+    ++index;
   }
-  return index;
+  return -1;
 }
 
-std::vector<CAdrBookFolder*> CAdrBookDoc::GetBooks() const {
-  std::vector<CAdrBookFolder*> books;
-  if (GetRoot() == nullptr) return books;
-  for (CVFDLNode* child = GetRoot()->GetFirstChild(); child; child = child->GetNextSibling()) {
-    if (child->IsFolder()) books.push_back(static_cast<CAdrBookFolder*>(child));
-  }
-  return books;
-}
-
-CAdrBookFolder* CAdrBookDoc::FindBook(std::string_view alias) const {
-  for (CAdrBookFolder* book : GetBooks()) {
-    if (book->GetAlias() == alias) return book;
+CAdrBookFolder* CAdrBookDoc::FindBook(std::string_view alias) {
+  for (CAdrBookFolder& book : GetBooks()) {
+    if (book.GetAlias() == alias) return &book;
   }
   return nullptr;
 }
 
-CAdrBookFolder* CAdrBookDoc::GetDefaultBook() const {
-  for (CAdrBookFolder* book : GetBooks()) {
-    if (book->GetExtendFolder()->default_book) return book;
+CAdrBookFolder* CAdrBookDoc::GetDefaultBook() {
+  for (CAdrBookFolder& book : GetBooks()) {
+    if (book.GetExtendFolder().default_book) return &book;
   }
   return GetBookFolder(0);
 }
@@ -124,7 +122,7 @@ CAdrBookFolder* CAdrBookDoc::GetDefaultBook() const {
 CPIDLDoc* CAdrBookDoc::LoadPIDLDoc(std::string_view path) {
   CVFDLNode* node = GetNodeByPath(path);
   if (node == nullptr || node->GetDoc() != this) return nullptr;
-  return Attach(LoadVFDLDoc(*node, false));
+  return Attach(LoadVFDLDoc<CPIDLDoc>(*node, false));
 }
 
 CPIDLDoc* CAdrBookDoc::GetPIDLDoc(std::string_view path) {
@@ -140,15 +138,15 @@ CPIDLDoc* CAdrBookDoc::GetPIDLDoc(int index) {
 CPIDLDoc* CAdrBookDoc::GetPIDLDoc(CVFDLNode& book) {
   if (book.GetDoc() != this) return nullptr;
   switch (book.GetExtendType()) {
-    case kAdrBookClosedType: return Attach(LoadVFDLDoc(book, false));
+    case kAdrBookClosedType: return Attach(LoadVFDLDoc<CPIDLDoc>(book, false));
     case kAdrBookOpenType:
-    case kAdrBookOpenOtherType: return Attach(GetExpandedDoc(book));
+    case kAdrBookOpenOtherType: return Attach(GetExpandedDoc<CPIDLDoc>(book));
     default: return nullptr;
   }
 }
 
 void CAdrBookDoc::LoadAllPIDLDocs() {
-  for (CAdrBookFolder* book : GetBooks()) GetPIDLDoc(*book);
+  for (CAdrBookFolder& book : GetBooks()) GetPIDLDoc(book);
   all_open_ = true;
 }
 
@@ -158,8 +156,8 @@ std::string CAdrBookDoc::NewBookDirectory(std::string_view name) const {
     std::string stored = platform::JoinStoredPath(GetBasePath(), "\\" + directory);
     if (GetDataRoot()->DirectoryExists(stored) || GetDataRoot()->FileExists(stored)) return true;
     const std::string prefix = "\\" + directory + "\\";
-    for (const CAdrBookFolder* book : GetBooks()) {
-      std::string_view src = book->GetSrc();
+    for (const CAdrBookFolder& book : GetBooks()) {
+      std::string_view src = book.GetSrc();
       const std::string_view head = src.substr(0, prefix.size());
       if (src.size() > prefix.size() && platform::SameIgnoringAsciiCase(head, prefix)) return true;
     }
@@ -182,13 +180,13 @@ std::string CAdrBookDoc::AddBook(std::string_view name) {
   book.SetAttribute(kAttrNormal);
   book.ComposeContent(CPIDLDoc::kFamily.root_tag, CPIDLDoc::kFamily.class_name, "universal");
   book.SetSrc("\\" + directory + "\\index.xml");
-  CAdrBookExtendFolder& fields = *book.GetExtendFolder();
+  CAdrBookExtendFolder& fields = book.GetExtendFolder();
   fields.create_time = CTime::GetCurrentTime().Format(kTimeFormatSeconds);
   fields.ownership = true;
   fields.default_book = GetBookFolder(0) == nullptr;
   std::string pos = AddFolder(GetRoot()->GetPos(), book, false);
   if (pos.empty()) return pos;
-  if (Attach(LoadVFDLDoc(*GetNodeByPos(pos), true)) != nullptr) return pos;
+  if (Attach(LoadVFDLDoc<CPIDLDoc>(*GetNodeByPos(pos), true)) != nullptr) return pos;
   // Should taking the book out fail too, it stays listed without a file,
   // which opens no document: there is nothing more to undo.
   static_cast<void>(DelFolder(pos));
@@ -211,19 +209,18 @@ CPIDLRec* CAdrBookDoc::FindAdrByEmail(std::string_view email) {
 
 void CAdrBookDoc::GetContactsList(std::vector<CContactListEntry>& list) {
   list.clear();
-  for (CAdrBookFolder* folder : GetBooks()) {
-    const CPIDLDoc* book = GetPIDLDoc(*folder);
+  for (CAdrBookFolder& folder : GetBooks()) {
+    const CPIDLDoc* book = GetPIDLDoc(folder);
     if (book == nullptr) continue;
-    book->ForEachContact([&list](const CPIDLRec& contact) {
+    for (const CPIDLRec& contact : book->Recs()) {
       const std::vector<CContactItem>& emails = contact.GetExtendRec().emails;
       if (emails.empty()) list.push_back({contact.GetPos(), contact.GetAlias(), std::string()});
       for (const CContactItem& email : emails) list.push_back({contact.GetPos(), contact.GetAlias(), email.value});
-    });
+    }
   }
 }
 
-CPIDLDoc* CAdrBookDoc::Attach(CVFDLDoc* doc) {
-  auto* book = dynamic_cast<CPIDLDoc*>(doc);
+CPIDLDoc* CAdrBookDoc::Attach(CPIDLDoc* book) {
   if (book == nullptr || book->GetAddressWatcher() == this) return book;
   book->SetAddressWatcher(this);
   attached_.push_back(book);
@@ -268,13 +265,16 @@ void CAdrBookDoc::OnPIDLDocClosing(CPIDLDoc& book) {
 
 void CAdrBookDoc::AfterUpdateVersion() {
   if (GetRootTagName() != kFamily.root_tag || GetRootAttribute("ver") != kOldVersion || !GetDataRoot()) return;
-  const bool auto_save = GetAutoSaveFlag();
   SetAutoSaveFlag(false);
   bool upgraded = SetRootAttribute("ver", kVersion, false);
-  for (const CAdrBookFolder* book : GetBooks()) {
+  std::vector<const CAdrBookFolder*> books;
+  for (const CAdrBookFolder& book : GetBooks()) books.push_back(&book);
+  for (const CAdrBookFolder* book : books) {
     if (upgraded) upgraded = MoveBookToItsDirectory(*book);
   }
-  SetAutoSaveFlag(auto_save);
+  // Saving is automatic from here on, whatever it was before: the
+  // upgraded list is kept as it changes.
+  SetAutoSaveFlag(true);
   // A failed save leaves the file at "1.0": the next load moves what is
   // left to move, and rewrites every "src" again.
   if (upgraded) (void)SaveXMLDoc();
@@ -291,23 +291,6 @@ bool CAdrBookDoc::MoveBookToItsDirectory(const CAdrBookFolder& book) {
     GetDataRoot()->RenameFile(from, to);
   }
   return UpdateFolder(book.GetPos(), moved, false);
-}
-
-// ---- reading and writing a book ----
-
-bool CAdrBookDoc::InitExtendFolderItem(CXMLElementReader& item, CAdrBookExtendFolder& book) {
-  if (!item.HasClosingLine()) return false;
-  kBookFields.Read(item, book);
-  return true;
-}
-
-void CAdrBookDoc::CreateExtendFolderText(const CAdrBookExtendFolder& book, CXMLLine& line) const {
-  kBookFields.Write(book, line);
-}
-
-bool CAdrBookDoc::WriteXmlTo(const platform::DataRoot& root, std::string_view path) const {
-  root.CreateDirectories(platform::StoredDirectoryOf(path));  // a failure shows in the write
-  return CVFDLFamily::WriteXmlTo(root, path);
 }
 
 }  // namespace zds

@@ -5,9 +5,9 @@
 // CAdrBookFolder is a book and CAdrBookExtendFolder its own fields. The
 // address book upgrades a version "1.0" list, whose books were files beside
 // it, to "2.0", where each book has a directory of its own, when it is
-// loaded. It also keeps an index over the open books' e-mail addresses, so
-// that a contact is found by address among any number of contacts at the
-// cost of a look-up.
+// loaded, and saves automatically from then on. It also keeps an index
+// over the open books' e-mail addresses, so that a contact is found by
+// address among any number of contacts at the cost of a look-up.
 
 #ifndef ZDS_CONTACTS_ADRBOOK_DOC_H_
 #define ZDS_CONTACTS_ADRBOOK_DOC_H_
@@ -57,10 +57,21 @@ struct CContactListEntry {
   bool operator==(const CContactListEntry&) const = default;
 };
 
+// Makes its directory when it saves: the service index names
+// "\addressbook\index.xml" whether or not the directory exists.
 class CAdrBookDoc : public CVFDLFamily<CAdrBookDoc, CCASDVFDLDoc, CVFDLRec, CAdrBookFolder>,
                     private CPIDLAddressWatcher {
  public:
-  static constexpr CFamilyInfo kFamily{"CAdrBookDoc", "adrbook", res::kAdrBookTemplate};
+  static constexpr CFamilyInfo kFamily{"CAdrBookDoc", "adrbook", res::kAdrBookTemplate, 0, 0, 0, kMakesItsDirectory};
+  // A book without its closing line is refused; the flags are "yes" exactly.
+  static constexpr auto kFolderFields =
+      field::List(field::Of("createtime", &CAdrBookExtendFolder::create_time),
+                  field::Of("updatetime", &CAdrBookExtendFolder::update_time),
+                  field::Of("accesstime", &CAdrBookExtendFolder::access_time),
+                  field::Of("size", &CAdrBookExtendFolder::size, field::kAtol),
+                  field::Of("ownership", &CAdrBookExtendFolder::ownership, field::kFlagExact),
+                  field::Of("defaultbook", &CAdrBookExtendFolder::default_book, field::kFlagExact))
+          .RequiringClosingLine();
 
   ~CAdrBookDoc() override;
 
@@ -69,15 +80,18 @@ class CAdrBookDoc : public CVFDLFamily<CAdrBookDoc, CCASDVFDLDoc, CVFDLRec, CAdr
   std::string GetNodeContentClass(const CVFDLNode& node) const override;
 
   // The books: the folders under the root, in document order, counted and
-  // numbered the same way by each of these.
+  // numbered the same way by each of these. Folders and documents are
+  // valid as "Lifetimes" in vfdl_doc.h and CCASDVFDLDoc say.
   int GetPIDLDocNum() const;
   std::string GetPIDLDocAlias(int index) const;
   int GetPIDLDocIndex(std::string_view path) const;
-  CAdrBookFolder* GetBookFolder(int index) const;
-  std::vector<CAdrBookFolder*> GetBooks() const;
-  CAdrBookFolder* FindBook(std::string_view alias) const;
+  CAdrBookFolder* GetBookFolder(int index);
+  // The book folders as a walk (ChildFolders of the root).
+  ChildFolderWalk GetBooks();
+  ConstChildFolderWalk GetBooks() const;
+  CAdrBookFolder* FindBook(std::string_view alias);
   // The book flagged as default, else the first; null without books.
-  CAdrBookFolder* GetDefaultBook() const;
+  CAdrBookFolder* GetDefaultBook();
 
   // A book's document: opened from its "src" (never created) when the book
   // is closed, the one already open otherwise; null for a path that is no
@@ -104,15 +118,12 @@ class CAdrBookDoc : public CVFDLFamily<CAdrBookDoc, CCASDVFDLDoc, CVFDLRec, CAdr
 
  protected:
   void AfterUpdateVersion() override;
-  bool InitExtendFolderItem(CXMLElementReader& item, CAdrBookExtendFolder& book) override;
-  void CreateExtendFolderText(const CAdrBookExtendFolder& book, CXMLLine& line) const override;
-  bool WriteXmlTo(const platform::DataRoot& root, std::string_view path) const override;
 
  private:
   void OnFirstHolderChanged(CPIDLDoc& book, const std::string& key, CPIDLRec* first) override;
   void OnPIDLDocClosing(CPIDLDoc& book) override;
 
-  CPIDLDoc* Attach(CVFDLDoc* doc);
+  CPIDLDoc* Attach(CPIDLDoc* book);
   bool MoveBookToItsDirectory(const CAdrBookFolder& book);
   std::string NewBookDirectory(std::string_view name) const;
 

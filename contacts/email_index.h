@@ -20,11 +20,6 @@ namespace zds {
 // bytes (UTF-8 included) are compared as they are.
 std::string FoldEmailKey(std::string_view address);
 
-// Whether `a` stands before `b` in their document (both in one tree). Costs
-// the depth of the two nodes plus the shorter of two sibling walks: from
-// `a` to `b`, or from the later one to the end of its folder.
-bool PrecedesInDocument(const CVFDLNode& a, const CVFDLNode& b);
-
 class CEmailIndex {
  public:
   // Files `node` under each of `keys` (folded, any order, repeats allowed).

@@ -4,78 +4,9 @@
 #include <cstdint>
 #include <random>
 
-#include "zds/framework/field_codec.h"
 
 namespace zds {
 namespace {
-
-// A flag left out when false: most entries are not preferred.
-struct FlagUnlessFalseCodec {
-  void Read(const std::string& text, bool& value) const { value = text == "yes"; }
-  bool Write(bool value, std::string& text) const {
-    text = "yes";
-    return value;
-  }
-};
-
-constexpr auto kPlaceWords = field::MakeWords(
-    field::kWords.ReadingUnknownAs(kContactPlaceOther).WritingUnknownAs("other"),
-    field::Word{kContactPlaceOther, "other"}, field::Word{kContactPlaceHome, "home"},
-    field::Word{kContactPlaceWork, "work"});
-
-constexpr auto kContactFields = field::List(
-    field::Of("uid", &CPIDLExtendRec::uid, field::kTextUnlessEmpty),
-    field::Of("family", &CPIDLExtendRec::family_name, field::kTextUnlessEmpty),
-    field::Of("given", &CPIDLExtendRec::given_name, field::kTextUnlessEmpty),
-    field::Of("additional", &CPIDLExtendRec::additional_names, field::kTextUnlessEmpty),
-    field::Of("prefix", &CPIDLExtendRec::honorific_prefixes, field::kTextUnlessEmpty),
-    field::Of("suffix", &CPIDLExtendRec::honorific_suffixes, field::kTextUnlessEmpty),
-    field::Of("nickname", &CPIDLExtendRec::nickname, field::kTextUnlessEmpty),
-    field::Of("organization", &CPIDLExtendRec::organization, field::kTextUnlessEmpty),
-    field::Of("department", &CPIDLExtendRec::department, field::kTextUnlessEmpty),
-    field::Of("title", &CPIDLExtendRec::title, field::kTextUnlessEmpty),
-    field::Of("url", &CPIDLExtendRec::url, field::kTextUnlessEmpty),
-    field::Of("birthday", &CPIDLExtendRec::birthday, field::kTextUnlessEmpty),
-    field::Of("note", &CPIDLExtendRec::note, field::kTextUnlessEmpty));
-
-constexpr auto kTypingFields = field::List(
-    field::Of("type", &CContactTyping::place, kPlaceWords),
-    field::Of("pref", &CContactTyping::preferred, FlagUnlessFalseCodec{}),
-    field::Of("kind", &CContactTyping::kinds, field::kTextUnlessEmpty),
-    field::Of("group", &CContactTyping::group, field::kTextUnlessEmpty));
-
-constexpr auto kItemFields = field::List(field::Of("value", &CContactItem::value));
-
-constexpr auto kAddressFields = field::List(
-    field::Of("pobox", &CContactAddress::po_box, field::kTextUnlessEmpty),
-    field::Of("ext", &CContactAddress::extended, field::kTextUnlessEmpty),
-    field::Of("street", &CContactAddress::street, field::kTextUnlessEmpty),
-    field::Of("locality", &CContactAddress::locality, field::kTextUnlessEmpty),
-    field::Of("region", &CContactAddress::region, field::kTextUnlessEmpty),
-    field::Of("code", &CContactAddress::postal_code, field::kTextUnlessEmpty),
-    field::Of("country", &CContactAddress::country, field::kTextUnlessEmpty));
-
-constexpr std::string_view kEmailTag = "email";
-constexpr std::string_view kPhoneTag = "tel";
-constexpr std::string_view kAddressTag = "adr";
-constexpr std::string_view kExtraTag = "vcard";
-
-template <typename Entry, typename Fields>
-Entry ReadEntry(CXMLElementReader& child, const Fields& fields) {
-  Entry entry;
-  fields.Read(child, entry);
-  kTypingFields.Read(child, entry.typing);
-  return entry;
-}
-
-template <typename Entry, typename Fields>
-void WriteEntry(std::string_view tag, const Entry& entry, const Fields& fields, std::vector<std::string>& lines) {
-  CXMLLine line;
-  line.SetLine(tag, true, CXMLLine::Type::kElement);
-  fields.Write(entry, line);
-  kTypingFields.Write(entry.typing, line);
-  lines.push_back(line.GetLine(true));
-}
 
 std::vector<std::string> EmailKeysOf(const CPIDLExtendRec& contact) {
   std::vector<std::string> keys;
@@ -115,12 +46,8 @@ bool CPIDLDoc::SetXml(std::string text) {
   return replaced;
 }
 
-std::string CPIDLDoc::AddRec(std::string_view parent_pos, const CVFDLRec& rec, bool flag) {
-  CPIDLRec contact;
-  if (!FitsLike(rec, contact)) return CVFDLFamily::AddRec(parent_pos, rec, flag);  // which refuses it
-  contact.AssignValue(rec);
+void CPIDLDoc::PrepareNewRec(CPIDLRec& contact) {
   if (contact.GetExtendRec().uid.empty()) contact.GetExtendRec().uid = NextUID();
-  return CVFDLFamily::AddRec(parent_pos, contact, flag);
 }
 
 // std::random_device is slow to open: it seeds one generator per book.
@@ -148,7 +75,7 @@ void CPIDLDoc::OnNodeRemoving(CVFDLNode& node) {
 void CPIDLDoc::IndexContact(CVFDLNode& node) {
   std::vector<std::string> moved;
   index_.Remove(node, moved);
-  index_.Add(node, EmailKeysOf(static_cast<CPIDLRec&>(node).GetExtendRec()), moved);
+  index_.Add(node, EmailKeysOf(AsRec(&node)->GetExtendRec()), moved);
   Tell(std::move(moved));
 }
 
@@ -156,19 +83,7 @@ void CPIDLDoc::IndexContact(CVFDLNode& node) {
 void CPIDLDoc::RebuildIndex() {
   std::vector<std::string> moved = index_.Keys();
   index_.Clear();
-  std::vector<CVFDLNode*> pending;
-  if (GetRoot()) pending.push_back(GetRoot());
-  while (!pending.empty()) {
-    CVFDLNode* node = pending.back();
-    pending.pop_back();
-    if (node->GetNodeType() == kNodeRec) {
-      index_.Add(*node, EmailKeysOf(static_cast<CPIDLRec*>(node)->GetExtendRec()), moved);
-    }
-    if (!node->IsFolder()) continue;
-    for (CVFDLNode* child = static_cast<CVFDLFolder*>(node)->GetLastChild(); child; child = child->GetPrevSibling()) {
-      pending.push_back(child);
-    }
-  }
+  for (CPIDLRec& contact : Recs()) index_.Add(contact, EmailKeysOf(contact.GetExtendRec()), moved);
   Tell(std::move(moved));
 }
 
@@ -178,41 +93,6 @@ void CPIDLDoc::Tell(std::vector<std::string> moved) {
   std::sort(moved.begin(), moved.end());
   moved.erase(std::unique(moved.begin(), moved.end()), moved.end());
   for (const std::string& key : moved) watcher_->OnFirstHolderChanged(*this, key, FindByEmailKey(key));
-}
-
-bool CPIDLDoc::WriteXmlTo(const platform::DataRoot& root, std::string_view path) const {
-  root.CreateDirectories(platform::StoredDirectoryOf(path));  // a failure shows in the write
-  return CVFDLFamily::WriteXmlTo(root, path);
-}
-
-// ---- reading and writing a contact ----
-
-bool CPIDLDoc::InitExtendRecItem(CXMLElementReader& item, CPIDLExtendRec& contact) {
-  kContactFields.Read(item, contact);
-  for (CXMLElementReader& child : item.GetChildren()) {
-    std::string_view tag = child.GetTag();
-    if (tag == kEmailTag) contact.emails.push_back(ReadEntry<CContactItem>(child, kItemFields));
-    else if (tag == kPhoneTag) contact.phones.push_back(ReadEntry<CContactItem>(child, kItemFields));
-    else if (tag == kAddressTag) contact.addresses.push_back(ReadEntry<CContactAddress>(child, kAddressFields));
-    else if (tag == kExtraTag) contact.extra_lines.push_back(child.GetAttrValue("line"));
-    else continue;
-    child.MarkRead();
-  }
-  return true;
-}
-
-void CPIDLDoc::CreateExtendRecText(const CPIDLExtendRec& contact, CXMLLine& line,
-                                   std::vector<std::string>& lines) const {
-  kContactFields.Write(contact, line);
-  for (const CContactItem& email : contact.emails) WriteEntry(kEmailTag, email, kItemFields, lines);
-  for (const CContactItem& phone : contact.phones) WriteEntry(kPhoneTag, phone, kItemFields, lines);
-  for (const CContactAddress& address : contact.addresses) WriteEntry(kAddressTag, address, kAddressFields, lines);
-  for (const std::string& extra : contact.extra_lines) {
-    CXMLLine extra_line;
-    extra_line.SetLine(kExtraTag, true, CXMLLine::Type::kElement);
-    extra_line.AddAttribute("line", extra);
-    lines.push_back(extra_line.GetLine(true));
-  }
 }
 
 }  // namespace zds

@@ -19,6 +19,7 @@
 
 #include "zds/contacts/email_index.h"
 #include "zds/framework/family.h"
+#include "zds/framework/field_lines.h"
 #include "zds/resources/contacts_strings.h"
 
 namespace zds {
@@ -88,21 +89,63 @@ class CPIDLAddressWatcher {
   ~CPIDLAddressWatcher() = default;
 };
 
+// Where an entry belongs is written as its word; an unknown one reads and
+// writes as "other".
+inline constexpr auto kContactPlaceWords = field::MakeWords(
+    field::kWords.ReadingUnknownAs(kContactPlaceOther).WritingUnknownAs("other"),
+    field::Word{kContactPlaceOther, "other"}, field::Word{kContactPlaceHome, "home"},
+    field::Word{kContactPlaceWork, "work"});
+
+// A new book's directory is made with its first save.
 class CPIDLDoc : public CVFDLFamily<CPIDLDoc, CVFDLDoc, CPIDLRec> {
  public:
   static constexpr CFamilyInfo kFamily{"CPIDLDoc", "pidl", res::kPIDLTemplate, 0, kContactFolderType,
-                                       kContactRecType};
+                                       kContactRecType, kMakesItsDirectory};
+  // Every field is left out when empty, a preferred entry's flag when false.
+  static constexpr auto kTypingFields =
+      field::List(field::Of("type", &CContactTyping::place, kContactPlaceWords),
+                  field::Of("pref", &CContactTyping::preferred, field::kFlagWhenSet),
+                  field::Of("kind", &CContactTyping::kinds, field::kTextUnlessEmpty),
+                  field::Of("group", &CContactTyping::group, field::kTextUnlessEmpty));
+  static constexpr auto kItemFields = field::List(field::Of("value", &CContactItem::value),
+                                                  field::PartOf(&CContactItem::typing, kTypingFields));
+  static constexpr auto kAddressFields =
+      field::List(field::Of("pobox", &CContactAddress::po_box, field::kTextUnlessEmpty),
+                  field::Of("ext", &CContactAddress::extended, field::kTextUnlessEmpty),
+                  field::Of("street", &CContactAddress::street, field::kTextUnlessEmpty),
+                  field::Of("locality", &CContactAddress::locality, field::kTextUnlessEmpty),
+                  field::Of("region", &CContactAddress::region, field::kTextUnlessEmpty),
+                  field::Of("code", &CContactAddress::postal_code, field::kTextUnlessEmpty),
+                  field::Of("country", &CContactAddress::country, field::kTextUnlessEmpty),
+                  field::PartOf(&CContactAddress::typing, kTypingFields));
+  static constexpr auto kRecFields =
+      field::List(field::Of("uid", &CPIDLExtendRec::uid, field::kTextUnlessEmpty),
+                  field::Of("family", &CPIDLExtendRec::family_name, field::kTextUnlessEmpty),
+                  field::Of("given", &CPIDLExtendRec::given_name, field::kTextUnlessEmpty),
+                  field::Of("additional", &CPIDLExtendRec::additional_names, field::kTextUnlessEmpty),
+                  field::Of("prefix", &CPIDLExtendRec::honorific_prefixes, field::kTextUnlessEmpty),
+                  field::Of("suffix", &CPIDLExtendRec::honorific_suffixes, field::kTextUnlessEmpty),
+                  field::Of("nickname", &CPIDLExtendRec::nickname, field::kTextUnlessEmpty),
+                  field::Of("organization", &CPIDLExtendRec::organization, field::kTextUnlessEmpty),
+                  field::Of("department", &CPIDLExtendRec::department, field::kTextUnlessEmpty),
+                  field::Of("title", &CPIDLExtendRec::title, field::kTextUnlessEmpty),
+                  field::Of("url", &CPIDLExtendRec::url, field::kTextUnlessEmpty),
+                  field::Of("birthday", &CPIDLExtendRec::birthday, field::kTextUnlessEmpty),
+                  field::Of("note", &CPIDLExtendRec::note, field::kTextUnlessEmpty),
+                  field::ChildLines("email", &CPIDLExtendRec::emails, kItemFields),
+                  field::ChildLines("tel", &CPIDLExtendRec::phones, kItemFields),
+                  field::ChildLines("adr", &CPIDLExtendRec::addresses, kAddressFields),
+                  field::ChildLines("vcard", &CPIDLExtendRec::extra_lines, field::ValueIn{"line"}));
 
   ~CPIDLDoc() override;
 
   [[nodiscard]] bool SetXml(std::string text) override;
-  // Gives a contact without a uid a new one.
-  [[nodiscard]] std::string AddRec(std::string_view parent_pos, const CVFDLRec& rec, bool flag) override;
 
   // The first contact, in document order, one of whose e-mail addresses is
-  // `address` without regard to case; null when there is none.
+  // `address` without regard to case; null when there is none. Valid as
+  // the contact is ("Lifetimes" in vfdl_doc.h).
   CPIDLRec* FindByEmail(std::string_view address) const { return FindByEmailKey(FoldEmailKey(address)); }
-  CPIDLRec* FindByEmailKey(const std::string& key) const { return static_cast<CPIDLRec*>(index_.First(key)); }
+  CPIDLRec* FindByEmailKey(const std::string& key) const { return AsRec(index_.First(key)); }
   // Every address some contact holds, folded, each once.
   std::vector<std::string> GetEmailKeys() const { return index_.Keys(); }
 
@@ -111,30 +154,11 @@ class CPIDLDoc : public CVFDLFamily<CPIDLDoc, CVFDLDoc, CPIDLRec> {
 
   void InitNodeExtendType(CVFDLNode& node) override;
 
-  // Calls `visit` for each contact, in document order.
-  template <typename Visit>
-  void ForEachContact(const Visit& visit) const {
-    std::vector<const CVFDLNode*> pending;
-    if (GetRoot()) pending.push_back(GetRoot());
-    while (!pending.empty()) {
-      const CVFDLNode* node = pending.back();
-      pending.pop_back();
-      if (node->GetNodeType() == kNodeRec) visit(static_cast<const CPIDLRec&>(*node));
-      if (!node->IsFolder()) continue;
-      for (auto* child = static_cast<const CVFDLFolder*>(node)->GetLastChild(); child; child = child->GetPrevSibling()) {
-        pending.push_back(child);
-      }
-    }
-  }
-
  protected:
   std::string_view GetRecTag() const override { return "contact"; }
-  bool InitExtendRecItem(CXMLElementReader& item, CPIDLExtendRec& contact) override;
-  void CreateExtendRecText(const CPIDLExtendRec& contact, CXMLLine& line,
-                           std::vector<std::string>& lines) const override;
+  // Gives a contact without a uid a new one.
+  void PrepareNewRec(CPIDLRec& contact) override;
   void OnNodeRemoving(CVFDLNode& node) override;
-  // A new book's directory is made with its first save.
-  bool WriteXmlTo(const platform::DataRoot& root, std::string_view path) const override;
 
  private:
   std::string NextUID();

@@ -489,14 +489,14 @@ std::string FormatVCard(const CPIDLRec& contact) {
 
 std::string ExportVCards(const CPIDLDoc& book) {
   std::string out;
-  book.ForEachContact([&out](const CPIDLRec& contact) { out += FormatVCard(contact); });
+  for (const CPIDLRec& contact : book.Recs()) out += FormatVCard(contact);
   return out;
 }
 
 std::string ExportVCards(CAdrBookDoc& address_book) {
   std::string out;
-  for (CAdrBookFolder* folder : address_book.GetBooks()) {
-    if (const CPIDLDoc* book = address_book.GetPIDLDoc(*folder)) out += ExportVCards(*book);
+  for (CAdrBookFolder& folder : address_book.GetBooks()) {
+    if (const CPIDLDoc* book = address_book.GetPIDLDoc(folder)) out += ExportVCards(*book);
   }
   return out;
 }
@@ -534,9 +534,9 @@ namespace {
 // with the same uid; how many were stored.
 int StoreContacts(CPIDLDoc& book, const std::vector<CPIDLRec>& contacts) {
   std::unordered_map<std::string, std::string> by_uid;  // uid -> position
-  book.ForEachContact([&by_uid](const CPIDLRec& contact) {
+  for (const CPIDLRec& contact : std::as_const(book).Recs()) {
     if (!contact.GetExtendRec().uid.empty()) by_uid.emplace(contact.GetExtendRec().uid, contact.GetPos());
-  });
+  }
   const std::string root = book.GetRoot()->GetPos();
   int stored = 0;
   for (const CPIDLRec& contact : contacts) {

@@ -22,6 +22,10 @@ inline constexpr int kAutoRunZds = 0;
 inline constexpr int kAutoRunQfs = 1;
 inline constexpr int kAutoRunKfs = 2;
 
+// An unknown or missing type word reads as unknown and is written empty.
+inline constexpr auto kAutoRunTypeWords =
+    field::MakeWords(field::kWords.ReadingUnknownAs(kAutoRunUnknown).WritingUnknownAs(""),
+                     field::Word{kAutoRunZds, "zds"}, field::Word{kAutoRunQfs, "qfs"}, field::Word{kAutoRunKfs, "kfs"});
 // "zds", "qfs", "kfs"; empty for any other type.
 std::string_view AutoRunTypeWord(int type);
 
@@ -40,17 +44,15 @@ class CAutoRunRec : public CVFDLTypedRec<CAutoRunRec, CAutoRunExtendRec> {};
 class CAutoRunDoc : public CVFDLFamily<CAutoRunDoc, CVFDLDoc, CAutoRunRec> {
  public:
   static constexpr CFamilyInfo kFamily{"CAutoRunDoc", "autorun", res::kAutoRunTemplate};
+  static constexpr auto kRecFields = field::List(field::Of("type", &CAutoRunExtendRec::type, kAutoRunTypeWords),
+                                                 field::Of("description", &CAutoRunExtendRec::description));
 
   // The group with this alias. Only "default" is created when missing;
-  // any other missing group is null and nothing is added.
+  // any other missing group is null and nothing is added. Valid as
+  // "Lifetimes" in vfdl_doc.h says.
   CVFDLFolder* GetGroupNode(std::string_view name);
   // Adds a group under the root, saving at once; returns its position.
   [[nodiscard]] std::string CreateGroup(std::string_view name);
-
- protected:
-  bool InitExtendRecItem(CXMLElementReader& item, CAutoRunExtendRec& run) override;
-  void CreateExtendRecText(const CAutoRunExtendRec& run, CXMLLine& line,
-                           std::vector<std::string>& lines) const override;
 };
 
 }  // namespace zds

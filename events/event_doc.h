@@ -21,6 +21,15 @@ inline constexpr int kEventPriorityLow = 1;
 inline constexpr int kEventPriorityNormal = 2;
 inline constexpr int kEventPriorityHigh = 3;
 
+// Extension types of the event queue's folders and events.
+inline constexpr int kEventFolderType = 160;
+inline constexpr int kEventRecType = 161;
+
+// Anything but "low" and "high" reads as normal; a priority outside the
+// three is not written.
+inline constexpr auto kEventPriorityWords =
+    field::MakeWords(field::kWords.ReadingUnknownAs(kEventPriorityNormal), field::Word{kEventPriorityLow, "low"},
+                     field::Word{kEventPriorityNormal, "normal"}, field::Word{kEventPriorityHigh, "high"});
 // "low", "normal", "high"; empty for a priority outside 1 to 3.
 std::string_view EventPriorityWord(int priority);
 
@@ -43,20 +52,29 @@ class CAEventExtendRec : public CVFDLExtendBase<CAEventExtendRec> {
 
 class CAEventRec : public CVFDLTypedRec<CAEventRec, CAEventExtendRec> {};
 
+// An added event is numbered and stamped with its creation time (the
+// caller's is replaced).
 class CAEventDoc : public CVFDLFamily<CAEventDoc, CVFDLDoc, CAEventRec> {
  public:
-  static constexpr CFamilyInfo kFamily{"CAEventDoc", "AEvent", res::kEventTemplate, 0, 160, 161};
+  static constexpr CFamilyInfo kFamily{"CAEventDoc", "AEvent", res::kEventTemplate, 0, kEventFolderType,
+                                       kEventRecType, kNumbersNewRecs};
+  // A record without a closing line is refused; "newflag" is "yes" exactly.
+  static constexpr auto kRecFields =
+      field::List(field::Of("newflag", &CAEventExtendRec::new_flag, field::kFlagExact),
+                  field::Fixed{"module", ""},  // carries nothing
+                  field::Of("status", &CAEventExtendRec::status, field::kAtoi),
+                  field::Of("act", &CAEventExtendRec::act), field::Of("createtime", &CAEventExtendRec::create_time),
+                  field::Of("dataid", &CAEventExtendRec::data_id),
+                  field::Of("priority", &CAEventExtendRec::priority, kEventPriorityWords))
+          .RequiringClosingLine();
 
-  // Numbers the event and stamps its creation time (the caller's is
-  // replaced); an event is never saved on its own, whatever `flag` says.
+  // An event is never saved on its own, whatever `flag` says.
   [[nodiscard]] std::string AddRec(std::string_view parent_pos, const CVFDLRec& rec, bool flag) override;
   // Clears the event's new mark; false when `pos` is no event.
   [[nodiscard]] bool MarkRead(std::string_view pos, bool flag);
 
  protected:
-  bool InitExtendRecItem(CXMLElementReader& item, CAEventExtendRec& event) override;
-  void CreateExtendRecText(const CAEventExtendRec& event, CXMLLine& line,
-                           std::vector<std::string>& lines) const override;
+  void PrepareNewRec(CAEventRec& event) override;
 };
 
 }  // namespace zds

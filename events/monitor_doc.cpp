@@ -7,7 +7,6 @@ namespace zds {
 std::string CMonitorDoc::InsertRec(std::string_view text) {
   if (GetRoot() == nullptr) return std::string();
   CVFDLRec entry;
-  entry.SetID(GetLocalID(GetNewID()));
   std::string line = CTime::GetCurrentTime().Format(kTimeFormatMinutes);
   line += "  ";
   line += text;

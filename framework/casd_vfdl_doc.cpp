@@ -8,22 +8,41 @@ CCASDVFDLDoc::CCASDVFDLDoc() = default;
 
 CCASDVFDLDoc::~CCASDVFDLDoc() = default;
 
-std::unique_ptr<CVFDLDoc> CCASDVFDLDoc::OpenChild(std::string_view class_name, std::string_view src,
-                                                 bool create) const {
-  if (registry_ == nullptr || src.empty() || !platform::IsSafeStoredPath(src)) return nullptr;
+std::unique_ptr<CVFDLDoc> CCASDVFDLDoc::OpenChild(std::string_view class_name, std::string_view src, bool create) {
+  if (registry_ == nullptr) {
+    load_status_ = LoadStatus::kNoRegistry;
+    return nullptr;
+  }
+  if (src.empty() || !platform::IsSafeStoredPath(src)) {
+    load_status_ = LoadStatus::kRefusedSrc;
+    return nullptr;
+  }
   std::unique_ptr<CVFDLDoc> doc = CreateObjectAs<CVFDLDoc>(*registry_, class_name);
-  if (!doc) return nullptr;
+  if (!doc) {
+    load_status_ = LoadStatus::kUnknownClass;
+    return nullptr;
+  }
   doc->SetDataRoot(GetDataRoot());
   doc->SetAutoSaveFlag(GetAutoSaveFlag());
   if (auto* casd = dynamic_cast<CCASDVFDLDoc*>(doc.get())) casd->SetClassRegistry(registry_);
   std::string file = platform::JoinStoredPath(GetBasePath(), src);
   std::string base = platform::JoinStoredPath(GetBasePath(), platform::StoredDirectoryOf(src));
-  if (!IsOpen(OpenVFDLDoc(*doc, file, base, create))) return nullptr;
-  return doc;
+  switch (OpenVFDLDoc(*doc, file, base, create)) {
+    case OpenResult::kLoaded:
+    case OpenResult::kCreated: load_status_ = LoadStatus::kLoaded; return doc;
+    case OpenResult::kMissing: load_status_ = LoadStatus::kMissing; return nullptr;
+    case OpenResult::kUnusable: load_status_ = LoadStatus::kUnusable; return nullptr;
+    case OpenResult::kUnwritable: load_status_ = LoadStatus::kUnwritable; return nullptr;
+  }
+  return nullptr;
 }
 
 CVFDLDoc* CCASDVFDLDoc::LoadVFDLDoc(const CVFDLNode& node, bool create) {
-  if (node.GetDoc() != this) return nullptr;
+  load_status_ = LoadStatus::kLoaded;
+  if (node.GetDoc() != this) {
+    load_status_ = LoadStatus::kNotInDocument;
+    return nullptr;
+  }
   if (auto it = expanded_.find(&node); it != expanded_.end()) return it->second.get();
   std::unique_ptr<CVFDLDoc> doc = OpenChild(GetNodeContentClass(node), node.GetSrc(), create);
   if (!doc) return nullptr;
@@ -32,6 +51,7 @@ CVFDLDoc* CCASDVFDLDoc::LoadVFDLDoc(const CVFDLNode& node, bool create) {
 }
 
 CVFDLDoc* CCASDVFDLDoc::LoadRelatedVFDLDoc(std::string_view path, std::string_view class_name) {
+  load_status_ = LoadStatus::kLoaded;
   if (auto it = related_.find(path); it != related_.end()) return it->second.get();
   std::unique_ptr<CVFDLDoc> doc = OpenChild(class_name, path, true);
   if (!doc) return nullptr;
@@ -52,14 +72,18 @@ CVFDLDoc* CCASDVFDLDoc::GetExpandedDoc(const CVFDLNode& node) const {
   return it == expanded_.end() ? nullptr : it->second.get();
 }
 
-CVFDLNode* CCASDVFDLDoc::FindNodeByPos(std::string_view pos) const {
-  if (CVFDLNode* node = GetNodeByPos(pos)) return node;
+CVFDLNode* CCASDVFDLDoc::FindNodeByPos(std::string_view pos, CCASDVFDLDoc** opener) const {
+  if (CVFDLNode* node = GetNodeByPos(pos)) {
+    if (opener) *opener = const_cast<CCASDVFDLDoc*>(this);
+    return node;
+  }
   for (const auto& [holder, doc] : expanded_) {
     // Positions below a document begin with its holder's position.
     if (!pos.starts_with(doc->GetPosPrefix())) continue;
     if (auto* casd = dynamic_cast<const CCASDVFDLDoc*>(doc.get())) {
-      if (CVFDLNode* node = casd->FindNodeByPos(pos)) return node;
+      if (CVFDLNode* node = casd->FindNodeByPos(pos, opener)) return node;
     } else if (CVFDLNode* node = doc->GetNodeByPos(pos)) {
+      if (opener) *opener = nullptr;
       return node;
     }
   }
@@ -74,6 +98,13 @@ CVFDLNode* CCASDVFDLDoc::GetFirstChild(const CVFDLNode& node) const {
 CVFDLNode* CCASDVFDLDoc::GetLastChild(const CVFDLNode& node) const {
   if (CVFDLDoc* doc = GetExpandedDoc(node)) return doc->GetRoot()->GetLastChild();
   return node.IsFolder() ? static_cast<const CVFDLFolder&>(node).GetLastChild() : nullptr;
+}
+
+CVFDLNodeRange<CVFDLNode, walk::AnyNode, walk::Reach::kChildren> CCASDVFDLDoc::GetChildren(
+    const CVFDLNode& node) const {
+  using Range = CVFDLNodeRange<CVFDLNode, walk::AnyNode, walk::Reach::kChildren>;
+  if (CVFDLDoc* doc = GetExpandedDoc(node)) return Range(doc->GetRoot());
+  return Range(node.IsFolder() ? static_cast<const CVFDLFolder*>(&node) : nullptr);
 }
 
 CCASDVFDLDoc* CCASDVFDLDoc::GetParentCASDDoc() const {

@@ -4,7 +4,13 @@
 // this document's base directory. Opening such a node creates the document
 // through the class registry the document was given; this document owns it
 // until it is unloaded or the node goes away. Without a registry no
-// document is opened behind a node.
+// document is opened behind a node, and GetLastLoadStatus says so.
+//
+// A document opened here is valid until it is unloaded, the node it stands
+// behind leaves the tree (deleted, or a folder above it deleted), this
+// document's tree is replaced (SetXml, a new load) or this document goes.
+// The nodes of an opened document are valid as its own rules say
+// ("Lifetimes" in vfdl_doc.h) and at most as long as the document.
 
 #ifndef ZDS_FRAMEWORK_CASD_VFDL_DOC_H_
 #define ZDS_FRAMEWORK_CASD_VFDL_DOC_H_
@@ -16,8 +22,22 @@
 #include <unordered_map>
 
 #include "zds/framework/vfdl_doc.h"
+#include "zds/framework/vfdl_walk.h"
 
 namespace zds {
+
+// Why the last LoadVFDLDoc or LoadRelatedVFDLDoc opened what it did, or nothing.
+enum class LoadStatus {
+  kLoaded,         // opened, now or before
+  kNoRegistry,     // this document was given no class registry
+  kUnknownClass,   // the registry knows no document class of that name
+  kOtherClass,     // a typed load: the document is of another class (it stays open)
+  kRefusedSrc,     // no "src", or one that leaves the data root
+  kNotInDocument,  // the node belongs to another document
+  kMissing,        // no file, and none was to be made
+  kUnusable,       // the file exists but cannot be used; it is left untouched
+  kUnwritable,     // the file was made from the template but could not be written
+};
 
 class CCASDVFDLDoc : public CVFDLDoc {
  public:
@@ -32,20 +52,33 @@ class CCASDVFDLDoc : public CVFDLDoc {
   void SetClassRegistry(const CRTTIRegistry* registry) { registry_ = registry; }
   const CRTTIRegistry* GetClassRegistry() const { return registry_; }
 
-  // Opens (or returns the already open) document behind `node`. With
-  // `create` a missing file is made from the class's template. Null when the
-  // node names no known document class, its "src" leaves the data root, or
-  // the file cannot be used.
+  // Opens (or returns the already open) document behind `node`, a node of
+  // this document. With `create` a missing file is made from the class's
+  // template. Null when nothing was opened; GetLastLoadStatus tells why.
   CVFDLDoc* LoadVFDLDoc(const CVFDLNode& node, bool create = true);
+  // The same, typed: null (status kOtherClass) for a document of another class.
+  template <typename Doc>
+  Doc* LoadVFDLDoc(const CVFDLNode& node, bool create = true) {
+    return Typed<Doc>(LoadVFDLDoc(node, create));
+  }
   // Opens the document at a stored path (relative to this document's base
   // directory) as an object of `class_name`; owned like the others.
   CVFDLDoc* LoadRelatedVFDLDoc(std::string_view path, std::string_view class_name);
+  LoadStatus GetLastLoadStatus() const { return load_status_; }
   // Closes the document behind the node at `pos`, or a related document by path.
   bool UnloadVFDLDoc(std::string_view pos_or_path);
+  // The document already open behind `node`, if any; typed, null for one
+  // of another class.
   CVFDLDoc* GetExpandedDoc(const CVFDLNode& node) const override;
+  template <typename Doc>
+  Doc* GetExpandedDoc(const CVFDLNode& node) const {
+    return dynamic_cast<Doc*>(GetExpandedDoc(node));
+  }
 
-  // The node at `pos` in this document or in any document open below it.
-  CVFDLNode* FindNodeByPos(std::string_view pos) const;
+  // The node at `pos` in this document or in any document open below it;
+  // `opener` receives the document holding it when that document opens
+  // others (null when it opens none).
+  CVFDLNode* FindNodeByPos(std::string_view pos, CCASDVFDLDoc** opener = nullptr) const;
 
   // The class named by a node's content descriptor; kinds with their own
   // descriptor fields override it.
@@ -55,6 +88,7 @@ class CCASDVFDLDoc : public CVFDLDoc {
   // document's top-level nodes.
   CVFDLNode* GetFirstChild(const CVFDLNode& node) const;
   CVFDLNode* GetLastChild(const CVFDLNode& node) const;
+  CVFDLNodeRange<CVFDLNode, walk::AnyNode, walk::Reach::kChildren> GetChildren(const CVFDLNode& node) const;
   // The separate-file document this one was opened from, if any.
   CCASDVFDLDoc* GetParentCASDDoc() const;
 
@@ -67,10 +101,17 @@ class CCASDVFDLDoc : public CVFDLDoc {
   void OnTreeReplaced() override;
 
  private:
-  std::unique_ptr<CVFDLDoc> OpenChild(std::string_view class_name, std::string_view src, bool create) const;
+  std::unique_ptr<CVFDLDoc> OpenChild(std::string_view class_name, std::string_view src, bool create);
   void CollectBackingFiles(const CVFDLNode& node, std::vector<std::string>& files) const;
+  template <typename Doc>
+  Doc* Typed(CVFDLDoc* doc) {
+    auto* typed = dynamic_cast<Doc*>(doc);
+    if (doc != nullptr && typed == nullptr) load_status_ = LoadStatus::kOtherClass;
+    return typed;
+  }
 
   const CRTTIRegistry* registry_ = nullptr;
+  LoadStatus load_status_ = LoadStatus::kLoaded;
   std::unordered_map<const CVFDLNode*, std::unique_ptr<CVFDLDoc>> expanded_;
   std::map<std::string, std::unique_ptr<CVFDLDoc>, std::less<>> related_;
 };

@@ -132,34 +132,4 @@ bool CNotepadDoc::SetHeader(const CNotepadHeader& header, bool flag) {
   return true;
 }
 
-namespace {
-constexpr auto kNotepadTimes = field::List(field::Of("createtime", &CNotepadExtendRec::createtime, field::kTextUnlessEmpty),
-                                           field::Of("updatetime", &CNotepadExtendRec::updatetime, field::kTextUnlessEmpty),
-                                           field::Of("accesstime", &CNotepadExtendRec::accesstime, field::kTextUnlessEmpty));
-}  // namespace
-
-bool CNotepadDoc::InitExtendRecItem(CXMLElementReader& item, CNotepadExtendRec& extend) {
-  kNotepadTimes.Read(item, extend);
-  extend.RemoveAllKeys();
-  for (CXMLElementReader& child : item.GetChildren()) {
-    if (child.GetTag() != "key") continue;
-    child.MarkRead();
-    extend.AddKey({child.GetAttrValue("alias"), child.GetAttrValue("value")});
-  }
-  return true;
-}
-
-void CNotepadDoc::CreateExtendRecText(const CNotepadExtendRec& extend, CXMLLine& line,
-                                      std::vector<std::string>& lines) const {
-  kNotepadTimes.Write(extend, line);
-  for (int i = 0; i < extend.GetKeyNum(); ++i) {
-    const CNotepadRecKey* key = extend.GetKeyByIndex(i);
-    CXMLLine key_line;
-    key_line.SetLine("key", true, CXMLLine::Type::kElement);
-    key_line.AddAttribute("alias", key->alias);
-    key_line.AddAttribute("value", key->value);
-    lines.push_back(key_line.GetLine(true));
-  }
-}
-
 }  // namespace zds

@@ -5,6 +5,11 @@
 // A record keeps its keys in a CNotepadExtendRec, written as child lines
 // <key alias="..." value="..."/>, together with its creation, update and
 // access times (attributes "createtime", "updatetime", "accesstime").
+//
+// A family on the notepad (CVFDLFamily<X, CNotepadDoc, XRec>) keeps all of
+// this: its record derives from CNotepadRec and its extension from
+// CNotepadExtendRec, the notepad part is read and written first, then the
+// family's kRecFields (docs/architecture.md).
 
 #ifndef ZDS_FRAMEWORK_NOTEPAD_DOC_H_
 #define ZDS_FRAMEWORK_NOTEPAD_DOC_H_
@@ -14,6 +19,7 @@
 #include <vector>
 
 #include "zds/framework/family.h"
+#include "zds/framework/field_lines.h"
 
 namespace zds {
 
@@ -60,6 +66,8 @@ class CNotepadExtendRec : public CVFDLExtendBase<CNotepadExtendRec> {
   void AddKey(CNotepadRecKey key) { keys_.push_back(std::move(key)); }
   // Replaces the first key with the same alias; false when there is none.
   bool UpdateKey(const CNotepadRecKey& key);
+  // Null when there is none; valid until the keys change (AddKey,
+  // RemoveAllKeys) or the extension goes ("Lifetimes" in vfdl_doc.h).
   const CNotepadRecKey* GetKeyByAlias(std::string_view alias) const;
   const CNotepadRecKey* GetKeyByIndex(int index) const;
   // The value of the key, or an empty string.
@@ -74,15 +82,27 @@ class CNotepadExtendRec : public CVFDLExtendBase<CNotepadExtendRec> {
   bool operator==(const CNotepadExtendRec&) const = default;
 
  private:
+  friend class CNotepadDoc;
   std::vector<CNotepadRecKey> keys_;
 };
 
-class CNotepadRec : public CVFDLTypedRec<CNotepadRec, CNotepadExtendRec> {};
+class CNotepadRec : public CVFDLTypedRec<CNotepadRec, CNotepadExtendRec> {
+ protected:
+  using CVFDLTypedRec::CVFDLTypedRec;  // for the records of families on the notepad
+};
 
-class CNotepadDoc : public CVFDLTypedDoc<CVFDLDoc, CNotepadRec> {
+class CNotepadDoc : public CVFDLFamily<CNotepadDoc, CVFDLDoc, CNotepadRec> {
  public:
-  static std::unique_ptr<CRTTIObject> CreateObject() { return CreateRTTIObject<CNotepadDoc>(); }
-  std::string_view GetRTTIClass() const override { return "CNotepadDoc"; }
+  // Any root tag; a notepad of its own has no template.
+  static constexpr CFamilyInfo kFamily{"CNotepadDoc", "", 0};
+  static constexpr auto kKeyFields =
+      field::List(field::Of("alias", &CNotepadRecKey::alias), field::Of("value", &CNotepadRecKey::value));
+  // The times only when set; then the keys.
+  static constexpr auto kRecFields =
+      field::List(field::Of("createtime", &CNotepadExtendRec::createtime, field::kTextUnlessEmpty),
+                  field::Of("updatetime", &CNotepadExtendRec::updatetime, field::kTextUnlessEmpty),
+                  field::Of("accesstime", &CNotepadExtendRec::accesstime, field::kTextUnlessEmpty),
+                  field::ChildLines("key", &CNotepadExtendRec::keys_, kKeyFields));
 
   bool InitVFDLDoc(std::string_view base_path, std::string_view scheme, std::string_view prefix = "",
                    int reserved1 = -1, int reserved2 = -1) override;
@@ -90,11 +110,6 @@ class CNotepadDoc : public CVFDLTypedDoc<CVFDLDoc, CNotepadRec> {
   // Writes `header` in place of the document's header (or before the root
   // folder when it has none); the rest of the prologue stays as it is.
   [[nodiscard]] bool SetHeader(const CNotepadHeader& header, bool flag);
-
- protected:
-  bool InitExtendRecItem(CXMLElementReader& item, CNotepadExtendRec& extend) override;
-  void CreateExtendRecText(const CNotepadExtendRec& extend, CXMLLine& line,
-                           std::vector<std::string>& lines) const override;
 
  private:
   CNotepadHeader header_;

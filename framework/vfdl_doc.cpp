@@ -317,6 +317,7 @@ std::string CVFDLDoc::AddNodeCopy(std::string_view parent_pos, const CVFDLNode& 
     return std::string();
   }
   node->AssignValue(value);
+  PrepareNewNode(*node);
   std::string pos;
   (void)InsertNode(parent_pos, std::move(node), flag, index, &pos);
   return pos;

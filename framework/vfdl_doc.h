@@ -21,6 +21,20 @@
 // root folder's alias ("kov:\Timer Index"). Paths: the scheme and the
 // aliases from the root down ("kov:\Velmora\Calendar"); a document opened
 // behind a folder continues that folder's path.
+//
+// Lifetimes. A node a document hands out (GetRoot, GetNodeByPos, GetRec,
+// a walk, a node's parent or sibling) is valid until it leaves the tree:
+// it, or a folder above it, is deleted (a delete whose save fails puts the
+// very node back); the tree is replaced (SetXml, LoadXMLDoc or NewXMLDoc
+// succeeding; one that fails keeps the old nodes); or the document goes
+// (destroyed, or unloaded by the document it was opened behind:
+// casd_vfdl_doc.h). An update keeps the node: the pointer stays valid and
+// shows the new value. A reference into a node's extension (GetExtendRec,
+// GetExtendFolder, and anything inside it) is valid only until the node's
+// value is replaced: every update, also one that fails and is undone, puts
+// a new extension in place, so take it again after UpdateRec. A document a
+// facade or another document owns is valid as its owner says (zds.h,
+// casd_vfdl_doc.h).
 
 #ifndef ZDS_FRAMEWORK_VFDL_DOC_H_
 #define ZDS_FRAMEWORK_VFDL_DOC_H_
@@ -77,14 +91,15 @@ class CVFDLDoc : public CXMLDoc, public CVFTree {
   std::string GetPosPrefix() const;
   std::string GetRootPath() const;
 
-  // The node this document was opened behind, if any.
+  // The node this document was opened behind, if any; valid as long as this document.
   CVFDLNode* GetHolder() const { return holder_; }
   void SetHolder(CVFDLNode* holder) { holder_ = holder; }
 
-  // Look-ups; null when nothing is there.
+  // Look-ups; null when nothing is there ("Lifetimes" above).
   CVFDLNode* GetNodeByPos(std::string_view pos) const;
   virtual CVFDLNode* GetNodeByPath(std::string_view path) const;
-  // The document opened behind `node`, if this kind opens any.
+  // The document opened behind `node`, if this kind opens any (valid as
+  // casd_vfdl_doc.h says).
   virtual CVFDLDoc* GetExpandedDoc(const CVFDLNode& /*node*/) const { return nullptr; }
   std::string GetFolderID(std::string_view pos) const;
 
@@ -146,6 +161,10 @@ class CVFDLDoc : public CXMLDoc, public CVFTree {
   virtual bool InitOtherItem(CXMLElementReader& /*item*/, CVFDLNode& /*node*/) { return true; }
   virtual void CreateOtherItemText(const CVFDLNode& /*node*/, CXMLLine& /*line*/,
                                    std::vector<std::string>& /*lines*/) const {}
+  // The document's own copy of the value an add was given (AddRec,
+  // AddFolder, AddNodeCopy), before it goes into the tree; only a value
+  // that fits gets here. CVFDLTypedDoc hands it on typed.
+  virtual void PrepareNewNode(CVFDLNode& /*node*/) {}
 
   // Version hooks, around InitVFDLDoc's own work: a kind that migrates old
   // files does it in AfterUpdateVersion, when the base directory is known.

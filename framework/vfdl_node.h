@@ -10,6 +10,9 @@
 // A node that came from a file remembers the exact text it was read from
 // and is written back with that text until it is changed, so reading and
 // saving a file changes no byte of it.
+//
+// How long a node, its neighbours and its extension stay valid: "Lifetimes"
+// in vfdl_doc.h.
 
 #ifndef ZDS_FRAMEWORK_VFDL_NODE_H_
 #define ZDS_FRAMEWORK_VFDL_NODE_H_
@@ -18,6 +21,8 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <typeinfo>
 #include <unordered_map>
 
 #include "zds/framework/rtti.h"
@@ -54,18 +59,30 @@ class CVFDLExtension {
   virtual bool Equals(const CVFDLExtension& other) const = 0;
 };
 
-template <typename Derived>
-class CVFDLExtendBase : public CVFDLExtension {
+// `Base` is another family's extension when this one adds to it (a notepad
+// family's extension adds to the notepad's keys and times).
+template <typename Derived, typename Base = CVFDLExtension>
+class CVFDLExtendBase : public Base {
+  static_assert(std::is_base_of_v<CVFDLExtension, Base>);
+
  public:
   std::unique_ptr<CVFDLExtension> Clone() const override {
     return std::make_unique<Derived>(static_cast<const Derived&>(*this));
   }
   bool Equals(const CVFDLExtension& other) const override {
     const auto* same = dynamic_cast<const Derived*>(&other);
-    return same != nullptr && static_cast<const Derived&>(*this) == *same;
+    return same != nullptr && typeid(*same) == typeid(Derived) && static_cast<const Derived&>(*this) == *same;
   }
-  // Lets families default their own comparison: the base holds no fields.
-  bool operator==(const CVFDLExtendBase&) const { return true; }
+  // Lets families default their own comparison: this holds no fields, and
+  // compares the extension it adds to.
+  bool operator==(const CVFDLExtendBase& other) const {
+    if constexpr (std::is_same_v<Base, CVFDLExtension>) {
+      static_cast<void>(other);
+      return true;
+    } else {
+      return static_cast<const Base&>(*this) == static_cast<const Base&>(other);
+    }
+  }
 };
 
 // Whether two nodes carry extensions of the same class (or both none).
@@ -258,17 +275,29 @@ class CVFDLRec : public CVFDLNode {
 
 // A family's record class: a record whose extension is always an Extend.
 // The cast below is safe for that reason: the extension is made with the
-// record and a node never changes its extension's class.
-template <typename Self, typename Extend>
-class CVFDLTypedRec : public CVFDLRec {
+// record and a node never changes its extension's class. A family built on
+// another family's document (a notepad family) derives its record from
+// that family's record, and its Extend from that family's extension:
+//   class CFavNPDRec : public CVFDLTypedRec<CFavNPDRec, CFavNPDExtendRec, CNotepadRec> {};
+template <typename Self, typename Extend, typename BaseRec = CVFDLRec>
+class CVFDLTypedRec : public BaseRec {
+  static_assert(std::is_base_of_v<CVFDLRec, BaseRec>);
+
  public:
   using ExtendType = Extend;
-  CVFDLTypedRec() : CVFDLRec(std::make_unique<Extend>()) {}
+  CVFDLTypedRec() : BaseRec(std::make_unique<Extend>()) {}
   std::unique_ptr<CVFDLNode> Clone() const override {
     return std::make_unique<Self>(static_cast<const Self&>(*this));
   }
-  Extend& GetExtendRec() { return static_cast<Extend&>(*GetExtend()); }
-  const Extend& GetExtendRec() const { return static_cast<const Extend&>(*GetExtend()); }
+  // Valid until the record's value is replaced (an update, also one that
+  // is undone) or the record goes: see "Lifetimes" in vfdl_doc.h.
+  Extend& GetExtendRec() { return static_cast<Extend&>(*this->GetExtend()); }
+  const Extend& GetExtendRec() const { return static_cast<const Extend&>(*this->GetExtend()); }
+
+ protected:
+  // For a record class built on this one: made with its own extension,
+  // which must derive from Extend.
+  explicit CVFDLTypedRec(std::unique_ptr<CVFDLExtension> extend) : BaseRec(std::move(extend)) {}
 };
 
 // Whether a typed folder must always carry its extension or may be without
@@ -284,9 +313,48 @@ class CVFDLTypedFolder : public CVFDLFolder {
   std::unique_ptr<CVFDLNode> Clone() const override {
     return std::make_unique<Self>(static_cast<const Self&>(*this));
   }
-  // Null only for a folder whose extension is optional and absent.
-  Extend* GetExtendFolder() { return static_cast<Extend*>(GetExtend()); }
-  const Extend* GetExtendFolder() const { return static_cast<const Extend*>(GetExtend()); }
+  // As a record's: a reference, valid as GetExtendRec's is ...
+  Extend& GetExtendFolder()
+    requires(kPresence == ExtendPresence::kRequired)
+  {
+    return static_cast<Extend&>(*GetExtend());
+  }
+  const Extend& GetExtendFolder() const
+    requires(kPresence == ExtendPresence::kRequired)
+  {
+    return static_cast<const Extend&>(*GetExtend());
+  }
+  // ... or, for a folder that may be without, a pointer: null when absent.
+  Extend* GetExtendFolder()
+    requires(kPresence == ExtendPresence::kOptional)
+  {
+    return static_cast<Extend*>(GetExtend());
+  }
+  const Extend* GetExtendFolder() const
+    requires(kPresence == ExtendPresence::kOptional)
+  {
+    return static_cast<const Extend*>(GetExtend());
+  }
+};
+
+// A node of a kind's own (the service index's services): node type `kType`
+// in the kind's documents, which make each of them as a Self.
+template <typename Self, int kType>
+class CVFDLTypedNode : public CVFDLNode {
+ public:
+  static constexpr int kNodeType = kType;
+  CVFDLTypedNode() : CVFDLNode(kType) {}
+  std::unique_ptr<CVFDLNode> Clone() const override {
+    return std::make_unique<Self>(static_cast<const Self&>(*this));
+  }
+  // The node as a Self: null for a node of another type or class (a value
+  // handed to AssignValue or ValueEquals may be any node).
+  static Self* From(CVFDLNode* node) {
+    return node && node->GetNodeType() == kType ? dynamic_cast<Self*>(node) : nullptr;
+  }
+  static const Self* From(const CVFDLNode* node) {
+    return node && node->GetNodeType() == kType ? dynamic_cast<const Self*>(node) : nullptr;
+  }
 };
 
 class CVFDLLink : public CVFDLNode {

@@ -51,6 +51,7 @@ class CVFTree {
   CVFTree& operator=(const CVFTree&) = delete;
   virtual ~CVFTree();
 
+  // Null before a tree was read or made; valid as "Lifetimes" in vfdl_doc.h says.
   CVFDLFolder* GetRoot() const { return root_; }
   size_t GetNodeCount() const { return nodes_.size(); }
   CVFDLNode* GetNodeByID(std::string_view id) const;

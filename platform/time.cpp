@@ -172,4 +172,16 @@ CTime ParseDateTime(std::string_view text, LocalTimeCache* cache) {
   return CTime::FromLocalFields(year, month, day, hour, minute, second);
 }
 
+bool ParseYearMonth(std::string_view text, int& year, int& month) {
+  auto digits = [](std::string_view part) {
+    return std::all_of(part.begin(), part.end(), [](char c) { return c >= '0' && c <= '9'; });
+  };
+  if (text.size() < 7 || text[4] != '-' || !digits(text.substr(0, 4)) || !digits(text.substr(5, 2))) return false;
+  const int read_month = (text[5] - '0') * 10 + (text[6] - '0');
+  if (read_month < 1 || read_month > 12) return false;
+  year = (text[0] - '0') * 1000 + (text[1] - '0') * 100 + (text[2] - '0') * 10 + (text[3] - '0');
+  month = read_month;
+  return true;
+}
+
 }  // namespace zds

@@ -126,6 +126,10 @@ inline constexpr const char kTimeFormatDate[] = "%Y-%m-%d";
 CTime ParseDateTime(std::string_view text);
 // The same, converting through `cache` (none: directly).
 CTime ParseDateTime(std::string_view text, LocalTimeCache* cache);
+// The year and month a text begins with: four digits, "-", two digits of a
+// month 01-12 ("2004-11", "2004-11-15 08:30"; whatever follows is not
+// looked at), as the month documents are named. False for any other text.
+bool ParseYearMonth(std::string_view text, int& year, int& month);
 
 namespace platform {
 // The three calls the time types need from the operating system.

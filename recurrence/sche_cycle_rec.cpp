@@ -4,7 +4,6 @@
 #include <climits>
 
 #include "zds/recurrence/cycle_search.h"
-#include "zds/recurrence/cycle_sentence.h"
 
 namespace zds {
 
@@ -192,7 +191,5 @@ bool CScheCycleRec::YearExists(CTime lower, CTime upper) const {
   }
   return false;
 }
-
-std::string CScheCycleRec::Format() const { return DescribeCycle(cycle_type, cycle_event, cycle_range); }
 
 }  // namespace zds

@@ -13,10 +13,11 @@
 
 #include "zds/recurrence/cycle_arithmetic.h"
 #include "zds/recurrence/cycle_records.h"
+#include "zds/recurrence/cycle_rule.h"
 
 namespace zds {
 
-class CScheCycleRec {
+class CScheCycleRec : public CCycleRuleRecords {
  public:
   bool operator==(const CScheCycleRec&) const = default;
 
@@ -33,8 +34,6 @@ class CScheCycleRec {
   bool GetMapMaxRange(const int& number, CTime& lower, CTime& upper) const;
   bool IsMapRangeSetOK(const int& number, const CTime& begin, const CTime& end) const;
 
-  const CCycleMap* GetMapInfoByNumber(int number) const { return maps.FindByNumber(number); }
-  CCycleMap* GetMapInfoByNumber(int number) { return maps.FindByNumber(number); }
   CCycleMap* GetMapInfoByID(const std::string& id);
   // The first map holding `time`; when none holds it, the last map.
   CCycleMap* GetMapInfoByTime(const CTime& time);
@@ -44,15 +43,8 @@ class CScheCycleRec {
   // end) to midnight in this object, as stored entries expect.
   bool IsMapExisted(const CTime& begin, const CTime& end);
 
-  std::string Format() const;
-
-  CCycleType cycle_type;
-  CCycleEvent cycle_event;
-  CCycleRange cycle_range;
-  CCycleMapList maps;
-
  private:
-  CycleRule Rule() const { return CycleRule{cycle_type, cycle_event, cycle_range, CycleStyle::kSchedule}; }
+  CycleRule Rule() const { return RuleIn(CycleStyle::kSchedule); }
   bool DayExists(CTime lower, CTime upper) const;
   bool WeekExists(CTime lower, CTime upper) const;
 

@@ -1,12 +1,13 @@
 #include "zds/store/aidl_doc.h"
 
-#include "zds/framework/field_codec.h"
+#include <tuple>
+
+#include "zds/platform/ascii.h"
 
 namespace zds {
 namespace {
 
 constexpr std::string_view kServiceTag = "service";
-constexpr std::string_view kVariableTag = "variable";
 
 struct SystemFolderInfo {
   std::string_view alias;
@@ -31,17 +32,22 @@ constexpr auto kVariableFields = field::List(
     field::Of("formname", &CAIDLVarRec::formname), field::Of("name", &CAIDLVarRec::name),
     field::Of("value", &CAIDLVarRec::value), field::Of("encrypt", &CAIDLVarRec::encrypt, field::kFlagExact),
     field::Of("attribute", &CAIDLVarRec::attribute, kVariableAttributeWords));
+constexpr auto kVariableLines = field::ChildLines("variable", &CAIDLService::variables, kVariableFields)
+                                    .KeepingUnreadIn(&CAIDLVarRec::unknown_attributes);
 
-constexpr auto kServiceFields = field::List(field::Of("name", &CAIDLService::name),
-                                            field::Of("extend", &CAIDLService::extend),
-                                            field::Of("provider", &CAIDLService::provider),
-                                            field::Of("abstract", &CAIDLService::abstract));
+// The base fields are the service's own, and written among these.
+constexpr auto kServiceFields =
+    field::List(field::Of("name", &CAIDLService::name), field::Of("extend", &CAIDLService::extend),
+                field::Of("provider", &CAIDLService::provider), field::Of("abstract", &CAIDLService::abstract),
+                kVariableLines);
 
 // The extension types of the service kinds; an unknown kind has none.
 constexpr auto kServiceKinds = field::MakeWords(
-    field::kWords.ReadingUnknownAs(0), field::Word{3, "webmail"}, field::Word{4, "popmail"}, field::Word{5, "news"},
-    field::Word{6, "chatroom"}, field::Word{7, "irc"}, field::Word{8, "httpsms"}, field::Word{9, "webcast"},
-    field::Word{10, "homepage"}, field::Word{11, "other"});
+    field::kWords.ReadingUnknownAs(0), field::Word{kServiceWebMailType, "webmail"},
+    field::Word{kServicePopMailType, "popmail"}, field::Word{kServiceNewsType, "news"},
+    field::Word{kServiceChatRoomType, "chatroom"}, field::Word{kServiceIrcType, "irc"},
+    field::Word{kServiceHttpSmsType, "httpsms"}, field::Word{kServiceWebCastType, "webcast"},
+    field::Word{kServiceHomepageType, "homepage"}, field::Word{kServiceOtherType, "other"});
 
 }  // namespace
 
@@ -49,7 +55,7 @@ int ServiceExtendType(std::string_view name) { return kServiceKinds.ValueOf(name
 
 // ---- CAIDLService ----
 
-CAIDLService::CAIDLService(const CAIDLService& other) : CVFDLNode(other) { AssignValue(other); }
+CAIDLService::CAIDLService(const CAIDLService& other) : CVFDLTypedNode(other) { AssignValue(other); }
 
 CAIDLService& CAIDLService::operator=(const CAIDLService& other) {
   AssignValue(other);
@@ -59,32 +65,22 @@ CAIDLService& CAIDLService::operator=(const CAIDLService& other) {
 void CAIDLService::AssignValue(const CVFDLNode& other) {
   if (this == &other) return;
   CVFDLNode::AssignValue(other);
-  const auto* service = dynamic_cast<const CAIDLService*>(&other);
+  const CAIDLService* service = From(&other);
   if (service == nullptr) return;
-  name = service->name;
-  extend = service->extend;
-  provider = service->provider;
-  abstract = service->abstract;
-  variables.clear();
-  for (const auto& variable : service->variables) variables.push_back(std::make_unique<CAIDLVarRec>(*variable));
+  std::tie(name, extend, provider, abstract, variables) =
+      std::tie(service->name, service->extend, service->provider, service->abstract, service->variables);
 }
 
 bool CAIDLService::ValueEquals(const CVFDLNode& other) const {
-  const auto* service = dynamic_cast<const CAIDLService*>(&other);
-  if (service == nullptr || !CVFDLNode::ValueEquals(other)) return false;
-  if (name != service->name || extend != service->extend || provider != service->provider ||
-      abstract != service->abstract || variables.size() != service->variables.size()) {
-    return false;
-  }
-  for (size_t i = 0; i < variables.size(); ++i) {
-    if (!(*variables[i] == *service->variables[i])) return false;
-  }
-  return true;
+  const CAIDLService* service = From(&other);
+  return service != nullptr && CVFDLNode::ValueEquals(other) &&
+         std::tie(name, extend, provider, abstract, variables) ==
+             std::tie(service->name, service->extend, service->provider, service->abstract, service->variables);
 }
 
 std::string CAIDLService::GetVariable(std::string_view variable_name) const {
-  for (const auto& variable : variables) {
-    if (variable->name == variable_name) return variable->value;
+  for (const CAIDLVarRec& variable : variables) {
+    if (variable.name == variable_name) return variable.value;
   }
   return std::string();
 }
@@ -100,36 +96,16 @@ std::string_view CAIDLDoc::GetOtherTag(const CVFDLNode& node) const {
   return node.GetNodeType() == kNodeService ? kServiceTag : std::string_view();
 }
 
-constexpr auto kFolderFields = field::List(field::Of("default", &CAIDLExtendFolder::default_service, field::kTextUnlessEmpty));
-
-bool CAIDLDoc::InitExtendFolderItem(CXMLElementReader& item, CAIDLExtendFolder& folder) {
-  kFolderFields.Read(item, folder);
-  return true;
-}
-
-void CAIDLDoc::CreateExtendFolderText(const CAIDLExtendFolder& folder, CXMLLine& line) const {
-  kFolderFields.Write(folder, line);
-}
-
 bool CAIDLDoc::InitOtherItem(CXMLElementReader& item, CVFDLNode& node) {
-  auto* service = dynamic_cast<CAIDLService*>(&node);
+  CAIDLService* service = CAIDLService::From(&node);
   if (service == nullptr) return false;
   kServiceFields.Read(item, *service);
   service->SetSrc(GetActualFilePos(service->GetSrc()));
-  service->variables.clear();
-  for (CXMLElementReader& child : item.GetChildren()) {
-    if (child.GetTag() != kVariableTag) continue;
-    child.MarkRead();
-    auto variable = std::make_unique<CAIDLVarRec>();
-    kVariableFields.Read(child, *variable);
-    child.AppendUnreadAttributes(variable->unknown_attributes);
-    service->variables.push_back(std::move(variable));
-  }
   return true;
 }
 
 void CAIDLDoc::CreateOtherItemText(const CVFDLNode& node, CXMLLine& line, std::vector<std::string>& lines) const {
-  const auto* service = dynamic_cast<const CAIDLService*>(&node);
+  const CAIDLService* service = CAIDLService::From(&node);
   if (service == nullptr) return;
   line.AddAttribute("id", service->GetID());
   line.AddAttribute("name", service->name);
@@ -140,36 +116,32 @@ void CAIDLDoc::CreateOtherItemText(const CVFDLNode& node, CXMLLine& line, std::v
   line.AddAttribute("content", service->GetContent());
   line.AddAttribute("src", service->GetSrc());
   if (!service->GetAttribute().empty()) line.AddAttribute("attribute", service->GetAttribute());
-  for (const auto& variable : service->variables) {
-    CXMLLine variable_line;
-    variable_line.SetLine(kVariableTag, true, CXMLLine::Type::kElement);
-    kVariableFields.Write(*variable, variable_line);
-    variable_line.AppendRawAttributes(variable->unknown_attributes);
-    lines.push_back(variable_line.GetLine(true));
-  }
+  kVariableLines.Write(*service, line, lines);
 }
 
 void CAIDLDoc::InitNodeExtendType(CVFDLNode& node) {
-  if (node.IsFolder()) node.SetExtendType(2);
-  else if (node.GetNodeType() == kNodeService) node.SetExtendType(ServiceExtendType(static_cast<CAIDLService&>(node).name));
+  if (node.IsFolder()) node.SetExtendType(kAIDLFolderType);
+  else if (const CAIDLService* service = CAIDLService::From(&node)) node.SetExtendType(ServiceExtendType(service->name));
 }
 
 // ---- system folders ----
 
-CVFDLNode* CAIDLDoc::SystemFolder(SystemKind kind) const {
-  std::string path = GetScheme() + "\\Velmora\\" + std::string(kSystemFolders[kind].alias);
-  CVFDLNode* node = GetNodeByPath(path);
-  return node && node->IsFolder() ? node : nullptr;
+// A child folder of the root folder, whatever the root is called, with the
+// kind's alias in any letter case: start-up adds one only where none is, so
+// a second start never adds another.
+CAIDLFolder* CAIDLDoc::SystemFolder(SystemKind kind) const {
+  if (GetRoot() == nullptr) return nullptr;
+  const std::string_view alias = kSystemFolders[kind].alias;
+  if (CAIDLFolder* folder = AsFolder(GetRoot()->FindChildByAlias(alias))) return folder;
+  for (const CAIDLFolder& folder : ChildFolders(*GetRoot())) {
+    if (platform::SameIgnoringAsciiCase(folder.GetAlias(), alias)) return AsFolder(&folder);
+  }
+  return nullptr;
 }
 
 std::string CAIDLDoc::SystemFolderPos(SystemKind kind) const {
   CVFDLNode* node = SystemFolder(kind);
   return node ? node->GetPos() : std::string();
-}
-
-CVFDLDoc* CAIDLDoc::SystemDoc(SystemKind kind) {
-  CVFDLNode* node = SystemFolder(kind);
-  return node ? LoadVFDLDoc(*node, true) : nullptr;
 }
 
 std::string CAIDLDoc::NewSystemFolder(SystemKind kind, std::string_view path) {
@@ -203,14 +175,9 @@ bool CAIDLDoc::DelService(std::string_view pos) { return GetService(pos) != null
 
 int CAIDLDoc::DelAllService() {
   std::vector<std::string> positions;
-  std::vector<CVFDLNode*> pending{GetRoot()};
-  while (!pending.empty()) {
-    CVFDLNode* node = pending.back();
-    pending.pop_back();
-    if (node->GetNodeType() == kNodeService) positions.push_back(node->GetPos());
-    if (!node->IsFolder()) continue;
-    for (CVFDLNode* child = static_cast<CVFDLFolder*>(node)->GetFirstChild(); child; child = child->GetNextSibling()) {
-      pending.push_back(child);
+  if (GetRoot()) {
+    for (const CVFDLNode& node : Subtree(*GetRoot())) {
+      if (node.GetNodeType() == kNodeService) positions.push_back(node.GetPos());
     }
   }
   int removed = 0;
@@ -218,10 +185,7 @@ int CAIDLDoc::DelAllService() {
   return removed;
 }
 
-CAIDLService* CAIDLDoc::GetService(std::string_view pos) const {
-  CVFDLNode* node = GetNodeByPos(pos);
-  return node && node->GetNodeType() == kNodeService ? static_cast<CAIDLService*>(node) : nullptr;
-}
+CAIDLService* CAIDLDoc::GetService(std::string_view pos) const { return CAIDLService::From(GetNodeByPos(pos)); }
 
 std::string CAIDLDoc::GetServiceID(std::string_view pos) const {
   CAIDLService* service = GetService(pos);
@@ -237,8 +201,16 @@ int CAIDLDoc::GetServiceSYNCVersion(std::string_view pos) const {
 
 CVFDLNode* CAIDLDoc::FindLink(std::string_view alias) const {
   if (!GetRoot()) return nullptr;
-  for (CVFDLNode* child = GetRoot()->GetFirstChild(); child; child = child->GetNextSibling()) {
-    if (child->GetNodeType() == kNodeLink && child->GetAlias() == alias) return child;
+  for (CVFDLNode& child : Children(*GetRoot())) {
+    if (child.GetNodeType() == kNodeLink && child.GetAlias() == alias) return &child;
+  }
+  return nullptr;
+}
+
+CVFDLNode* CAIDLDoc::FirstLink() const {
+  if (!GetRoot()) return nullptr;
+  for (CVFDLNode& child : Children(*GetRoot())) {
+    if (child.GetNodeType() == kNodeLink) return &child;
   }
   return nullptr;
 }
@@ -268,14 +240,7 @@ std::string CAIDLDoc::GetIeHistoryFilePos() const {
 
 int CAIDLDoc::DelAllLink() {
   int removed = 0;
-  while (GetRoot()) {
-    CVFDLNode* link = nullptr;
-    for (CVFDLNode* child = GetRoot()->GetFirstChild(); child && !link; child = child->GetNextSibling()) {
-      if (child->GetNodeType() == kNodeLink) link = child;
-    }
-    if (link == nullptr || !DelNode(link->GetPos(), false)) break;
-    ++removed;
-  }
+  for (CVFDLNode* link = FirstLink(); link && DelNode(link->GetPos(), false); link = FirstLink()) ++removed;
   return removed;
 }
 
@@ -297,17 +262,14 @@ std::string CAIDLDoc::GetAdvSrc() const {
 // ---- expansion ----
 
 CVFDLDoc* CAIDLDoc::LoadExpandVFDLDoc(std::string_view pos, bool create) {
-  CVFDLNode* node = FindNodeByPos(pos);
-  if (node == nullptr) return nullptr;
-  auto* holder = dynamic_cast<CCASDVFDLDoc*>(node->GetDoc());
-  return holder ? holder->LoadVFDLDoc(*node, create) : nullptr;
+  CCASDVFDLDoc* holder = nullptr;
+  CVFDLNode* node = FindNodeByPos(pos, &holder);
+  return node && holder ? holder->LoadVFDLDoc(*node, create) : nullptr;
 }
 
 bool CAIDLDoc::UnloadExpandVFDLDoc(std::string_view pos) {
-  CVFDLNode* node = FindNodeByPos(pos);
-  if (node == nullptr) return false;
-  auto* holder = dynamic_cast<CCASDVFDLDoc*>(node->GetDoc());
-  return holder && holder->UnloadVFDLDoc(pos);
+  CCASDVFDLDoc* holder = nullptr;
+  return FindNodeByPos(pos, &holder) && holder && holder->UnloadVFDLDoc(pos);
 }
 
 }  // namespace zds

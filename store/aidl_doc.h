@@ -14,12 +14,26 @@
 #include <vector>
 
 #include "zds/framework/family.h"
-#include "zds/resources/store_strings.h"
+#include "zds/framework/field_lines.h"
 #include "zds/framework/xvfdl_doc.h"
+#include "zds/resources/store_strings.h"
 
 namespace zds {
 
 inline constexpr int kNodeService = 256;
+
+// Extension types of the service index's nodes: every folder, and a
+// service by its kind keyword (ServiceExtendType).
+inline constexpr int kAIDLFolderType = 2;
+inline constexpr int kServiceWebMailType = 3;
+inline constexpr int kServicePopMailType = 4;
+inline constexpr int kServiceNewsType = 5;
+inline constexpr int kServiceChatRoomType = 6;
+inline constexpr int kServiceIrcType = 7;
+inline constexpr int kServiceHttpSmsType = 8;
+inline constexpr int kServiceWebCastType = 9;
+inline constexpr int kServiceHomepageType = 10;
+inline constexpr int kServiceOtherType = 11;
 
 // A folder's own field: the folder's default service.
 class CAIDLExtendFolder : public CVFDLExtendBase<CAIDLExtendFolder> {
@@ -50,13 +64,12 @@ class CAIDLVarRec : public CVFVarRec {
   bool operator==(const CAIDLVarRec&) const = default;
 };
 
-class CAIDLService : public CVFDLNode {
+class CAIDLService : public CVFDLTypedNode<CAIDLService, kNodeService> {
  public:
-  CAIDLService() : CVFDLNode(kNodeService) {}
+  CAIDLService() = default;
   CAIDLService(const CAIDLService& other);
   CAIDLService& operator=(const CAIDLService& other);
 
-  std::unique_ptr<CVFDLNode> Clone() const override { return std::make_unique<CAIDLService>(*this); }
   void AssignValue(const CVFDLNode& other) override;
   bool ValueEquals(const CVFDLNode& other) const override;
   bool operator==(const CAIDLService& other) const { return ValueEquals(other); }
@@ -66,7 +79,7 @@ class CAIDLService : public CVFDLNode {
   std::string extend;
   std::string provider;
   std::string abstract;
-  std::vector<std::unique_ptr<CAIDLVarRec>> variables;
+  std::vector<CAIDLVarRec> variables;
 
   // The value of the named variable, empty when there is none.
   std::string GetVariable(std::string_view variable_name) const;
@@ -74,14 +87,19 @@ class CAIDLService : public CVFDLNode {
 
 class CAIDLDoc : public CVFDLFamily<CAIDLDoc, CXCASDVFDLDoc, CVFDLRec, CAIDLFolder> {
  public:
-  static constexpr CFamilyInfo kFamily{"CAIDLDoc", "aidl", res::kAidlTemplateHead, res::kAidlTemplateTail};
+  static constexpr CFamilyInfo kFamily{"CAIDLDoc", "aidl", res::kAidlTemplateHead, res::kAidlTemplateTail,
+                                       kAIDLFolderType};
+  static constexpr auto kFolderFields =
+      field::List(field::Of("default", &CAIDLExtendFolder::default_service, field::kTextUnlessEmpty));
 
   // The four strings the host hands over before the index is loaded; the
   // index keeps them for the host and does not interpret them.
   void SetHostStrings(std::array<std::string, 4> strings) { host_strings_ = std::move(strings); }
   const std::string& GetHostString(size_t index) const { return host_strings_.at(index); }
 
-  // The system folders and their documents.
+  // The system folders and their documents. A system folder is a folder
+  // right under the root folder, whatever that is called, with its fixed
+  // alias ("Favorites", "Addresses", "History", "Calendar") in any letter case.
   bool IsFavExisted() const { return SystemFolder(kFavorites) != nullptr; }
   bool IsAdrBookExisted() const { return SystemFolder(kAddresses) != nullptr; }
   bool IsCalendarExisted() const { return SystemFolder(kCalendar) != nullptr; }
@@ -90,10 +108,19 @@ class CAIDLDoc : public CVFDLFamily<CAIDLDoc, CXCASDVFDLDoc, CVFDLRec, CAIDLFold
   std::string GetAdrIndexPos() const { return SystemFolderPos(kAddresses); }
   std::string GetCalendarIndexPos() const { return SystemFolderPos(kCalendar); }
   std::string GetHistoryIndexPos() const { return SystemFolderPos(kHistory); }
-  CVFDLDoc* GetFavDoc() { return SystemDoc(kFavorites); }
-  CVFDLDoc* GetAdrBookDoc() { return SystemDoc(kAddresses); }
-  CVFDLDoc* GetCalendarDoc() { return SystemDoc(kCalendar); }
-  CVFDLDoc* GetHistoryDoc() { return SystemDoc(kHistory); }
+  // The document behind a system folder, opened (and created) when
+  // needed; typed: GetCalendarDoc<CCalendarDoc>(), null for a document
+  // of another class. Null too when there is no such folder or its
+  // document cannot be opened (GetLastLoadStatus tells why). Valid as
+  // CCASDVFDLDoc says.
+  template <typename Doc = CVFDLDoc>
+  Doc* GetFavDoc() { return SystemDoc<Doc>(kFavorites); }
+  template <typename Doc = CVFDLDoc>
+  Doc* GetAdrBookDoc() { return SystemDoc<Doc>(kAddresses); }
+  template <typename Doc = CVFDLDoc>
+  Doc* GetCalendarDoc() { return SystemDoc<Doc>(kCalendar); }
+  template <typename Doc = CVFDLDoc>
+  Doc* GetHistoryDoc() { return SystemDoc<Doc>(kHistory); }
   // Add the system folder naming `path` as its file and open its document
   // (when its class is registered); the folder's position, empty on failure.
   std::string NewFavFolder(std::string_view path) { return NewSystemFolder(kFavorites, path); }
@@ -106,6 +133,7 @@ class CAIDLDoc : public CVFDLFamily<CAIDLDoc, CXCASDVFDLDoc, CVFDLRec, CAIDLFold
   [[nodiscard]] bool UpdateService(std::string_view pos, const CAIDLService& service);
   [[nodiscard]] bool DelService(std::string_view pos);
   int DelAllService();
+  // Null when there is no service at `pos`; valid as "Lifetimes" in vfdl_doc.h says.
   CAIDLService* GetService(std::string_view pos) const;
   std::string GetServiceID(std::string_view pos) const;
   // The synchronisation version kept in the service's "syncversion" variable (0 when absent).
@@ -124,7 +152,8 @@ class CAIDLDoc : public CVFDLFamily<CAIDLDoc, CXCASDVFDLDoc, CVFDLRec, CAIDLFold
   std::string GetAdvSrc() const;
 
   // Opens / closes the document the node at `pos` stands for, wherever in
-  // the open documents that node is.
+  // the open documents that node is; null when nothing was opened (valid
+  // as CCASDVFDLDoc says).
   CVFDLDoc* LoadExpandVFDLDoc(std::string_view pos, bool create = true);
   bool UnloadExpandVFDLDoc(std::string_view pos);
 
@@ -137,19 +166,22 @@ class CAIDLDoc : public CVFDLFamily<CAIDLDoc, CXCASDVFDLDoc, CVFDLRec, CAIDLFold
   std::unique_ptr<CVFDLLink> NewLinkPointer() const override { return std::make_unique<CAIDLLink>(); }
   std::unique_ptr<CVFDLNode> NewOtherPointer(std::string_view tag) const override;
   std::string_view GetOtherTag(const CVFDLNode& node) const override;
-  bool InitExtendFolderItem(CXMLElementReader& item, CAIDLExtendFolder& folder) override;
-  void CreateExtendFolderText(const CAIDLExtendFolder& folder, CXMLLine& line) const override;
   bool InitOtherItem(CXMLElementReader& item, CVFDLNode& node) override;
   void CreateOtherItemText(const CVFDLNode& node, CXMLLine& line, std::vector<std::string>& lines) const override;
 
  private:
   enum SystemKind { kFavorites, kAddresses, kHistory, kCalendar };
-  CVFDLNode* SystemFolder(SystemKind kind) const;
+  CAIDLFolder* SystemFolder(SystemKind kind) const;
   std::string SystemFolderPos(SystemKind kind) const;
-  CVFDLDoc* SystemDoc(SystemKind kind);
+  template <typename Doc>
+  Doc* SystemDoc(SystemKind kind) {
+    CAIDLFolder* folder = SystemFolder(kind);
+    return folder ? LoadVFDLDoc<Doc>(*folder, true) : nullptr;
+  }
   std::string NewSystemFolder(SystemKind kind, std::string_view path);
   std::string NewLink(std::string_view alias, std::string_view path);
   CVFDLNode* FindLink(std::string_view alias) const;
+  CVFDLNode* FirstLink() const;
 
   std::array<std::string, 4> host_strings_;
 };

@@ -24,17 +24,17 @@ struct SystemFolderSetup {
   std::array<std::string_view, 4> directories;
 };
 constexpr SystemFolderSetup kSystemFolders[] = {
-    {&CAIDLDoc::IsFavExisted, &CAIDLDoc::NewFavFolder, &CAIDLDoc::GetFavDoc, "\\Favorites\\index.xml", {"\\Favorites"}},
-    {&CAIDLDoc::IsAdrBookExisted, &CAIDLDoc::NewAdrBookFolder, &CAIDLDoc::GetAdrBookDoc, "\\addressbook\\index.xml",
+    {&CAIDLDoc::IsFavExisted, &CAIDLDoc::NewFavFolder, &CAIDLDoc::GetFavDoc<>, "\\Favorites\\index.xml", {"\\Favorites"}},
+    {&CAIDLDoc::IsAdrBookExisted, &CAIDLDoc::NewAdrBookFolder, &CAIDLDoc::GetAdrBookDoc<>, "\\addressbook\\index.xml",
      {"\\addressbook"}},
     {&CAIDLDoc::IsCalendarExisted,
      &CAIDLDoc::NewCalendarFolder,
-     &CAIDLDoc::GetCalendarDoc,
+     &CAIDLDoc::GetCalendarDoc<>,
      "\\calendar\\index.xml",
      {"\\calendar", "\\calendar\\diary", "\\calendar\\schedule", "\\calendar\\project"}},
     {&CAIDLDoc::IsHistoryExisted,
      &CAIDLDoc::NewHistoryFolder,
-     &CAIDLDoc::GetHistoryDoc,
+     &CAIDLDoc::GetHistoryDoc<>,
      "\\history\\index.xml",
      {"\\history", "\\history\\mail", "\\history\\chat"}},
 };
@@ -175,12 +175,12 @@ void CZDS::Relay(const platform::WindowMessage& message) const {
 
 void CZDS::UnRegisterWnd(platform::WindowHandle window) { std::erase(windows_, window); }
 
-CAdrBookDoc* CZDS::GetAdrBook() const {
-  return aidl_ ? dynamic_cast<CAdrBookDoc*>(aidl_->GetAdrBookDoc()) : nullptr;
-}
+CAdrBookDoc* CZDS::GetAdrBookDoc() const { return aidl_ ? aidl_->GetAdrBookDoc<CAdrBookDoc>() : nullptr; }
+
+CCalendarDoc* CZDS::GetCalendarDoc() const { return aidl_ ? aidl_->GetCalendarDoc<CCalendarDoc>() : nullptr; }
 
 CVFDLNode* CZDS::FindAdrByEmail(const std::string& email) {
-  CAdrBookDoc* address_book = GetAdrBook();
+  CAdrBookDoc* address_book = GetAdrBookDoc();
   return address_book ? address_book->FindAdrByEmail(email) : nullptr;
 }
 
@@ -201,7 +201,7 @@ void CZDS::FormatAdrForDisplay(std::string_view in, std::string& out) {
 
 void CZDS::GetContactsList() {
   contacts_.clear();
-  if (CAdrBookDoc* address_book = GetAdrBook()) address_book->GetContactsList(contacts_);
+  if (CAdrBookDoc* address_book = GetAdrBookDoc()) address_book->GetContactsList(contacts_);
 }
 
 std::string CZDS::GetWeekLabel(const CTime& time) { return GetWeekLabel(time.GetDayOfWeek()); }

@@ -21,10 +21,12 @@
 #include <string_view>
 #include <vector>
 
+#include "zds/calendar/calendar_doc.h"
 #include "zds/contacts/adrbook_doc.h"
 #include "zds/events/autorun_doc.h"
 #include "zds/events/event_doc.h"
 #include "zds/events/monitor_doc.h"
+#include "zds/framework/messages.h"
 #include "zds/framework/rtti.h"
 #include "zds/platform/files.h"
 #include "zds/platform/time.h"
@@ -33,18 +35,6 @@
 #include "zds/timers/timer_index_doc.h"
 
 namespace zds {
-
-// The private window messages of the change-notice protocol: wParam a node
-// or document, lParam 0 added, 1 updated, 2 deleted.
-inline constexpr uint32_t WM_ZDS_CHANGED = 1874;
-inline constexpr uint32_t WM_ZDS_NOTICE_2274 = 2274;
-inline constexpr uint32_t WM_ZDS_NOTE_CHANGED = 2275;
-inline constexpr uint32_t WM_ZDS_TIMER_CHANGED = 2276;
-inline constexpr uint32_t WM_ZDS_NOTICE_2324 = 2324;
-inline constexpr uint32_t WM_ZDS_NOTICE_1828 = 1828;
-inline constexpr std::array<uint32_t, 6> kZDSMessages = {WM_ZDS_CHANGED,       WM_ZDS_NOTICE_2274,
-                                                         WM_ZDS_NOTE_CHANGED,  WM_ZDS_TIMER_CHANGED,
-                                                         WM_ZDS_NOTICE_2324,   WM_ZDS_NOTICE_1828};
 
 class CZDS {
  public:
@@ -90,12 +80,21 @@ class CZDS {
   [[nodiscard]] bool InitATimer();
 
   // The open documents; null before their step ran or when it failed.
+  // Each stays valid until that step runs again (another InitZDS) or the
+  // facade goes; the nodes in them as "Lifetimes" in vfdl_doc.h says.
   CMonitorDoc* GetMonitorDoc() const { return monitor_.get(); }
   CAIDLDoc* GetAIDLDoc() const { return aidl_.get(); }
   CAEventDoc* GetEventDoc() const { return event_.get(); }
   CAutoRunDoc* GetAutoRunDoc() const { return autorun_.get(); }
   CATimerIndexDoc* GetATimerIndexDoc() const { return timer_index_.get(); }
   const CRTTIRegistry& GetClassRegistry() const { return registry_; }
+  // The documents behind the service index's system folders, opened (and
+  // made) when needed; null without a service index, or when the folder
+  // is gone or its document cannot be used. Owned by the service index:
+  // valid as its documents are (CCASDVFDLDoc) and at most until the
+  // service index step runs again.
+  CAdrBookDoc* GetAdrBookDoc() const;
+  CCalendarDoc* GetCalendarDoc() const;
 
   // Change notices: the information window reposts each of the six
   // messages to every registered window, in the order of registration.
@@ -106,6 +105,8 @@ class CZDS {
   // Contacts, from the address book the service index opens (its books
   // are opened as needed). The first contact one of whose e-mail addresses
   // is `email`, without regard to case, books in order; null when none.
+  // Valid as long as the contact stays in its book and the book open
+  // ("Lifetimes" in vfdl_doc.h).
   CVFDLNode* FindAdrByEmail(const std::string& email);
   // A comma-separated address list for display: each piece by its display
   // name where it has one, else by its address, joined by ";".
@@ -134,8 +135,6 @@ class CZDS {
   template <typename Doc>
   bool OpenStartupDoc(std::unique_ptr<Doc>& slot, std::string_view step, std::string_view path,
                       std::string_view base_path = "");
-
-  CAdrBookDoc* GetAdrBook() const;
 
   static CZDS* m_pthis;
 

@@ -4,7 +4,6 @@
 #include <cstdint>
 
 #include "zds/recurrence/cycle_search.h"
-#include "zds/recurrence/cycle_sentence.h"
 
 namespace zds {
 namespace {
@@ -16,14 +15,6 @@ namespace {
 int64_t StepBound(const CTime& from, const CTime& to) { return 2 * ((to - from).GetDays() + 2) + 16; }
 
 }  // namespace
-
-CATimerCycleRec& CATimerCycleRec::operator=(const CScheCycleRec& schedule) {
-  cycle_type = schedule.cycle_type;
-  cycle_event = schedule.cycle_event;
-  cycle_range = schedule.cycle_range;
-  maps = schedule.maps;
-  return *this;
-}
 
 bool CATimerCycleRec::GetMapRange(const int& number, CTime& begin, CTime& end, bool use_maps) const {
   return cycle::MappedOccurrence(Rule(), maps, number, begin, end, use_maps);
@@ -71,7 +62,5 @@ std::vector<CATimerOccurrence> CATimerCycleRec::GetOccurrencesIn(const CTime& fr
   found.erase(std::unique(found.begin(), found.end(), same_moment), found.end());
   return found;
 }
-
-std::string CATimerCycleRec::Format() const { return DescribeCycle(cycle_type, cycle_event, cycle_range); }
 
 }  // namespace zds

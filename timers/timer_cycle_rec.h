@@ -16,6 +16,7 @@
 
 #include "zds/recurrence/cycle_arithmetic.h"
 #include "zds/recurrence/cycle_records.h"
+#include "zds/recurrence/cycle_rule.h"
 #include "zds/recurrence/sche_cycle_rec.h"
 
 namespace zds {
@@ -27,11 +28,15 @@ struct CATimerOccurrence {
   bool operator==(const CATimerOccurrence&) const = default;
 };
 
-class CATimerCycleRec {
+class CATimerCycleRec : public CCycleRuleRecords {
  public:
   CATimerCycleRec() = default;
-  explicit CATimerCycleRec(const CScheCycleRec& schedule) { *this = schedule; }
-  CATimerCycleRec& operator=(const CScheCycleRec& schedule);
+  // The schedule entry's rule, to be expanded as a timer's.
+  explicit CATimerCycleRec(const CScheCycleRec& schedule) : CCycleRuleRecords(schedule) {}
+  CATimerCycleRec& operator=(const CScheCycleRec& schedule) {
+    CCycleRuleRecords::operator=(schedule);
+    return *this;
+  }
   bool operator==(const CATimerCycleRec&) const = default;
 
   // Occurrence `number`: a map with that number when `use_maps`, else the
@@ -56,18 +61,8 @@ class CATimerCycleRec {
   // their maps.
   std::vector<CATimerOccurrence> GetOccurrencesIn(const CTime& from, const CTime& to) const;
 
-  const CCycleMap* GetMapInfoByNumber(int number) const { return maps.FindByNumber(number); }
-  CCycleMap* GetMapInfoByNumber(int number) { return maps.FindByNumber(number); }
-
-  std::string Format() const;
-
-  CCycleType cycle_type;
-  CCycleEvent cycle_event;
-  CCycleRange cycle_range;
-  CCycleMapList maps;
-
  private:
-  CycleRule Rule() const { return CycleRule{cycle_type, cycle_event, cycle_range, CycleStyle::kTimer}; }
+  CycleRule Rule() const { return RuleIn(CycleStyle::kTimer); }
 };
 
 }  // namespace zds

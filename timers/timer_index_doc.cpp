@@ -1,9 +1,10 @@
 #include "zds/timers/timer_index_doc.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <optional>
+#include <utility>
 
+#include "zds/framework/messages.h"
 #include "zds/platform/files.h"
 
 namespace zds {
@@ -28,48 +29,9 @@ std::optional<int> ReadDigits(std::string_view text, size_t digits) {
   return value;
 }
 
-std::string Padded(int value, int width) {
-  char buffer[16];
-  std::snprintf(buffer, sizeof buffer, "%0*d", width, value);
-  return buffer;
-}
-
-// The year and month a date text begins with ("2004-11", "2004-11-15").
-bool ReadYearMonth(std::string_view date, int& year, int& month) {
-  if (date.size() < 7 || date[4] != '-') return false;
-  std::optional<int> y = ReadDigits(date.substr(0, 4), 4);
-  std::optional<int> m = ReadDigits(date.substr(5, 2), 2);
-  if (!y || !m || *m < 1 || *m > 12) return false;
-  year = *y;
-  month = *m;
-  return true;
-}
-
-// The child of `folder` with `alias` and of the node type wanted.
-CVFDLNode* FindChild(CVFDLFolder& folder, std::string_view alias, int node_type) {
-  CVFDLNode* child = folder.FindChildByAlias(alias);
-  return child && child->GetNodeType() == node_type ? child : nullptr;
-}
-
 void Announce(platform::WindowHandle window, const CVFDLNode* node) {
   if (window == nullptr) return;
-  platform::PostWindowMessage(window, kTimerChangedMessage, reinterpret_cast<uintptr_t>(node), 0);
-}
-
-// Calls `visit` (month record, month key) for every month record of the
-// index: a record with a two-digit alias in a folder with a four-digit one.
-template <typename Visit>
-void ForEachMonth(const CVFDLFolder& root, const Visit& visit) {
-  for (const CVFDLNode* year = root.GetFirstChild(); year; year = year->GetNextSibling()) {
-    std::optional<int> year_number = ReadDigits(year->GetAlias(), 4);
-    if (!year->IsFolder() || !year_number) continue;
-    for (const CVFDLNode* month = static_cast<const CVFDLFolder*>(year)->GetFirstChild(); month;
-         month = month->GetNextSibling()) {
-      std::optional<int> month_number = ReadDigits(month->GetAlias(), 2);
-      if (month->GetNodeType() != kNodeRec || !month_number) continue;
-      visit(*month, MonthKey(*year_number, *month_number));
-    }
-  }
+  platform::PostWindowMessage(window, WM_ZDS_TIMER_CHANGED, reinterpret_cast<uintptr_t>(node), 0);
 }
 
 bool ByTimeThenPosition(const CATimerDue& a, const CATimerDue& b) {
@@ -80,21 +42,35 @@ bool ByTimeThenPosition(const CATimerDue& a, const CATimerDue& b) {
 
 }  // namespace
 
-bool CATimerIndexDoc::NewXMLDoc(std::string_view path) {
-  if (!CVFDLFamily::NewXMLDoc(path)) return false;
-  bool bound = GetDataRoot() != nullptr && !path.empty();
-  return GetAutoSaveFlag() || !bound || SaveXMLDoc();
-}
-
 // ---- finding documents ----
 
 CATimerDoc* CATimerIndexDoc::OpenTimerDoc(const CVFDLNode& node, bool create) {
-  return dynamic_cast<CATimerDoc*>(LoadVFDLDoc(node, create));
+  return LoadVFDLDoc<CATimerDoc>(node, create);
+}
+
+// Calls `visit` (month record, month key) for every month record of the
+// index: a record with a two-digit alias in a folder with a four-digit one.
+template <typename Visit>
+void CATimerIndexDoc::ForEachMonth(const Visit& visit) const {
+  if (GetRoot() == nullptr) return;
+  for (const CVFDLFolder& year : ChildFolders(*GetRoot())) {
+    std::optional<int> year_number = ReadDigits(year.GetAlias(), 4);
+    if (!year_number) continue;
+    for (const CVFDLRec& month : ChildRecs(year)) {
+      if (std::optional<int> month_number = ReadDigits(month.GetAlias(), 2)) {
+        visit(month, MonthKey(*year_number, *month_number));
+      }
+    }
+  }
+}
+
+CVFDLFolder* CATimerIndexDoc::FindFolder(std::string_view alias) const {
+  return GetRoot() ? AsFolder(GetRoot()->FindChildByAlias(alias)) : nullptr;
 }
 
 CATimerDoc* CATimerIndexDoc::GetFixedDoc(std::string_view alias) {
-  CVFDLNode* node = GetRoot() ? FindChild(*GetRoot(), alias, kNodeFolder) : nullptr;
-  return node ? OpenTimerDoc(*node, true) : nullptr;
+  CVFDLFolder* folder = FindFolder(alias);
+  return folder ? OpenTimerDoc(*folder, true) : nullptr;
 }
 
 CATimerDoc* CATimerIndexDoc::GetCycleDoc() { return GetFixedDoc(kCycleAlias); }
@@ -103,7 +79,7 @@ CATimerDoc* CATimerIndexDoc::GetUnActiveDoc() { return GetFixedDoc(kUnActiveAlia
 
 CATimerDoc* CATimerIndexDoc::GetCurrentDoc(std::string_view date, platform::WindowHandle window) {
   int year = 0, month = 0;
-  if (!ReadYearMonth(date, year, month)) return nullptr;
+  if (!ParseYearMonth(date, year, month)) return nullptr;
   CVFDLNode* record = EnsureMonthRec(year, month, window);
   return record ? OpenTimerDoc(*record, true) : nullptr;
 }
@@ -125,8 +101,7 @@ bool CATimerIndexDoc::GetBrowseRec(std::string_view pos_or_path, std::vector<con
   if (node == nullptr) node = GetNodeByPath(pos_or_path);
   CATimerDoc* doc = node ? OpenTimerDoc(*node) : nullptr;
   if (doc == nullptr) return false;
-  std::vector<const CATimerRec*> timers = doc->GetTimers();
-  list.insert(list.end(), timers.begin(), timers.end());
+  for (const CATimerRec& timer : std::as_const(*doc).Recs()) list.push_back(&timer);
   return true;
 }
 
@@ -142,9 +117,9 @@ std::vector<const CVFDLNode*> CATimerIndexDoc::GetTimerDocNodes() const {
   std::vector<const CVFDLNode*> nodes;
   if (GetRoot() == nullptr) return nodes;
   for (std::string_view alias : {kCycleAlias, kUnActiveAlias}) {
-    if (CVFDLNode* node = FindChild(*GetRoot(), alias, kNodeFolder)) nodes.push_back(node);
+    if (const CVFDLFolder* folder = FindFolder(alias)) nodes.push_back(folder);
   }
-  ForEachMonth(*GetRoot(), [&nodes](const CVFDLNode& month, int64_t) { nodes.push_back(&month); });
+  ForEachMonth([&nodes](const CVFDLNode& month, int64_t) { nodes.push_back(&month); });
   return nodes;
 }
 
@@ -157,7 +132,7 @@ void CATimerIndexDoc::NoteUnusable(const CVFDLNode& node, std::vector<std::strin
 // ---- making month documents ----
 
 CVFDLFolder* CATimerIndexDoc::EnsureYearFolder(std::string_view alias, platform::WindowHandle window) {
-  if (CVFDLNode* year = FindChild(*GetRoot(), alias, kNodeFolder)) return static_cast<CVFDLFolder*>(year);
+  if (CVFDLFolder* year = FindFolder(alias)) return year;
   CVFDLFolder folder;
   folder.SetAlias(alias);
   folder.SetAttribute(kAttrSystem);
@@ -170,17 +145,16 @@ CVFDLFolder* CATimerIndexDoc::EnsureYearFolder(std::string_view alias, platform:
 
 CVFDLNode* CATimerIndexDoc::EnsureMonthRec(int year, int month, platform::WindowHandle window) {
   if (GetRoot() == nullptr || !GetDataRoot()) return nullptr;
-  std::string year_alias = Padded(year, 4), month_alias = Padded(month, 2);
+  std::string year_alias = field::FormatPadded(year, 4), month_alias = field::FormatPadded(month, 2);
   CVFDLFolder* year_folder = EnsureYearFolder(year_alias, window);
   if (year_folder == nullptr) return nullptr;
-  if (CVFDLNode* record = FindChild(*year_folder, month_alias, kNodeRec)) return record;
+  if (CVFDLRec* record = AsRec(year_folder->FindChildByAlias(month_alias))) return record;
 
   std::string src = "\\" + year_alias + month_alias + ".xml";
   std::string file = platform::JoinStoredPath(GetBasePath(), src);
   // A month file already there (an index made anew beside its months) is
   // taken as it stands: its timers are not to be written over.
   if (!GetDataRoot()->FileExists(file)) {
-    GetDataRoot()->CreateDirectories(platform::StoredDirectoryOf(file));
     CATimerDoc created;
     created.SetDataRoot(GetDataRoot());
     if (!created.NewXMLDoc(file)) return nullptr;
@@ -233,7 +207,7 @@ void CATimerIndexDoc::CollectOneShots(const CTime& from, const CTime& to, std::v
                                       std::vector<std::string>* unusable) {
   const int64_t first = MonthKey(from), last = MonthKey(to - CTimeSpan(1));
   std::vector<const CVFDLNode*> months;
-  ForEachMonth(*GetRoot(), [&](const CVFDLNode& month, int64_t key) {
+  ForEachMonth([&](const CVFDLNode& month, int64_t key) {
     if (key >= first && key <= last) months.push_back(&month);
   });
   for (const CVFDLNode* month : months) {
@@ -242,27 +216,27 @@ void CATimerIndexDoc::CollectOneShots(const CTime& from, const CTime& to, std::v
       NoteUnusable(*month, unusable);
       continue;
     }
-    for (const CATimerRec* timer : doc->GetTimers()) {
-      const CATimerExtendRec& fields = timer->GetExtendRec();
+    for (const CATimerRec& timer : std::as_const(*doc).Recs()) {
+      const CATimerExtendRec& fields = timer.GetExtendRec();
       bool inside = !(fields.info_time < from) && fields.info_time < to;
       if (fields.cyclic || fields.state != kTimerActived || !inside) continue;
-      due.push_back({fields.info_time, timer->GetPos(), fields.subject, fields.action_id, -1});
+      due.push_back({fields.info_time, timer.GetPos(), fields.subject, fields.action_id, -1});
     }
   }
 }
 
 void CATimerIndexDoc::CollectRepeating(const CTime& from, const CTime& to, std::vector<CATimerDue>& due,
                                        std::vector<std::string>* unusable) {
-  CVFDLNode* cycle = FindChild(*GetRoot(), kCycleAlias, kNodeFolder);
+  CVFDLFolder* cycle = FindFolder(kCycleAlias);
   CATimerDoc* doc = cycle ? OpenTimerDoc(*cycle) : nullptr;
   if (doc == nullptr) {
     if (cycle) NoteUnusable(*cycle, unusable);  // no file yet is no repeating timer yet
     return;
   }
-  for (const CATimerRec* timer : doc->GetTimers()) {
-    const CATimerExtendRec& fields = timer->GetExtendRec();
+  for (const CATimerRec& timer : std::as_const(*doc).Recs()) {
+    const CATimerExtendRec& fields = timer.GetExtendRec();
     if (!fields.cyclic || !fields.cycle_rec || fields.state != kTimerActived) continue;
-    std::string pos = timer->GetPos();
+    std::string pos = timer.GetPos();
     for (const CATimerOccurrence& occurrence : fields.cycle_rec->GetOccurrencesIn(from, to)) {
       due.push_back({occurrence.begin, pos, fields.subject, fields.action_id, occurrence.number});
     }

@@ -7,7 +7,9 @@
 //
 // Every timer has a position under the index ("kov:\Timer Index\0004\0001":
 // the document's node, then the timer), which GetTimerDoc resolves. The
-// index opens its documents through the class registry it is given.
+// index opens its documents through the class registry it is given, and
+// owns them: a document it hands out is valid as casd_vfdl_doc.h says,
+// the timers in it as "Lifetimes" in vfdl_doc.h says.
 
 #ifndef ZDS_TIMERS_TIMER_INDEX_DOC_H_
 #define ZDS_TIMERS_TIMER_INDEX_DOC_H_
@@ -26,10 +28,6 @@
 
 namespace zds {
 
-// Posted (the new node, 0) to the caller's window for each year folder and
-// month record the index makes; the facade's WM_ZDS_TIMER_CHANGED.
-inline constexpr uint32_t kTimerChangedMessage = 2276;
-
 // A timer due in a span of time.
 struct CATimerDue {
   CTime time;           // a one-shot timer's "infotime", an occurrence's begin
@@ -40,12 +38,13 @@ struct CATimerDue {
   bool operator==(const CATimerDue&) const = default;
 };
 
+// Written at once whenever it has a file, as a timer document is. Each
+// year folder and month record it makes is announced to the caller's
+// window (the new node, 0) with WM_ZDS_TIMER_CHANGED.
 class CATimerIndexDoc : public CVFDLFamily<CATimerIndexDoc, CCASDVFDLDoc> {
  public:
-  static constexpr CFamilyInfo kFamily{"CATimerIndexDoc", "TIC", res::kTimerIndexTemplate};
-
-  // Written at once whenever it has a file, as a timer document is.
-  [[nodiscard]] bool NewXMLDoc(std::string_view path) override;
+  static constexpr CFamilyInfo kFamily{"CATimerIndexDoc", "TIC", res::kTimerIndexTemplate, 0, 0, 0,
+                                       kWrittenWhenCreated};
 
   // The two fixed documents, created when their file is missing; null when
   // the folder is gone or its file cannot be used.
@@ -64,7 +63,8 @@ class CATimerIndexDoc : public CVFDLFamily<CATimerIndexDoc, CCASDVFDLDoc> {
   bool AdjustByDate(platform::WindowHandle window = nullptr);
 
   // The timers of the document behind the index node at `pos_or_path`,
-  // appended in record order; they stay valid while the document is open.
+  // appended in record order; valid while the document stays open and
+  // they stay in it (CCASDVFDLDoc and "Lifetimes" in vfdl_doc.h).
   // False when the node names no document or its file cannot be used.
   bool GetBrowseRec(std::string_view pos_or_path, std::vector<const CATimerRec*>& list);
   // The document holding the timer at `timer_pos`, opened when needed;
@@ -92,6 +92,9 @@ class CATimerIndexDoc : public CVFDLFamily<CATimerIndexDoc, CCASDVFDLDoc> {
   [[nodiscard]] bool DelRec(std::string_view pos) override;
 
  private:
+  CVFDLFolder* FindFolder(std::string_view alias) const;
+  template <typename Visit>
+  void ForEachMonth(const Visit& visit) const;
   CATimerDoc* GetFixedDoc(std::string_view alias);
   // The month record of `year` and `month`, made (with its year folder and
   // file) when missing; null when an edit fails.

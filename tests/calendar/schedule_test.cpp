@@ -189,8 +189,8 @@ TEST_F(ScheduleTest, TheAgendaListsOccurrencesAndOpensOnlyTheMonthsOfTheSpan) {
       {at("2004-05-04 14:00"), at("2004-05-04 15:00"), false, "daily", daily, 3},
   };
   EXPECT_EQ(items, expected);
-  for (const CVFDLNode* folder = index_->GetRoot()->GetFirstChild(); folder; folder = folder->GetNextSibling()) {
-    EXPECT_EQ(index_->GetExpandedDoc(*folder) != nullptr, folder->GetAlias() != "2004-06") << folder->GetAlias();
+  for (const CVFDLFolder& folder : index_->ChildFolders(*index_->GetRoot())) {
+    EXPECT_EQ(index_->GetExpandedDoc(folder) != nullptr, folder.GetAlias() != "2004-06") << folder.GetAlias();
   }
   items.clear();
   EXPECT_TRUE(index_->GetAgenda("2004-07-01", "2004-09-30", items));
@@ -205,7 +205,7 @@ TEST(CalendarTest, TheServiceIndexReachesTheScheduleIndexByItsPath) {
   CZDS facade;
   facade.SetDataRoot(temp.root());
   ASSERT_TRUE(facade.InitZDS());
-  auto* calendar = dynamic_cast<CCalendarDoc*>(facade.GetAIDLDoc()->GetCalendarDoc());
+  CCalendarDoc* calendar = facade.GetCalendarDoc();
   ASSERT_NE(calendar, nullptr);
   EXPECT_EQ(temp.Read("calendar/index.xml"), LoadTemplate(res::kCalendarTemplate));
   CVFDLNode* schedule = facade.GetAIDLDoc()->GetNodeByPath("kov:\\Velmora\\Calendar\\Schedule");
@@ -213,8 +213,8 @@ TEST(CalendarTest, TheServiceIndexReachesTheScheduleIndexByItsPath) {
   EXPECT_EQ(schedule->GetPos(), "kov:\\Velmora\\0010\\0002");
   EXPECT_EQ(facade.GetAIDLDoc()->FindNodeByPos(schedule->GetPos()), schedule);
   CVFDLDoc* index = facade.GetAIDLDoc()->LoadExpandVFDLDoc(schedule->GetPos());
-  ASSERT_NE(dynamic_cast<CScheduleIndexDoc*>(index), nullptr);
-  EXPECT_EQ(index, calendar->GetScheduleIndexDoc());
+  ASSERT_NE(index, nullptr);
+  EXPECT_EQ(index, calendar->GetScheduleIndexDoc()) << "the same document, of the schedule index's class";
   EXPECT_EQ(index->GetFilePath(), "\\calendar\\schedule\\index.xml");
   EXPECT_TRUE(facade.GetAIDLDoc()->UnloadExpandVFDLDoc(facade.GetAIDLDoc()->GetCalendarIndexPos()));
   EXPECT_EQ(facade.GetAIDLDoc()->GetNodeByPath("kov:\\Velmora\\Calendar\\Schedule"), nullptr);

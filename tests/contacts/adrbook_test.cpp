@@ -42,7 +42,7 @@ TEST(AdrBookFolderTest, FieldsReadAsStoredAndWriteBackInTheirOrder) {
     ASSERT_EQ(shelf.Open(), OpenResult::kLoaded);
     CAdrBookFolder* book = shelf.doc().GetBookFolder(0);
     ASSERT_NE(book, nullptr);
-    const CAdrBookExtendFolder& fields = *book->GetExtendFolder();
+    const CAdrBookExtendFolder& fields = book->GetExtendFolder();
     EXPECT_EQ(std::tie(fields.size, fields.ownership, fields.default_book), std::tie(size, ownership, default_book));
     EXPECT_EQ(std::tie(fields.create_time, fields.update_time, fields.access_time),
               std::make_tuple("2004-05-01 10:00:00", "", "x"));
@@ -87,6 +87,12 @@ TEST(AdrBookUpgradeTest, AOldListMovesEachBookIntoItsDirectoryAndIsSavedAt20) {
   EXPECT_NE(shelf.doc().GetPIDLDoc(0), nullptr);
   EXPECT_EQ(shelf.doc().GetPIDLDoc(3), nullptr) << "a book whose file is missing opens no document";
   EXPECT_FALSE(shelf.temp().Exists("addressbook/Gone")) << "and none is made";
+
+  Shelf by_hand;
+  by_hand.temp().Write("addressbook/index.xml", ShelfText("1.0", BookLine("0001", "\\A.xml")));
+  ASSERT_EQ(by_hand.Open(false), OpenResult::kLoaded);
+  EXPECT_TRUE(by_hand.doc().GetAutoSaveFlag()) << "saving is automatic after the upgrade, whatever it was";
+  EXPECT_EQ(by_hand.temp().Read("addressbook/index.xml"), by_hand.doc().GetXml());
 }
 
 TEST(AdrBookUpgradeTest, ListsOfOtherVersionsAreNeverTouched) {

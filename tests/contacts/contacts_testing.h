@@ -28,10 +28,10 @@ class Shelf {
  public:
   Shelf() { RegisterContactClasses(registry_); }
   // Opens (or reopens) the address book; its result.
-  OpenResult Open() {
+  OpenResult Open(bool auto_save = true) {
     doc_ = std::make_unique<CAdrBookDoc>();
     doc_->SetDataRoot(temp_.root());
-    doc_->SetAutoSaveFlag(true);
+    doc_->SetAutoSaveFlag(auto_save);
     doc_->SetClassRegistry(&registry_);
     return OpenVFDLDoc(*doc_, "\\addressbook\\index.xml", "\\addressbook");
   }
@@ -46,7 +46,7 @@ class Shelf {
 
 inline std::vector<CPIDLRec> ContactsOf(const CPIDLDoc& book) {
   std::vector<CPIDLRec> contacts;
-  book.ForEachContact([&contacts](const CPIDLRec& contact) { contacts.push_back(contact); });
+  for (const CPIDLRec& contact : book.Recs()) contacts.push_back(contact);
   return contacts;
 }
 
@@ -60,11 +60,11 @@ inline const CPIDLRec* ScanByEmail(CAdrBookDoc& shelf, const std::string& email)
   const CPIDLRec* found = nullptr;
   for (int i = 0; i < shelf.GetPIDLDocNum() && !found; ++i) {
     if (const CPIDLDoc* book = shelf.GetPIDLDoc(i)) {
-      book->ForEachContact([&](const CPIDLRec& contact) {
+      for (const CPIDLRec& contact : book->Recs()) {
         for (const CContactItem& address : contact.GetExtendRec().emails) {
           if (!found && !address.value.empty() && fold(address.value) == fold(email)) found = &contact;
         }
-      });
+      }
     }
   }
   return found;

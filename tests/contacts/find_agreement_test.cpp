@@ -51,12 +51,12 @@ TEST(FindAgreementTest, TheIndexAnswersAsTheWalkThroughRandomEdits) {
     CPIDLDoc* book = doc.GetPIDLDoc(static_cast<int>(random() % 3));
     ASSERT_NE(book, nullptr);
     std::vector<std::string> contacts;
-    book->ForEachContact([&contacts](const CPIDLRec& contact) { contacts.push_back(contact.GetPos()); });
+    for (const CPIDLRec& contact : book->Recs()) contacts.push_back(contact.GetPos());
     const CVFDLFolder& root = *book->GetRoot();
     switch (random() % 10) {
       case 0: case 1: case 2: {  // add, at the end or into a subfolder
         std::string parent = root.GetPos();
-        if (CVFDLNode* first = root.GetFirstChild(); first && first->IsFolder() && random() % 2) parent = first->GetPos();
+        if (CVFDLFolder* first = book->AsFolder(root.GetFirstChild()); first && random() % 2) parent = first->GetPos();
         ASSERT_FALSE(book->AddRec(parent, PooledContact(random, step), false).empty());
         break;
       }
@@ -105,7 +105,7 @@ TEST(FacadeContactsTest, FindFormatAndListThroughTheStoresAddressBook) {
   facade.SetDataRoot(temp.root());
   ASSERT_TRUE(facade.InitZDS());
   EXPECT_EQ(facade.FindAdrByEmail("ann@example.org"), nullptr) << "no book yet";
-  auto* shelf = dynamic_cast<CAdrBookDoc*>(facade.GetAIDLDoc()->GetAdrBookDoc());
+  CAdrBookDoc* shelf = facade.GetAdrBookDoc();
   ASSERT_NE(shelf, nullptr) << "the service index's \"Addresses\" folder opens the address book";
   for (const char* name : {"Home", "Work"}) ASSERT_FALSE(shelf->AddBook(name).empty());
   auto add = [&](int book, const char* name, std::vector<std::string> emails) {

@@ -12,6 +12,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <thread>
 #include <vector>
 
@@ -35,9 +36,8 @@ std::optional<Records> LoadRecords(const test::TempRoot& temp) {
   doc.SetDataRoot(temp.root());
   if (doc.LoadXMLDoc("\\crash.xml") != OpenResult::kLoaded) return std::nullopt;
   Records records;
-  const auto* folder = static_cast<const CVFDLFolder*>(doc.GetNodeByPos(kFolder));
-  for (const CVFDLNode* node = folder ? folder->GetFirstChild() : nullptr; node; node = node->GetNextSibling()) {
-    records[node->GetPos()] = static_cast<const NoteRec*>(node)->GetExtendRec().note;
+  if (const CVFDLFolder* folder = doc.GetFolder(kFolder)) {
+    for (const NoteRec& rec : std::as_const(doc).ChildRecs(*folder)) records[rec.GetPos()] = rec.GetExtendRec().note;
   }
   return records;
 }

@@ -12,6 +12,8 @@
 #include <tuple>
 #include <vector>
 
+#include "zds/framework/notepad_doc.h"
+#include "zds/framework/vfdl_walk.h"
 #include "support/failing_writes.h"
 #include "support/note_doc.h"
 #include "support/temp_root.h"
@@ -64,7 +66,7 @@ TEST_F(EditTest, AddUpdateDeleteRecordsThroughPositionsAndTheIdIndex) {
     EXPECT_EQ(doc_.AddRec(parent, MakeNote("c", "3"), false), "") << parent;
   }
   ASSERT_TRUE(doc_.UpdateRec(a, MakeNote("a2", "changed", {"y", "z"}), false));
-  const auto* updated = static_cast<NoteRec*>(doc_.GetNodeByPos(a));
+  const NoteRec* updated = doc_.GetRec(a);
   EXPECT_EQ(updated->GetID(), "0002") << "an update keeps the id";
   EXPECT_EQ(updated->GetExtendRec().items, (std::vector<std::string>{"y", "z"}));
   EXPECT_EQ(doc_.GetNodeByPath("kov:\\Notes\\Schedule\\a2"), updated);
@@ -94,7 +96,7 @@ TEST_F(EditTest, FoldersCopiesAndAliases) {
   const std::string rec = doc_.AddRec(day, MakeNote("ticket", "t"), false);
   EXPECT_EQ(doc_.GetNodeByPath("kov:\\Notes\\Schedule\\Trip\\Trip\\ticket"), doc_.GetNodeByPos(rec));
   EXPECT_EQ(doc_.GetFolderID(rec), doc_.GetNodeByPos(day)->GetID());
-  auto* schedule = static_cast<CVFDLFolder*>(doc_.GetNodeByPos(kSchedule));
+  CVFDLFolder* schedule = doc_.GetFolder(kSchedule);
   EXPECT_EQ(doc_.GetNewAlias(*schedule, "Trip"), "Trip (2)");
   EXPECT_EQ(doc_.GetNewAlias(*schedule, "Other"), "Other");
 
@@ -103,7 +105,7 @@ TEST_F(EditTest, FoldersCopiesAndAliases) {
   CVFDLNode* copied = doc_.GetNodeByPath("kov:\\Notes\\Trip\\Trip\\ticket");
   ASSERT_NE(copied, nullptr);
   EXPECT_NE(copied->GetID(), doc_.GetNodeByPos(rec)->GetID());
-  EXPECT_EQ(static_cast<NoteRec*>(copied)->GetExtendRec().note, "t");
+  EXPECT_EQ(doc_.AsRec(copied)->GetExtendRec().note, "t");
   EXPECT_EQ(doc_.GetNodeCount(), 8u);
   EXPECT_EQ(doc_.AddCopyNodeByID(trip_id, doc_.GetNodeByPos(day)->GetID(), false), "") << "not into itself";
 
@@ -122,7 +124,7 @@ TEST_F(EditTest, FoldersCopiesAndAliases) {
 TEST_F(EditTest, LookUpsAgreeWithAWalkAfterRandomEdits) {
   std::mt19937 random(3);
   std::vector<std::string> positions;
-  const auto* schedule = static_cast<CVFDLFolder*>(doc_.GetNodeByPos(kSchedule));
+  const CVFDLFolder* schedule = doc_.GetFolder(kSchedule);
   for (int step = 1; step <= 3000; ++step) {
     const std::string alias = "n" + std::to_string(random() % 40);
     const unsigned action = positions.empty() ? 0 : random() % 4;
@@ -142,8 +144,10 @@ TEST_F(EditTest, LookUpsAgreeWithAWalkAfterRandomEdits) {
     if (step % 100 != 0) continue;
     for (int n = 0; n < 40; ++n) {
       const std::string wanted = "n" + std::to_string(n);
-      CVFDLNode* first = schedule->GetFirstChild();
-      while (first && first->GetAlias() != wanted) first = first->GetNextSibling();
+      const CVFDLNode* first = nullptr;
+      for (const CVFDLNode& child : Children(*schedule)) {
+        if (first == nullptr && child.GetAlias() == wanted) first = &child;
+      }
       ASSERT_EQ(doc_.GetNodeByPath("kov:\\Notes\\Schedule\\" + wanted), first) << wanted << " at " << step;
     }
     for (const std::string& pos : positions) ASSERT_NE(doc_.GetNodeByPos(pos), nullptr) << pos;
@@ -156,7 +160,7 @@ TEST_F(EditTest, DocumentsBehindFoldersContinuePathsAndPositionsAndGoWithTheirFo
   const std::string holder_pos = AddBackedFolder("Calendar", "\\calendar\\index.xml");
   CVFDLNode* holder = doc_.GetNodeByPos(holder_pos);
   doc_.SetAutoSaveFlag(true);
-  CVFDLDoc* calendar = doc_.LoadVFDLDoc(*holder);
+  NoteDoc* calendar = doc_.LoadVFDLDoc<NoteDoc>(*holder);
   ASSERT_NE(calendar, nullptr);
   EXPECT_EQ(doc_.LoadVFDLDoc(*holder), calendar) << "opened once";
   EXPECT_EQ(temp_.Read("calendar/index.xml"), test::kNoteTemplate);
@@ -168,7 +172,7 @@ TEST_F(EditTest, DocumentsBehindFoldersContinuePathsAndPositionsAndGoWithTheirFo
   EXPECT_EQ(doc_.GetNodeByPath("kov:\\Notes\\Calendar\\Schedule"), schedule);
   EXPECT_EQ(doc_.FindNodeByPos(schedule->GetPos()), schedule);
   EXPECT_EQ(doc_.GetFirstChild(*holder), schedule);
-  EXPECT_EQ(static_cast<CCASDVFDLDoc*>(calendar)->GetParentCASDDoc(), &doc_);
+  EXPECT_EQ(calendar->GetParentCASDDoc(), &doc_);
   const std::string entry = calendar->AddRec(schedule->GetPos(), MakeNote("dentist", "9:00"), false);
   EXPECT_EQ(entry, holder_pos + "\\0002");
   EXPECT_EQ(doc_.GetNodeByPath("kov:\\Notes\\Calendar\\Schedule\\dentist"), doc_.FindNodeByPos(entry));
@@ -187,13 +191,12 @@ TEST_F(EditTest, DocumentsBehindFoldersContinuePathsAndPositionsAndGoWithTheirFo
   ASSERT_NE(related, nullptr);
   EXPECT_EQ(related->GetNodeByID("0001")->GetPos(), "kov:\\Notes\\0001") << "opened on its own";
   EXPECT_EQ(doc_.LoadRelatedVFDLDoc("\\other.xml", "NoteDoc"), related);
-  EXPECT_EQ(doc_.LoadRelatedVFDLDoc("\\third.xml", "NoSuchDoc"), nullptr);
   EXPECT_TRUE(doc_.UnloadVFDLDoc("\\other.xml"));
 
   // Two levels behind nodes, and deleted with their folder.
   const std::string year_pos = AddBackedFolder("Year", "\\year\\index.xml");
   ASSERT_TRUE(temp_.root()->CreateDirectories("\\year\\may"));
-  auto* year = dynamic_cast<NoteDoc*>(doc_.LoadVFDLDoc(*doc_.GetNodeByPos(year_pos)));
+  NoteDoc* year = doc_.LoadVFDLDoc<NoteDoc>(*doc_.GetNodeByPos(year_pos));
   ASSERT_NE(year, nullptr);
   const std::string month_pos = AddBackedFolder("May", "\\may\\index.xml", year);  // below the year's own directory
   EXPECT_EQ(month_pos, year_pos + "\\0002");
@@ -223,6 +226,7 @@ TEST_F(EditTest, SrcOutsideTheDataRootIsRefused) {
     SCOPED_TRACE(src);
     const std::string pos = AddBackedFolder("Out", src);
     EXPECT_EQ(doc_.LoadVFDLDoc(*doc_.GetNodeByPos(pos)), nullptr);
+    EXPECT_EQ(doc_.GetLastLoadStatus(), LoadStatus::kRefusedSrc);
     EXPECT_EQ(doc_.LoadRelatedVFDLDoc(src, "NoteDoc"), nullptr);
     EXPECT_TRUE(doc_.DelFolderOnDoc(pos));
   }
@@ -232,6 +236,37 @@ TEST_F(EditTest, SrcOutsideTheDataRootIsRefused) {
   EXPECT_EQ(test::ReadNative(temp_.top() / "victim.xml"), "keep");
   const std::string inside = AddBackedFolder("In", "inside.xml");
   EXPECT_NE(doc_.LoadVFDLDoc(*doc_.GetNodeByPos(inside)), nullptr) << "a plain relative src is fine";
+}
+
+// A document that opens nothing says why: no registry, no such class, a
+// class other than the one asked for, a node of another document, a file
+// that is missing or cannot be used.
+TEST_F(EditTest, OpeningNothingBehindANodeSaysWhy) {
+  const std::string pos = AddBackedFolder("Box", "\\box.xml");
+  const CVFDLNode& box = *doc_.GetNodeByPos(pos);
+  NoteDoc unregistered;
+  unregistered.SetDataRoot(temp_.root());
+  ASSERT_TRUE(unregistered.SetXml(std::string(test::kNoteTemplate)));
+  test::ShelfFolder folder = *doc_.GetFolder(pos);
+  const std::string copy = unregistered.AddFolder("kov:\\Notes\\0000", folder, false);
+  EXPECT_EQ(unregistered.LoadVFDLDoc(*unregistered.GetNodeByPos(copy)), nullptr);
+  EXPECT_EQ(unregistered.GetLastLoadStatus(), LoadStatus::kNoRegistry);
+  EXPECT_EQ(unregistered.LoadVFDLDoc(box), nullptr);
+  EXPECT_EQ(unregistered.GetLastLoadStatus(), LoadStatus::kNotInDocument);
+
+  EXPECT_EQ(doc_.LoadVFDLDoc(box, false), nullptr);
+  EXPECT_EQ(doc_.GetLastLoadStatus(), LoadStatus::kMissing);
+  temp_.Write("box.xml", "<notes><folder");
+  EXPECT_EQ(doc_.LoadVFDLDoc(box), nullptr);
+  EXPECT_EQ(doc_.GetLastLoadStatus(), LoadStatus::kUnusable);
+  EXPECT_EQ(doc_.LoadRelatedVFDLDoc("\\third.xml", "NoSuchDoc"), nullptr);
+  EXPECT_EQ(doc_.GetLastLoadStatus(), LoadStatus::kUnknownClass);
+  ASSERT_NE(doc_.LoadRelatedVFDLDoc("\\third.xml", "NoteDoc"), nullptr);
+  EXPECT_EQ(doc_.GetLastLoadStatus(), LoadStatus::kLoaded);
+  const std::string good = AddBackedFolder("Good", "\\good.xml");
+  EXPECT_EQ(doc_.LoadVFDLDoc<CNotepadDoc>(*doc_.GetNodeByPos(good)), nullptr) << "a NoteDoc is no notepad";
+  EXPECT_EQ(doc_.GetLastLoadStatus(), LoadStatus::kOtherClass);
+  EXPECT_NE(doc_.GetExpandedDoc<NoteDoc>(*doc_.GetNodeByPos(good)), nullptr) << "it is open all the same";
 }
 
 TEST(ContentDescriptorTest, ComposesAndReadsBackTheThreeFields) {

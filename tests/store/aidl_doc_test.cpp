@@ -108,13 +108,12 @@ CAIDLService MakeService(const char* name, const char* alias) {
   const std::pair<const char*, int> fields[] = {{"user", CAIDLVarRec::kNormal}, {"password", CAIDLVarRec::kHidden},
                                                 {"syncversion", CAIDLVarRec::kSystem}};
   for (auto [field, attribute] : fields) {
-    auto variable = std::make_unique<CAIDLVarRec>();
-    variable->formname = std::string("f_") + field;
-    variable->name = field;
-    variable->value = field == std::string("syncversion") ? "7" : "v<&>\n";
-    variable->encrypt = field == std::string("password");
-    variable->attribute = attribute;
-    service.variables.push_back(std::move(variable));
+    CAIDLVarRec& variable = service.variables.emplace_back();
+    variable.formname = std::string("f_") + field;
+    variable.name = field;
+    variable.value = field == std::string("syncversion") ? "7" : "v<&>\n";
+    variable.encrypt = field == std::string("password");
+    variable.attribute = attribute;
   }
   return service;
 }
@@ -140,7 +139,7 @@ TEST_F(AidlTest, ServicesAreAddedUpdatedReadBackAndDeleted) {
   CAIDLService changed = *service;
   changed.name = "irc";
   changed.variables.pop_back();
-  changed.variables[0]->value = "new";
+  changed.variables[0].value = "new";
   ASSERT_TRUE(doc_.UpdateService(pos, changed));
   EXPECT_EQ(doc_.GetService(pos)->GetExtendType(), 7);
   EXPECT_EQ(doc_.GetServiceSYNCVersion(pos), 0);
@@ -179,10 +178,10 @@ TEST_F(AidlTest, VariablesReadTheirAttributeAndEncryptFlag) {
                                            {2, false}, {3, false}, {3, false}};
   ASSERT_EQ(service->variables.size(), 7u);
   for (size_t i = 0; i < 7; ++i) {
-    SCOPED_TRACE(service->variables[i]->name);
-    EXPECT_EQ(service->variables[i]->attribute, expected[i].first);
-    EXPECT_EQ(service->variables[i]->encrypt, expected[i].second);
-    EXPECT_EQ(service->variables[i]->value, std::to_string(i + 1));
+    SCOPED_TRACE(service->variables[i].name);
+    EXPECT_EQ(service->variables[i].attribute, expected[i].first);
+    EXPECT_EQ(service->variables[i].encrypt, expected[i].second);
+    EXPECT_EQ(service->variables[i].value, std::to_string(i + 1));
   }
   // Rewritten, the service keeps what this version does not know.
   CAIDLService changed = *service;

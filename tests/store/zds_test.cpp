@@ -18,9 +18,7 @@ using test::TempRoot;
 
 std::vector<std::string> Aliases(const CVFDLFolder& folder) {
   std::vector<std::string> aliases;
-  for (const CVFDLNode* node = folder.GetFirstChild(); node; node = node->GetNextSibling()) {
-    aliases.push_back(node->GetAlias());
-  }
+  for (const CVFDLNode& node : Children(folder)) aliases.push_back(node.GetAlias());
   return aliases;
 }
 
@@ -86,6 +84,41 @@ TEST(StartupTest, AMissingSystemFolderIsAddedWithItsDirectories) {
     EXPECT_TRUE(test::fs::is_directory(temp.dir() / dir)) << dir;
   }
   EXPECT_NE(temp.Read("aidl.xml").find("alias=\"History\""), std::string::npos) << "saved at once";
+}
+
+// Start-up makes sure of the system folders once: whatever the root folder
+// is called, however a system folder's alias is written, a second start
+// changes nothing, and one that was missing is added by the first only.
+TEST(StartupTest, ASecondStartNeverChangesTheServiceIndex) {
+  const std::string fresh = LoadTemplate(res::kAidlTemplateHead, res::kAidlTemplateTail);
+  auto without = [&fresh](const std::string& alias) {
+    const size_t at = fresh.find("<folder id=\"0009\" alias=\"" + alias + "\"");
+    return fresh.substr(0, at) + fresh.substr(fresh.find("</folder>", at) + 11);
+  };
+  auto replaced = [&fresh](const std::string& from, const std::string& to) {
+    std::string text = fresh;
+    return text.replace(text.find(from), from.size(), to);
+  };
+  const std::pair<const char*, std::string> cases[] = {
+      {"the root folder called otherwise", replaced("alias=\"Velmora\"", "alias=\"Velmosa\"")},
+      {"a system folder in other letter case", replaced("alias=\"Favorites\"", "alias=\"favorites\"")},
+      {"a system folder missing", without("History")},
+  };
+  for (const auto& [odd, index] : cases) {
+    SCOPED_TRACE(odd);
+    TempRoot temp;
+    temp.Write("aidl.xml", index);
+    std::string after_first;
+    for (int start = 1; start <= 3; ++start) {
+      CZDS facade;
+      facade.SetDataRoot(temp.root());
+      ASSERT_TRUE(facade.InitZDS());
+      if (start == 1) after_first = temp.Read("aidl.xml");
+      EXPECT_EQ(temp.Read("aidl.xml"), after_first) << "start " << start;
+      EXPECT_FALSE(facade.GetAIDLDoc()->GetHistoryIndexPos().empty());
+      EXPECT_EQ(Aliases(*facade.GetAIDLDoc()->GetRoot()).size(), 10u);
+    }
+  }
 }
 
 TEST(ChangeNoticeTest, TheInformationWindowRepostsTheSixMessagesInRegistrationOrder) {

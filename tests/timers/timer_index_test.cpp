@@ -22,7 +22,7 @@ struct Listener {
   platform::MessageQueue queue;
   std::vector<std::string> seen;
   platform::WindowHandle window = queue.NewWindow([this](const platform::WindowMessage& m) {
-    EXPECT_EQ(std::tuple(m.message, m.lparam), std::tuple(kTimerChangedMessage, intptr_t{0}));
+    EXPECT_EQ(std::tuple(m.message, m.lparam), std::tuple(WM_ZDS_TIMER_CHANGED, intptr_t{0}));
     seen.push_back(reinterpret_cast<const CVFDLNode*>(m.wparam)->GetAlias());
   });
   std::vector<std::string> Announced() { return queue.Pump(), std::exchange(seen, {}); }

@@ -29,7 +29,7 @@ inline CATimerRec MakeCyclic(const std::string& subject, const char* type, const
                              int state = kTimerActived) {
   CATimerRec timer = MakeTimer(subject, "2004-01-01 00:00:00", state);
   timer.GetExtendRec().cyclic = true;
-  CATimerCycleRec& rule = *(timer.GetExtendRec().cycle_rec = std::make_unique<CATimerCycleRec>());
+  CATimerCycleRec& rule = timer.GetExtendRec().cycle_rec.emplace();
   CCycleFormat::AnalyseCycleType(type, rule.cycle_type);
   CCycleFormat::AnalyseCycleEvent(event, rule.cycle_event);
   CCycleFormat::AnalyseCycleRange(range, rule.cycle_range);

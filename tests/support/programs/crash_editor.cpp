@@ -33,11 +33,9 @@ int main(int argc, char** argv) {
   doc.SetAutoSaveFlag(true);
   if (zds::OpenVFDLDoc(doc, "\\crash.xml", "", false) != zds::OpenResult::kLoaded) return 3;
   std::vector<std::string> records;
-  const auto* folder = static_cast<const zds::CVFDLFolder*>(doc.GetNodeByPos(kFolder));
+  const zds::CVFDLFolder* folder = doc.GetFolder(kFolder);
   if (folder == nullptr) return 4;
-  for (const zds::CVFDLNode* node = folder->GetFirstChild(); node; node = node->GetNextSibling()) {
-    records.push_back(node->GetPos());
-  }
+  for (const zds::CVFDLNode& node : zds::Children(*folder)) records.push_back(node.GetPos());
   const std::string seed = argv[2];
   std::mt19937 random(static_cast<unsigned>(std::stoul(seed)));
   for (unsigned edit = 0;; ++edit) {
