@@ -136,8 +136,6 @@ class TreeBuilder {
       const char* lead;
       const char* begin;
       const char* end;
-      const char* inner_begin;  // after the start tag
-      const char* inner_end;    // at the end tag
     };
     std::vector<Pending> pending;
     const char* after_previous = EndOf(start.raw);
@@ -147,7 +145,6 @@ class TreeBuilder {
       if (token_.depth != start.depth + 1) continue;
       if (token_.kind == XmlToken::Kind::kEnd) {
         pending.back().end = EndOf(token_.raw);
-        pending.back().inner_end = token_.raw.data();
         after_previous = EndOf(token_.raw);
         continue;
       }
@@ -155,7 +152,7 @@ class TreeBuilder {
       child_attributes_.insert(child_attributes_.end(), attributes_.begin(), attributes_.end());
       bool closed = token_.kind == XmlToken::Kind::kStart;
       pending.push_back({token_.name, first, attributes_.size(), closed, after_previous, token_.raw.data(),
-                         EndOf(token_.raw), EndOf(token_.raw), EndOf(token_.raw)});
+                         EndOf(token_.raw)});
       if (!closed) after_previous = EndOf(token_.raw);
     }
     end = EndOf(token_.raw);
@@ -163,8 +160,7 @@ class TreeBuilder {
     children.reserve(pending.size());
     for (const Pending& child : pending) {
       children.emplace_back(child.name, child_attributes_.data() + child.first, child.count, child.closed);
-      children.back().SetRawText(Between(child.lead, child.begin), Between(child.begin, child.end),
-                                 Between(child.inner_begin, child.inner_end));
+      children.back().SetRawText(Between(child.lead, child.begin), Between(child.begin, child.end));
       children.back().SetTimeCache(&time_cache_);
     }
     return true;

@@ -248,6 +248,18 @@ bool HasText(std::string_view text) { return text.find_first_not_of(" \t\r\n") !
 std::string_view Span(const char* from, const char* to) { return std::string_view(from, static_cast<size_t>(to - from)); }
 }  // namespace
 
+// Found when asked, which is seldom: the start tag ends at the first ">"
+// after its last attribute (a value may hold ">", but not past its quote).
+std::string_view CXMLElementReader::GetInnerText() const {
+  if (!has_closing_line_ || raw_.empty()) return {};
+  const std::string_view last = attribute_count_ > 0 ? attributes_[attribute_count_ - 1].spelling : tag_;
+  const size_t after_last = static_cast<size_t>(last.data() + last.size() - raw_.data());
+  const size_t open_end = raw_.find('>', after_last);
+  const size_t close = raw_.rfind("</");
+  if (open_end == std::string_view::npos || close == std::string_view::npos || close <= open_end) return {};
+  return raw_.substr(open_end + 1, close - open_end - 1);
+}
+
 bool CXMLElementReader::UnreadAttributesInPlace(std::string_view& view) const {
   size_t first = 0;
   while (first < attribute_count_ && IsConsumed(first)) ++first;

@@ -103,15 +103,11 @@ class CXMLElementReader {
   std::string_view GetRawText() const { return raw_; }
   // The text between a child element's start and end tags, as stored:
   // empty for one that closes itself.
-  std::string_view GetInnerText() const { return inner_; }
+  std::string_view GetInnerText() const;
 
   // Used by the loader.
   void SetChildren(std::vector<CXMLElementReader> children) { children_ = std::move(children); }
-  void SetRawText(std::string_view lead, std::string_view raw, std::string_view inner) {
-    lead_ = lead;
-    raw_ = raw;
-    inner_ = inner;
-  }
+  void SetRawText(std::string_view lead, std::string_view raw) { lead_ = lead; raw_ = raw; }
   void SetTrailingText(std::string_view text) { trailing_ = text; }
   void SetTimeCache(LocalTimeCache* cache) { time_cache_ = cache; }
   void AppendUnreadAttributes(std::string& out) const;
@@ -138,7 +134,6 @@ class CXMLElementReader {
   bool read_ = false;
   std::string_view lead_;
   std::string_view raw_;
-  std::string_view inner_;
   std::string_view trailing_;  // between the last child and the closing tag
   std::vector<CXMLElementReader> children_;
   LocalTimeCache* time_cache_ = nullptr;
