@@ -263,8 +263,13 @@ void CAdrBookDoc::OnPIDLDocClosing(CPIDLDoc& book) {
 
 // ---- the upgrade to "2.0" ----
 
+// A reader (read-only data root) takes an old list as it stands: its files
+// are still where its "src" says.
 void CAdrBookDoc::AfterUpdateVersion() {
-  if (GetRootTagName() != kFamily.root_tag || GetRootAttribute("ver") != kOldVersion || !GetDataRoot()) return;
+  if (GetRootTagName() != kFamily.root_tag || GetRootAttribute("ver") != kOldVersion || !GetDataRoot() ||
+      GetDataRoot()->IsReadOnly()) {
+    return;
+  }
   SetAutoSaveFlag(false);
   bool upgraded = SetRootAttribute("ver", kVersion, false);
   std::vector<const CAdrBookFolder*> books;

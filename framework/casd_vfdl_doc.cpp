@@ -31,7 +31,10 @@ std::unique_ptr<CVFDLDoc> CCASDVFDLDoc::OpenChild(std::string_view class_name, s
     case OpenResult::kLoaded:
     case OpenResult::kCreated: load_status_ = LoadStatus::kLoaded; return doc;
     case OpenResult::kMissing: load_status_ = LoadStatus::kMissing; return nullptr;
-    case OpenResult::kUnusable: load_status_ = LoadStatus::kUnusable; return nullptr;
+    case OpenResult::kUnusable:
+      load_status_ = LoadStatus::kUnusable;
+      load_problem_ = doc->GetOpenProblem();
+      return nullptr;
     case OpenResult::kUnwritable: load_status_ = LoadStatus::kUnwritable; return nullptr;
   }
   return nullptr;
@@ -39,6 +42,7 @@ std::unique_ptr<CVFDLDoc> CCASDVFDLDoc::OpenChild(std::string_view class_name, s
 
 CVFDLDoc* CCASDVFDLDoc::LoadVFDLDoc(const CVFDLNode& node, bool create) {
   load_status_ = LoadStatus::kLoaded;
+  load_problem_ = {};
   if (node.GetDoc() != this) {
     load_status_ = LoadStatus::kNotInDocument;
     return nullptr;
@@ -52,6 +56,7 @@ CVFDLDoc* CCASDVFDLDoc::LoadVFDLDoc(const CVFDLNode& node, bool create) {
 
 CVFDLDoc* CCASDVFDLDoc::LoadRelatedVFDLDoc(std::string_view path, std::string_view class_name) {
   load_status_ = LoadStatus::kLoaded;
+  load_problem_ = {};
   if (auto it = related_.find(path); it != related_.end()) return it->second.get();
   std::unique_ptr<CVFDLDoc> doc = OpenChild(class_name, path, true);
   if (!doc) return nullptr;
@@ -88,6 +93,110 @@ CVFDLNode* CCASDVFDLDoc::FindNodeByPos(std::string_view pos, CCASDVFDLDoc** open
     }
   }
   return nullptr;
+}
+
+CVFDLDoc* CCASDVFDLDoc::ReachDocBehind(const CVFDLNode& node) {
+  load_status_ = LoadStatus::kLoaded;
+  load_problem_ = {};
+  auto* holder = dynamic_cast<CCASDVFDLDoc*>(node.GetDoc());
+  if (holder == nullptr || node.GetSrc().empty()) return nullptr;
+  CVFDLDoc* doc = holder->LoadVFDLDoc(node, false);
+  load_status_ = holder->load_status_;
+  load_problem_ = holder->load_problem_;
+  return doc;
+}
+
+// A position names one node per document on its way: the first id is in
+// this document, each next one in the document behind the node before.
+CVFDLNode* CCASDVFDLDoc::ReachNodeByPos(std::string_view pos) {
+  load_status_ = LoadStatus::kLoaded;
+  load_problem_ = {};
+  if (CVFDLNode* node = GetNodeByPos(pos)) return node;
+  const std::string prefix = GetPosPrefix();
+  if (pos.size() <= prefix.size() + 1 || !pos.starts_with(prefix) || pos[prefix.size()] != '\\') return nullptr;
+  std::string_view rest = pos.substr(prefix.size() + 1);
+  const CVFDLDoc* doc = this;
+  while (true) {
+    const std::string_view id = rest.substr(0, rest.find('\\'));
+    CVFDLNode* node = doc->GetNodeByID(id);
+    if (node == nullptr || id.size() == rest.size()) return node;
+    rest.remove_prefix(id.size() + 1);
+    doc = ReachDocBehind(*node);
+    if (doc == nullptr) return nullptr;
+  }
+}
+
+CVFDLNode* CCASDVFDLDoc::ReachNodeByPath(std::string_view path) {
+  LoadStatus failed = LoadStatus::kLoaded;
+  FileProblem failed_problem;
+  const std::string root_path = GetRootPath();
+  CVFDLNode* node = path.starts_with(root_path) ? GetRoot() : nullptr;
+  std::string_view rest = node ? path.substr(root_path.size()) : std::string_view();
+  if (node && !rest.empty() && rest.front() != '\\') node = nullptr;
+  while (node && !rest.empty()) {
+    rest.remove_prefix(1);
+    const std::string_view alias = rest.substr(0, rest.find('\\'));
+    rest.remove_prefix(alias.size());
+    CVFDLNode* child = nullptr;
+    if (!node->GetSrc().empty()) {
+      if (CVFDLDoc* behind = ReachDocBehind(*node)) {
+        child = behind->GetRoot()->FindChildByAlias(alias);
+      } else {
+        failed = load_status_;
+        failed_problem = load_problem_;
+        const bool goes_on = failed == LoadStatus::kMissing || failed == LoadStatus::kUnknownClass;
+        if (!goes_on) break;
+      }
+    }
+    if (child == nullptr && node->IsFolder()) child = static_cast<CVFDLFolder*>(node)->FindChildByAlias(alias);
+    node = child;
+  }
+  if (!rest.empty()) node = nullptr;
+  load_status_ = node ? LoadStatus::kLoaded : failed;
+  load_problem_ = node ? FileProblem() : failed_problem;
+  return node;
+}
+
+// Frames instead of recursion: documents may stand behind nodes of
+// documents behind nodes to any depth a store holds.
+void CCASDVFDLDoc::ForEachDocBehind(const DocVisitor& visit) {
+  struct Frame {
+    CCASDVFDLDoc* doc;
+    std::vector<const CVFDLNode*> holders;
+    size_t next = 0;
+    CCASDVFDLDoc* parent = nullptr;     // the document that opened this one
+    const CVFDLNode* holder = nullptr;  // its node there
+    bool close = false;                 // opened by this walk, so closed by it
+  };
+  auto holders_of = [](const CCASDVFDLDoc& doc) {
+    std::vector<const CVFDLNode*> holders;
+    if (doc.GetRoot() == nullptr) return holders;
+    for (const CVFDLNode& node : Subtree(*doc.GetRoot())) {
+      if (!node.GetSrc().empty()) holders.push_back(&node);
+    }
+    return holders;
+  };
+  std::vector<Frame> frames;
+  frames.push_back({this, holders_of(*this)});
+  while (!frames.empty()) {
+    if (frames.back().next == frames.back().holders.size()) {
+      const Frame done = std::move(frames.back());
+      frames.pop_back();
+      if (done.close) done.parent->expanded_.erase(done.holder);
+      continue;
+    }
+    CCASDVFDLDoc* doc = frames.back().doc;
+    const CVFDLNode* holder = frames.back().holders[frames.back().next++];
+    const bool was_open = doc->GetExpandedDoc(*holder) != nullptr;
+    CVFDLDoc* behind = doc->LoadVFDLDoc(*holder, false);
+    visit(*holder, behind, doc->load_status_, doc->load_problem_);
+    if (behind == nullptr) continue;
+    if (auto* below = dynamic_cast<CCASDVFDLDoc*>(behind)) {
+      frames.push_back({below, holders_of(*below), 0, doc, holder, !was_open});
+    } else if (!was_open) {
+      doc->expanded_.erase(holder);
+    }
+  }
 }
 
 CVFDLNode* CCASDVFDLDoc::GetFirstChild(const CVFDLNode& node) const {

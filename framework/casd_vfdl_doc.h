@@ -11,10 +11,16 @@
 // document's tree is replaced (SetXml, a new load) or this document goes.
 // The nodes of an opened document are valid as its own rules say
 // ("Lifetimes" in vfdl_doc.h) and at most as long as the document.
+//
+// Browsing: the Reach look-ups and ForEachDocBehind go through the
+// documents behind nodes, opening each on demand as the store's own
+// look-ups do, never creating a missing one. A host shows or checks the
+// whole store with them without knowing which kind opens which.
 
 #ifndef ZDS_FRAMEWORK_CASD_VFDL_DOC_H_
 #define ZDS_FRAMEWORK_CASD_VFDL_DOC_H_
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -65,6 +71,8 @@ class CCASDVFDLDoc : public CVFDLDoc {
   // directory) as an object of `class_name`; owned like the others.
   CVFDLDoc* LoadRelatedVFDLDoc(std::string_view path, std::string_view class_name);
   LoadStatus GetLastLoadStatus() const { return load_status_; }
+  // Why, when that status is kUnusable: the file, the line and what is wrong.
+  const FileProblem& GetLastLoadProblem() const { return load_problem_; }
   // Closes the document behind the node at `pos`, or a related document by path.
   bool UnloadVFDLDoc(std::string_view pos_or_path);
   // The document already open behind `node`, if any; typed, null for one
@@ -83,6 +91,29 @@ class CCASDVFDLDoc : public CVFDLDoc {
   // The class named by a node's content descriptor; kinds with their own
   // descriptor fields override it.
   virtual std::string GetNodeContentClass(const CVFDLNode& node) const { return node.GetContentClass(); }
+
+  // The node at a position or path in this document or in any document
+  // below it, the documents on the way opened when they are not yet. Null
+  // when nothing is there; GetLastLoadStatus and GetLastLoadProblem then
+  // tell of the last document on the way that could not be opened
+  // (kLoaded when all could). A path goes on through a node whose document
+  // is missing or of an unknown class among the node's own children, as
+  // GetNodeByPath does.
+  CVFDLNode* ReachNodeByPos(std::string_view pos);
+  CVFDLNode* ReachNodeByPath(std::string_view path);
+  // The document behind `node` (a node of this document or of one open
+  // below it), opened when it is not yet; null for a node that stands for
+  // none (no "src": status kLoaded) or whose document cannot be opened.
+  CVFDLDoc* ReachDocBehind(const CVFDLNode& node);
+  // Calls `visit` for every node with a "src" in this document and in the
+  // documents below it, depth first in document order, with the document
+  // behind it (null when it cannot be opened; the status and problem say
+  // why). Each document is opened in turn and, unless it was open before,
+  // closed again once the documents below it are done, so the walk holds
+  // one document per level: `visit` keeps no pointer into it.
+  using DocVisitor = std::function<void(const CVFDLNode& holder, const CVFDLDoc* doc, LoadStatus status,
+                                        const FileProblem& problem)>;
+  void ForEachDocBehind(const DocVisitor& visit);
 
   // Children as the user sees them: a node with an open document shows that
   // document's top-level nodes.
@@ -112,6 +143,7 @@ class CCASDVFDLDoc : public CVFDLDoc {
 
   const CRTTIRegistry* registry_ = nullptr;
   LoadStatus load_status_ = LoadStatus::kLoaded;
+  FileProblem load_problem_;
   std::unordered_map<const CVFDLNode*, std::unique_ptr<CVFDLDoc>> expanded_;
   std::map<std::string, std::unique_ptr<CVFDLDoc>, std::less<>> related_;
 };

@@ -46,7 +46,8 @@ bool IsPrologueText(std::string_view text) {
 
 OpenResult OpenVFDLDoc(CVFDLDoc& doc, std::string_view path, std::string_view base_path, bool create) {
   OpenResult result = doc.LoadXMLDoc(path);
-  if (result == OpenResult::kMissing && create) {
+  const bool read_only = doc.GetDataRoot() && doc.GetDataRoot()->IsReadOnly();
+  if (result == OpenResult::kMissing && create && !read_only) {
     if (!doc.NewXMLDoc(path)) return doc.GetRoot() ? OpenResult::kUnwritable : OpenResult::kUnusable;
     result = OpenResult::kCreated;
   }

@@ -220,8 +220,9 @@ class CVFDLDoc : public CXMLDoc, public CVFTree {
 
 // The create-or-open sequence every document is opened with: loads `path`
 // into `doc`, or creates it from its template when the file is missing
-// (only when `create` is set), then initialises it with `base_path` and the
-// scheme "kov:". A file that exists but cannot be used is left untouched.
+// (only when `create` is set, and never on a read-only data root), then
+// initialises it with `base_path` and the scheme "kov:". A file that exists
+// but cannot be used is left untouched (GetOpenProblem says why).
 [[nodiscard]] OpenResult OpenVFDLDoc(CVFDLDoc& doc, std::string_view path, std::string_view base_path,
                                      bool create = true);
 

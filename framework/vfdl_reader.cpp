@@ -23,18 +23,26 @@ class TreeBuilder {
  public:
   TreeBuilder(CVFDLDoc& doc, std::string_view text) : doc_(doc), text_(text), scanner_(text) {}
 
+  // Where and why the text was refused, once Build failed.
+  XmlProblem Problem() const {
+    if (scanner_.failed()) return scanner_.problem();
+    return problem_;
+  }
+
   bool Build() {
     if (!Next(attributes_)) return false;
     if (token_.kind == XmlToken::Kind::kDeclaration && !Next(attributes_)) return false;
-    if (token_.kind != XmlToken::Kind::kStart) return false;
     std::string_view wanted = doc_.GetRootTag();
-    if (!wanted.empty() && token_.name != wanted) return false;
+    if (!wanted.empty() && token_.name != wanted) {
+      return Refuse("the root element is <" + std::string(token_.name) + ">, not <" + std::string(wanted) + ">");
+    }
+    if (token_.kind != XmlToken::Kind::kStart) return Refuse("the root element holds no root folder");
     doc_.root_tag_ = std::string(token_.name);
     doc_.head_ = Between(text_.data(), EndOf(token_.raw));
     const char* prologue_start = EndOf(token_.raw);
     while (true) {
       if (!Next(attributes_)) return false;
-      if (token_.depth == 0) return false;  // the root closed without a root folder
+      if (token_.depth == 0) return Refuse("the root element holds no root folder");
       if (token_.depth == 1 && token_.name == kFolderTag && token_.kind != XmlToken::Kind::kEnd) break;
     }
     doc_.prologue_ = Between(prologue_start, token_.raw.data());
@@ -53,7 +61,17 @@ class TreeBuilder {
   }
 
  private:
-  bool Next(std::vector<XmlAttribute>& attributes) { return scanner_.Next(token_, attributes); }
+  bool Next(std::vector<XmlAttribute>& attributes) {
+    if (scanner_.Next(token_, attributes)) return true;
+    // The end of the text where more was due (a scan that failed tells its own problem).
+    problem_ = {text_.size(), "the text ends early"};
+    return false;
+  }
+  // The text is well-formed but not a document of this kind: refused at the current token.
+  bool Refuse(std::string what) {
+    problem_ = {scanner_.offset_of(token_.raw), std::move(what)};
+    return false;
+  }
 
   // Reads the root folder and everything inside it.
   bool BuildFolders() {
@@ -71,7 +89,9 @@ class TreeBuilder {
         cursor_ = EndOf(token_.raw);
         open.pop_back();
       } else if (token_.name == kFolderTag) {
-        if (open.size() >= static_cast<size_t>(kMaxFolderDepth)) return false;
+        if (open.size() >= static_cast<size_t>(kMaxFolderDepth)) {
+          return Refuse("folders nest deeper than " + std::to_string(kMaxFolderDepth) + " levels");
+        }
         CVFDLFolder* folder = AddFolder(open.back());
         if (token_.kind == XmlToken::Kind::kStart) open.push_back(folder);
       } else if (!AddLeaf(*open.back())) {
@@ -213,6 +233,7 @@ class TreeBuilder {
   std::vector<XmlAttribute> child_attributes_;
   // One load runs in one zone: the times of all its elements share the look-ups.
   LocalTimeCache time_cache_;
+  XmlProblem problem_;
 };
 
 bool CVFDLDoc::SetXml(std::string text) {
@@ -221,6 +242,8 @@ bool CVFDLDoc::SetXml(std::string text) {
   auto saved_views = std::make_tuple(head_, prologue_, epilogue_, tail_, root_tag_);
   TreeBuilder builder(*this, *owned);
   if (!builder.Build()) {
+    const XmlProblem problem = builder.Problem();
+    NoteTextProblem(LineOfOffset(*owned, problem.offset), problem.what);
     ClearTree();
     RestoreTree(std::move(previous));
     std::tie(head_, prologue_, epilogue_, tail_, root_tag_) = saved_views;

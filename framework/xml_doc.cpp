@@ -3,6 +3,7 @@
 namespace zds {
 
 OpenResult CXMLDoc::LoadXMLDoc(std::string_view path) {
+  open_problem_ = {};
   if (!root_) return OpenResult::kUnusable;
   root_->RemoveLeftoverTemporaries(path);  // a crashed save's, never a live one
   std::string text;
@@ -11,14 +12,18 @@ OpenResult CXMLDoc::LoadXMLDoc(std::string_view path) {
       return OpenResult::kMissing;
     case platform::ReadStatus::kFailed:
       refused_path_ = path;
+      open_problem_ = {std::string(path), 0, "it cannot be read"};
       return OpenResult::kUnusable;
     case platform::ReadStatus::kRead:
       break;
   }
   if (!SetXml(std::move(text))) {
     refused_path_ = path;
+    open_problem_.path = path;
+    if (open_problem_.what.empty()) open_problem_.what = "it is no document of this kind";
     return OpenResult::kUnusable;
   }
+  open_problem_ = {};
   file_path_ = path;
   modified_ = false;
   return OpenResult::kLoaded;

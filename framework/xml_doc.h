@@ -29,6 +29,15 @@ enum class OpenResult {
 // Whether the document is there to be used after such an opening.
 inline bool IsOpen(OpenResult result) { return result == OpenResult::kLoaded || result == OpenResult::kCreated; }
 
+// Why a file that exists could not be used, for a message a person can act
+// on: the file, the line where reading stopped and what was wrong there.
+struct FileProblem {
+  std::string path;  // the stored path; empty when there is no problem
+  int line = 0;      // 1 for the first line; 0 when it is no place in the text (the file cannot be read)
+  std::string what;  // "</rec> where </folder> was due", "the file is empty", ...
+  bool operator==(const FileProblem&) const = default;
+};
+
 class CXMLDoc : public CRTTIObject {
  public:
   CXMLDoc() = default;
@@ -40,8 +49,12 @@ class CXMLDoc : public CRTTIObject {
   const std::shared_ptr<const platform::DataRoot>& GetDataRoot() const { return root_; }
 
   // Reads the file at the stored path: kLoaded, kMissing, or kUnusable when
-  // it exists but cannot be used (then nothing of it is loaded).
+  // it exists but cannot be used (then nothing of it is loaded, and
+  // GetOpenProblem says why). On a read-only data root nothing is removed
+  // beforehand.
   [[nodiscard]] OpenResult LoadXMLDoc(std::string_view path);
+  // Why the last load found its file unusable; empty after any other outcome.
+  const FileProblem& GetOpenProblem() const { return open_problem_; }
   // Creates the document from its template and remembers `path` as its
   // file; writes it at once only when auto-save is on. False when the
   // template does not parse or that write fails.
@@ -73,11 +86,14 @@ class CXMLDoc : public CRTTIObject {
   // undoes the change, and RestoreModified puts the mark back as it was.
   [[nodiscard]] bool CommitChange(bool save);
   void RestoreModified(bool modified) { modified_ = modified; }
+  // A kind's SetXml says here why it refused a text: the line and what.
+  void NoteTextProblem(int line, std::string what) { open_problem_ = {std::string(), line, std::move(what)}; }
 
  private:
   std::shared_ptr<const platform::DataRoot> root_;
   std::string file_path_;
   std::string refused_path_;  // a file that exists but could not be used
+  FileProblem open_problem_;
   bool auto_save_ = false;
   bool modified_ = false;
 };

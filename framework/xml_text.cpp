@@ -1,5 +1,6 @@
 #include "zds/framework/xml_text.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -206,9 +207,32 @@ std::string_view XmlScanner::WithoutByteOrderMark(std::string_view lead) const {
   return lead;
 }
 
-bool XmlScanner::Fail() {
+bool XmlScanner::Fail(size_t at, std::string what) {
+  if (!failed_) problem_ = {at, std::move(what)};
   failed_ = true;
   return false;
+}
+
+// Only on the way out of a failed scan: the byte-wise look CheckText
+// spares the text that is fine.
+bool XmlScanner::FailInText(std::string_view text, bool reject_lt) {
+  for (size_t i = 0; i < text.size(); ++i) {
+    unsigned char c = static_cast<unsigned char>(text[i]);
+    const size_t at = offset_of(text) + i;
+    if (IsForbiddenControl(c)) {
+      constexpr char kHex[] = "0123456789ABCDEF";
+      return Fail(at, std::string("the control byte 0x") + kHex[c >> 4] + kHex[c & 15] + ", which XML cannot hold");
+    }
+    if (reject_lt && c == '<') return Fail(at, "a '<' in an attribute value");
+    if (c == '&' && DecodeReference(text.substr(i), nullptr) == 0) {
+      std::string_view shown = text.substr(i, std::min<size_t>(text.size() - i, 12));
+      const size_t semicolon = shown.find(';');
+      shown = semicolon == std::string_view::npos ? shown.substr(0, shown.find_first_of(" \t\r\n\"'"))
+                                                  : shown.substr(0, semicolon + 1);
+      return Fail(at, "a malformed reference '" + std::string(shown) + "'");
+    }
+  }
+  return Fail(offset_of(text), "malformed text");
 }
 
 bool XmlScanner::CheckText(std::string_view text, bool reject_lt) const {
@@ -247,17 +271,19 @@ bool XmlScanner::CheckText(std::string_view text, bool reject_lt) const {
 
 bool XmlScanner::SkipMarkup(size_t& pos) {
   std::string_view rest = text_.substr(pos);
-  std::string_view closer;
-  if (rest.starts_with("<!--")) closer = "-->";
-  else if (rest.starts_with("<?")) closer = "?>";
-  else if (rest.starts_with("<!DOCTYPE") || rest.starts_with("<!doctype")) closer = ">";
-  else return false;
+  std::string_view closer, kind;
+  if (rest.starts_with("<!--")) closer = "-->", kind = "comment";
+  else if (rest.starts_with("<?")) closer = "?>", kind = "processing instruction";
+  else if (rest.starts_with("<!DOCTYPE") || rest.starts_with("<!doctype")) closer = ">", kind = "DOCTYPE";
+  else return Fail(pos, "a '<!' that opens no comment or DOCTYPE");
   size_t end = text_.find(closer, pos + 2);
-  if (end == std::string_view::npos) return false;
+  if (end == std::string_view::npos) return Fail(pos, "a " + std::string(kind) + " that is never closed");
   std::string_view body = text_.substr(pos, end - pos);
-  if (closer == ">" && body.find('[') != std::string_view::npos) return false;  // no internal subsets
+  if (closer == ">" && body.find('[') != std::string_view::npos) {
+    return Fail(pos, "a DOCTYPE with an internal subset");
+  }
   for (char c : body) {
-    if (IsForbiddenControl(static_cast<unsigned char>(c))) return false;
+    if (IsForbiddenControl(static_cast<unsigned char>(c))) return FailInText(body, false);
   }
   pos = end + closer.size();
   return true;
@@ -268,24 +294,27 @@ bool XmlScanner::ScanAttributes(size_t& pos, std::vector<XmlAttribute>& attribut
   while (true) {
     size_t spelling_start = pos;
     while (pos < size && IsBlank(text_[pos])) ++pos;
-    if (pos >= size) return false;
+    if (pos >= size) return Fail(pos, "the text ends inside a tag");
     char c = text_[pos];
     if (c == '>' || c == '/' || c == '?') return true;
-    if (pos == spelling_start || !IsNameStart(static_cast<unsigned char>(c))) return false;
+    if (pos == spelling_start) return Fail(pos, "no blank before an attribute");
+    if (!IsNameStart(static_cast<unsigned char>(c))) return Fail(pos, "a character that begins no attribute name");
     size_t name_start = pos;
     pos = NameEnd(text_, pos);
     std::string_view name(text_.data() + name_start, pos - name_start);
     while (pos < size && IsBlank(text_[pos])) ++pos;
-    if (pos >= size || text_[pos] != '=') return false;
+    if (pos >= size || text_[pos] != '=') return Fail(pos, "no '=' after the attribute " + std::string(name));
     ++pos;
     while (pos < size && IsBlank(text_[pos])) ++pos;
-    if (pos >= size || (text_[pos] != '"' && text_[pos] != '\'')) return false;
+    if (pos >= size || (text_[pos] != '"' && text_[pos] != '\'')) {
+      return Fail(pos, "the value of " + std::string(name) + " is not in quotes");
+    }
     char quote = text_[pos++];
     const char* end = static_cast<const char*>(std::memchr(text_.data() + pos, quote, size - pos));
-    if (end == nullptr) return false;
+    if (end == nullptr) return Fail(pos - 1, "the value of " + std::string(name) + " is never closed");
     size_t value_end = static_cast<size_t>(end - text_.data());
     std::string_view value(text_.data() + pos, value_end - pos);
-    if (!CheckText(value, true)) return false;
+    if (!CheckText(value, true)) return FailInText(value, true);
     pos = value_end + 1;
     attributes.push_back({name, value, std::string_view(text_.data() + spelling_start, pos - spelling_start)});
   }
@@ -299,29 +328,32 @@ bool XmlScanner::ScanTag(size_t pos, XmlToken& token, std::vector<XmlAttribute>&
   bool declaration = pos < size && text_[pos] == '?';
   if (closing || declaration) ++pos;
   size_t name_start = pos;
-  if (pos >= size || !IsNameStart(static_cast<unsigned char>(text_[pos]))) return false;
+  if (pos >= size || !IsNameStart(static_cast<unsigned char>(text_[pos]))) {
+    return Fail(start, "a '<' that begins no tag");
+  }
   pos = NameEnd(text_, pos);
   token.name = std::string_view(text_.data() + name_start, pos - name_start);
+  const std::string shown = "<" + std::string(text_.substr(start + 1, pos - start - 1)) + ">";
   if (closing) {
     while (pos < size && IsBlank(text_[pos])) ++pos;
-    if (pos >= size || text_[pos] != '>') return false;
-    token.kind = XmlToken::Kind::kEnd;
+    if (pos >= size || text_[pos] != '>') return Fail(start, "the end tag " + shown + " is malformed");
   } else {
     if (!ScanAttributes(pos, attributes)) return false;
     if (declaration) {
-      if (text_.substr(pos, 2) != "?>") return false;
+      if (text_.substr(pos, 2) != "?>") return Fail(start, "the declaration is malformed");
       ++pos;
       token.kind = XmlToken::Kind::kDeclaration;
     } else if (text_[pos] == '/') {
-      if (pos + 1 >= size || text_[pos + 1] != '>') return false;
+      if (pos + 1 >= size || text_[pos + 1] != '>') return Fail(start, "the tag " + shown + " is malformed");
       ++pos;
       token.kind = XmlToken::Kind::kEmpty;
     } else if (text_[pos] == '>') {
       token.kind = XmlToken::Kind::kStart;
     } else {
-      return false;
+      return Fail(start, "the tag " + shown + " is malformed");
     }
   }
+  if (closing) token.kind = XmlToken::Kind::kEnd;
   token.raw = text_.substr(start, pos + 1 - start);
   pos_ = pos + 1;
   return true;
@@ -331,23 +363,30 @@ bool XmlScanner::CheckNesting(XmlToken& token) {
   switch (token.kind) {
     case XmlToken::Kind::kDeclaration:
       // Only as the very first thing in the text, a byte-order mark aside.
-      return token.lead.data() == text_.data() && WithoutByteOrderMark(token.lead).empty() && !seen_root_;
+      if (token.lead.data() == text_.data() && WithoutByteOrderMark(token.lead).empty() && !seen_root_) return true;
+      return Fail(offset_of(token.raw), "an XML declaration after the start of the text");
     case XmlToken::Kind::kStart:
     case XmlToken::Kind::kEmpty:
-      if (root_closed_ || (open_.empty() && seen_root_)) return false;
+      if (root_closed_ || (open_.empty() && seen_root_)) {
+        return Fail(offset_of(token.raw), "<" + std::string(token.name) + "> after the root element has closed");
+      }
       seen_root_ = true;
       token.depth = open_.size();
       if (token.kind == XmlToken::Kind::kStart) open_.push_back(token.name);
       else root_closed_ = open_.empty();
       return true;
     case XmlToken::Kind::kEnd:
-      if (open_.empty() || open_.back() != token.name) return false;
+      if (open_.empty()) return Fail(offset_of(token.raw), "</" + std::string(token.name) + "> closes no element");
+      if (open_.back() != token.name) {
+        return Fail(offset_of(token.raw),
+                    "</" + std::string(token.name) + "> where </" + std::string(open_.back()) + "> was due");
+      }
       open_.pop_back();
       token.depth = open_.size();
       root_closed_ = open_.empty();
       return true;
   }
-  return false;
+  return Fail(offset_of(token.raw), "an unknown token");
 }
 
 bool XmlScanner::Next(XmlToken& token, std::vector<XmlAttribute>& attributes) {
@@ -359,26 +398,27 @@ bool XmlScanner::Next(XmlToken& token, std::vector<XmlAttribute>& attributes) {
     const char* lt = static_cast<const char*>(std::memchr(text_.data() + pos, '<', size - pos));
     size_t next = lt ? static_cast<size_t>(lt - text_.data()) : size;
     std::string_view between = text_.substr(pos, next - pos);
-    if (!CheckText(between)) return Fail();
+    if (!CheckText(between)) return FailInText(between, false);
     // Character data is only kept inside the root element.
     if (open_.empty()) {
       for (char c : WithoutByteOrderMark(between)) {
-        if (!IsBlank(c)) return Fail();
+        if (!IsBlank(c)) return Fail(offset_of(between), "text outside the root element");
       }
     }
     if (lt == nullptr) {
       pos_ = size;
-      if (!open_.empty() || !seen_root_) return Fail();
+      if (!open_.empty()) return Fail(size, "the text ends inside <" + std::string(open_.back()) + ">");
+      if (!seen_root_) return Fail(size, size == 0 ? "the file is empty" : "no root element");
       return false;
     }
     pos = next;
     if (pos + 1 < size && (text_[pos + 1] == '!' || (text_[pos + 1] == '?' && text_.substr(pos, 6) != "<?xml "))) {
-      if (!SkipMarkup(pos)) return Fail();
+      if (!SkipMarkup(pos)) return false;
       continue;
     }
     token.lead = text_.substr(lead_start_, next - lead_start_);
-    if (!ScanTag(next, token, attributes)) return Fail();
-    if (!CheckNesting(token)) return Fail();
+    if (!ScanTag(next, token, attributes)) return false;
+    if (!CheckNesting(token)) return false;
     lead_start_ = pos_;
     return true;
   }
@@ -391,6 +431,15 @@ bool IsWellFormedXml(std::string_view text) {
   while (scanner.Next(token, attributes)) {
   }
   return !scanner.failed();
+}
+
+int LineOfOffset(std::string_view text, size_t offset) {
+  offset = std::min(offset, text.size());
+  int line = 1;
+  for (size_t i = 0; i < offset; ++i) {
+    if (text[i] == '\n' || (text[i] == '\r' && (i + 1 >= text.size() || text[i + 1] != '\n'))) ++line;
+  }
+  return line;
 }
 
 }  // namespace zds

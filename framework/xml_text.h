@@ -39,20 +39,32 @@ struct XmlToken {
   size_t depth = 0;       // nesting depth of the element (root element: 0)
 };
 
+// Where a text stopped being well-formed and what was wrong there.
+struct XmlProblem {
+  size_t offset = 0;  // into the text
+  std::string what;   // "</item> closes <folder>", "a '<' in an attribute value", ...
+};
+
 class XmlScanner {
  public:
   explicit XmlScanner(std::string_view text) : text_(text) {}
 
   // The next token, with its attributes in `attributes` (cleared first).
-  // False at the end of the text or on malformed text; then failed() tells.
+  // False at the end of the text or on malformed text; then failed() tells,
+  // and problem() says where and why.
   bool Next(XmlToken& token, std::vector<XmlAttribute>& attributes);
   bool failed() const { return failed_; }
+  const XmlProblem& problem() const { return problem_; }
   // Text after the last token, valid once Next returned false without failure.
   std::string_view trailing() const { return text_.substr(lead_start_); }
   size_t offset_of(std::string_view piece) const { return static_cast<size_t>(piece.data() - text_.data()); }
 
  private:
-  bool Fail();
+  // Records the first problem met (a later one is its consequence) and
+  // fails the scan; false, for the caller to return.
+  bool Fail(size_t at, std::string what);
+  // The first byte of `text` (a view into the text) that CheckText refuses, with why.
+  bool FailInText(std::string_view text, bool reject_lt);
   std::string_view WithoutByteOrderMark(std::string_view lead) const;
   bool SkipMarkup(size_t& pos);  // comments, processing instructions, doctype
   bool ScanTag(size_t pos, XmlToken& token, std::vector<XmlAttribute>& attributes);
@@ -69,10 +81,15 @@ class XmlScanner {
   bool root_closed_ = false;
   bool seen_root_ = false;
   std::vector<std::string_view> open_;
+  XmlProblem problem_;
 };
 
 // Checks that `text` is one well-formed document in the subset the store uses.
 bool IsWellFormedXml(std::string_view text);
+
+// The line of the byte at `offset`, 1 for the first; CR LF, LF and a lone
+// CR each end a line.
+int LineOfOffset(std::string_view text, size_t offset);
 
 }  // namespace zds
 

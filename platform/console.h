@@ -11,6 +11,10 @@ namespace zds::platform {
 // (vCard's CR LF) and make a command's output differ by platform.
 void UseBinaryStandardStreams();
 
+// Whether standard output goes to a terminal, where a person reads it,
+// rather than to a file or a pipe.
+bool StandardOutputIsTerminal();
+
 }  // namespace zds::platform
 
 #endif  // ZDS_PLATFORM_CONSOLE_H_

@@ -21,7 +21,8 @@ bool IsSafeComponent(std::string_view component) {
 
 }  // namespace
 
-DataRoot::DataRoot(std::string native_root) : native_root_(std::move(native_root)) {}
+DataRoot::DataRoot(std::string native_root, RootAccess access)
+    : native_root_(std::move(native_root)), access_(access) {}
 
 std::optional<std::vector<std::string_view>> SplitStoredPath(std::string_view stored_path) {
   if (!stored_path.empty() && stored_path.front() == kSeparator) stored_path.remove_prefix(1);

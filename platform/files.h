@@ -40,6 +40,12 @@
 // advisory lock on POSIX, an open handle that denies other opens on
 // Windows), and cleanup deletes only what it can hold the same way, so a
 // save in progress in another process is never disturbed.
+//
+// A read-only root reads like any other and refuses every change: writes,
+// directories, deletes and moves fail, and RemoveLeftoverTemporaries
+// removes nothing. A host that only looks at a store opens it so; then
+// nothing it or the library does changes a file, whatever path the code
+// takes.
 
 #ifndef ZDS_PLATFORM_FILES_H_
 #define ZDS_PLATFORM_FILES_H_
@@ -55,13 +61,15 @@
 namespace zds::platform {
 
 enum class ReadStatus { kRead, kMissing, kFailed };
+enum class RootAccess { kReadWrite, kReadOnly };
 
 class DataRoot {
  public:
   // An empty native root refuses every stored path.
-  explicit DataRoot(std::string native_root);
+  explicit DataRoot(std::string native_root, RootAccess access = RootAccess::kReadWrite);
 
   const std::string& NativeRoot() const { return native_root_; }
+  bool IsReadOnly() const { return access_ == RootAccess::kReadOnly; }
 
   // The native path of a stored path, for messages: the root and each
   // component as it stands on disk (matched case-blind where needed), a
@@ -90,6 +98,7 @@ class DataRoot {
 
  private:
   std::string native_root_;
+  RootAccess access_;
 };
 
 // The components of a stored path ("\a\b" -> {"a", "b"}, the root -> {}),

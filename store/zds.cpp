@@ -75,10 +75,12 @@ bool CZDS::InitZDS() {
   return true;
 }
 
-bool CZDS::Fail(std::string_view step, std::string_view path, OpenResult result) {
-  failure_ = {step, std::string(path), result};
+bool CZDS::Fail(std::string_view step, std::string_view path, OpenResult result, FileProblem problem) {
+  failure_ = {step, std::string(path), result, std::move(problem)};
   return false;
 }
+
+bool CZDS::HasStore() const { return root_ && root_->FileExists(aidl_path_); }
 
 template <typename Doc>
 bool CZDS::OpenStartupDoc(std::unique_ptr<Doc>& slot, std::string_view step, std::string_view path,
@@ -89,14 +91,16 @@ bool CZDS::OpenStartupDoc(std::unique_ptr<Doc>& slot, std::string_view step, std
   doc->SetAutoSaveFlag(true);
   if constexpr (std::is_base_of_v<CCASDVFDLDoc, Doc>) doc->SetClassRegistry(&registry_);
   OpenResult result = OpenVFDLDoc(*doc, path, base_path);
-  if (!IsOpen(result)) return Fail(step, path, result);
+  if (!IsOpen(result)) return Fail(step, path, result, doc->GetOpenProblem());
   slot = std::move(doc);
   return true;
 }
 
-// Never loaded: the monitor only ever holds the current run.
+// Never loaded to be written: the monitor only ever holds the current run.
+// A reader sees the last run's.
 bool CZDS::InitMonitor() {
   monitor_.reset();
+  if (IsReadOnly()) return OpenStartupDoc(monitor_, "monitor", kMonitorFile);
   if (!root_ || !root_->CreateDirectories("")) return Fail("monitor", "", OpenResult::kUnwritable);
   auto monitor = std::make_unique<CMonitorDoc>();
   monitor->SetDataRoot(root_);
@@ -112,7 +116,7 @@ bool CZDS::InitMonitor() {
 bool CZDS::InitAIDL() {
   if (!OpenStartupDoc(aidl_, "service index", aidl_path_)) return false;
   aidl_->SetHostStrings(aidl_strings_);
-  if (monitor_ && monitor_->InsertRec("AIDL Init OK").empty()) {
+  if (monitor_ && !IsReadOnly() && monitor_->InsertRec("AIDL Init OK").empty()) {
     return Fail("monitor", kMonitorFile, OpenResult::kUnwritable);
   }
   return true;
@@ -124,6 +128,7 @@ bool CZDS::InitAIDL() {
 // start-up, as the documents opened on demand do.
 bool CZDS::InitSystemFolders() {
   if (!aidl_) return Fail("system folders", aidl_path_, OpenResult::kMissing);
+  if (IsReadOnly()) return true;  // a reader takes the folders as they are and opens their documents on demand
   for (const SystemFolderSetup& folder : kSystemFolders) {
     if (!(aidl_.get()->*folder.exists)()) {
       for (std::string_view directory : folder.directories) {
@@ -148,10 +153,10 @@ bool CZDS::InitAutoRun() { return OpenStartupDoc(autorun_, "auto-run list", kAut
 bool CZDS::InitATimer() {
   timer_index_.reset();
   if (!root_) return Fail("timer index", timer_dir_, OpenResult::kUnusable);
-  root_->CreateDirectories(timer_dir_);  // a failure shows as the index's own
+  if (!IsReadOnly()) root_->CreateDirectories(timer_dir_);  // a failure shows as the index's own
   std::string path = platform::JoinStoredPath(timer_dir_, kTimerIndexFile);
   if (!OpenStartupDoc(timer_index_, "timer index", path, timer_dir_)) return false;
-  timer_index_->AdjustByDate(info_window_);
+  if (!IsReadOnly()) timer_index_->AdjustByDate(info_window_);
   return true;
 }
 

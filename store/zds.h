@@ -9,6 +9,15 @@
 // one document (or making sure of the system folders); the first step that
 // fails ends it, leaving what was opened so far open, and GetStartupFailure
 // says which step it was and why.
+//
+// Reading: on a read-only data root (platform::RootAccess::kReadOnly) the
+// facade opens the store as it stands and changes no file. Each step opens
+// its document only when it exists (a missing one fails with kMissing),
+// the monitor is read rather than begun afresh, the system folders and the
+// timer index are not made up to date, documents behind nodes are opened
+// but never made, and an edit fails as its save does. A host that only
+// looks runs just the steps for the documents it shows, so a damaged
+// document it does not need stands in nobody's way.
 
 #ifndef ZDS_STORE_ZDS_H_
 #define ZDS_STORE_ZDS_H_
@@ -68,8 +77,12 @@ class CZDS {
     std::string_view step;  // "monitor", "service index", ...; empty after a clean start
     std::string path;       // the stored path of the document concerned
     OpenResult result = OpenResult::kLoaded;
+    FileProblem problem;    // for kUnusable: the line and what is wrong
   };
   const StartupFailure& GetStartupFailure() const { return failure_; }
+  // Whether the data root holds a store: its service index is there.
+  bool HasStore() const;
+  bool IsReadOnly() const { return root_ && root_->IsReadOnly(); }
 
   // The start-up steps, for a host that opens one document alone.
   [[nodiscard]] bool InitMonitor();
@@ -130,7 +143,7 @@ class CZDS {
   void CreateInfoWnd();
   void DestroyInfoWnd();
   void Relay(const platform::WindowMessage& message) const;
-  bool Fail(std::string_view step, std::string_view path, OpenResult result);
+  bool Fail(std::string_view step, std::string_view path, OpenResult result, FileProblem problem = {});
   // The common create-or-open sequence for a start-up document.
   template <typename Doc>
   bool OpenStartupDoc(std::unique_ptr<Doc>& slot, std::string_view step, std::string_view path,

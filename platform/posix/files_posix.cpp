@@ -541,6 +541,7 @@ bool DataRoot::WriteFileAtomic(std::string_view stored_path, std::string_view co
 
 bool DataRoot::WriteFileAtomicFromPieces(std::string_view stored_path,
                                          std::span<const std::string_view> pieces) const {
+  if (IsReadOnly()) return false;
   try {
     auto place = Locate(native_root_, stored_path, Goal::kEntry, true);
     return place && place->IsEntry() && !place->Is(S_IFDIR) && ReplaceAtomically(*place, pieces);
@@ -552,6 +553,7 @@ bool DataRoot::WriteFileAtomicFromPieces(std::string_view stored_path,
 // The root itself is made by its name, the one path this class hands the
 // system; everything below it relative to the handles.
 bool DataRoot::CreateDirectories(std::string_view stored_path) const {
+  if (IsReadOnly()) return false;
   if (!IsSafeStoredPath(stored_path) || native_root_.empty()) return false;
   file_calls::Report("mkdir", kPlainPath, native_root_);
   if (mkdir(native_root_.c_str(), 0777) != 0 && errno != EEXIST) return false;
@@ -560,12 +562,14 @@ bool DataRoot::CreateDirectories(std::string_view stored_path) const {
 }
 
 bool DataRoot::RemoveFile(std::string_view stored_path) const {
+  if (IsReadOnly()) return false;
   auto place = Locate(native_root_, stored_path, Goal::kEntryKeepLink, true);
   return place && place->exists && place->IsEntry() && !place->Is(S_IFDIR) &&
          UnlinkAt(place->directory.get(), place->name);
 }
 
 bool DataRoot::RenameFile(std::string_view from, std::string_view to) const {
+  if (IsReadOnly()) return false;
   auto source = Locate(native_root_, from, Goal::kEntryKeepLink, true);
   if (!source || !source->exists || !source->IsEntry()) return false;
   auto target = Locate(native_root_, to, Goal::kEntryKeepLink, true);
@@ -584,6 +588,7 @@ bool DataRoot::DirectoryExists(std::string_view stored_path) const {
 }
 
 size_t DataRoot::RemoveLeftoverTemporaries(std::string_view stored_path) const {
+  if (IsReadOnly()) return 0;
   auto place = Locate(native_root_, stored_path, Goal::kEntry, true);
   if (!place || !place->IsEntry()) return 0;
   const int directory = place->directory.get();

@@ -14,4 +14,6 @@ void UseBinaryStandardStreams() {
   _setmode(_fileno(stderr), _O_BINARY);
 }
 
+bool StandardOutputIsTerminal() { return _isatty(_fileno(stdout)) != 0; }
+
 }  // namespace zds::platform

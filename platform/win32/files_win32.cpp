@@ -562,6 +562,7 @@ bool DataRoot::WriteFileAtomic(std::string_view stored_path, std::string_view co
 
 bool DataRoot::WriteFileAtomicFromPieces(std::string_view stored_path,
                                          std::span<const std::string_view> pieces) const {
+  if (IsReadOnly()) return false;
   try {
     auto place = Locate(native_root_, stored_path, Goal::kEntry, true);
     return place && place->IsEntry() && !place->IsDirectory() && ReplaceAtomically(*place, pieces);
@@ -573,6 +574,7 @@ bool DataRoot::WriteFileAtomicFromPieces(std::string_view stored_path,
 // The root itself is made by its name, the one path this class hands the
 // system; everything below it relative to the handles.
 bool DataRoot::CreateDirectories(std::string_view stored_path) const {
+  if (IsReadOnly()) return false;
   if (!IsSafeStoredPath(stored_path) || native_root_.empty()) return false;
   file_calls::Report("CreateDirectoryA", kPlainPath, native_root_);
   if (!CreateDirectoryA(native_root_.c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS) return false;
@@ -583,6 +585,7 @@ bool DataRoot::CreateDirectories(std::string_view stored_path) const {
 // Only a file: a directory, or a junction standing for one, is never
 // deleted here.
 bool DataRoot::RemoveFile(std::string_view stored_path) const {
+  if (IsReadOnly()) return false;
   auto place = Locate(native_root_, stored_path, Goal::kEntryKeepLink, true);
   if (!place || !place->IsEntry() || !place->IsFile()) return false;
   NTSTATUS status;
@@ -592,6 +595,7 @@ bool DataRoot::RemoveFile(std::string_view stored_path) const {
 }
 
 bool DataRoot::RenameFile(std::string_view from, std::string_view to) const {
+  if (IsReadOnly()) return false;
   auto source = Locate(native_root_, from, Goal::kEntryKeepLink, true);
   if (!source || !source->exists || !source->IsEntry()) return false;
   auto target = Locate(native_root_, to, Goal::kEntryKeepLink, true);
@@ -613,6 +617,7 @@ bool DataRoot::DirectoryExists(std::string_view stored_path) const {
 }
 
 size_t DataRoot::RemoveLeftoverTemporaries(std::string_view stored_path) const {
+  if (IsReadOnly()) return 0;
   auto place = Locate(native_root_, stored_path, Goal::kEntry, true);
   if (!place || !place->IsEntry()) return 0;
   std::vector<std::string> candidates;

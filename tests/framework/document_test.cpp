@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
@@ -167,6 +169,9 @@ TEST(DamagedFileTest, EachIsRefusedAndLeftUntouchedAsIsEveryTruncation) {
       doc.SetAutoSaveFlag(auto_save);
       EXPECT_EQ(doc.LoadXMLDoc("\\notes.xml"), OpenResult::kUnusable);
       EXPECT_EQ(doc.GetRoot(), nullptr) << "nothing of it is loaded";
+      EXPECT_EQ(doc.GetOpenProblem().path, "\\notes.xml");
+      EXPECT_GE(doc.GetOpenProblem().line, 1);
+      EXPECT_NE(doc.GetOpenProblem().what, "");
       EXPECT_EQ(OpenVFDLDoc(doc, "\\notes.xml", ""), OpenResult::kUnusable);
       EXPECT_FALSE(doc.SaveXMLDoc());
       EXPECT_EQ(doc.AddRec("kov:\\Notes\\0001", MakeNote("x", "y"), true), "");
@@ -182,6 +187,54 @@ TEST(DamagedFileTest, EachIsRefusedAndLeftUntouchedAsIsEveryTruncation) {
   }
   EXPECT_EQ(doc.GetXml(), kRich);
   EXPECT_NE(doc.GetNodeByPos("kov:\\Notes\\0002"), nullptr);
+}
+
+// The reason names the line where reading stopped and what stood there.
+TEST(DamagedFileTest, TheProblemNamesTheLineAndWhatIsWrong) {
+  const std::string good(test::kNoteTemplate);
+  const int last_line = static_cast<int>(std::count(good.begin(), good.end(), '\n'));
+  const struct {
+    const char* name;
+    std::string text;
+    int line;
+    const char* what;
+  } cases[] = {
+      {"empty", "", 1, "the file is empty"},
+      {"mis-nested", Replace(good, "</folder>\r\n</folder>", "</notes>\r\n</folder>"), last_line - 2,
+       "</notes> where </folder> was due"},
+      {"bare ampersand", Replace(good, "Schedule", "A & B"), 4, "a malformed reference '&'"},
+      {"wrong root tag", Replace(Replace(good, "<notes", "<aidl"), "</notes>", "</aidl>"), 2,
+       "the root element is <aidl>, not <notes>"},
+      {"truncated after the root folder", good.substr(0, good.find("</notes>")), last_line,
+       "the text ends inside <notes>"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    NoteDoc doc;
+    EXPECT_FALSE(doc.SetXml(c.text));
+    EXPECT_EQ(doc.GetOpenProblem().line, c.line);
+    EXPECT_EQ(doc.GetOpenProblem().what, c.what);
+  }
+}
+
+// A reader's root: a missing document is not made, a loaded one not saved,
+// and nothing is left or removed on disk.
+TEST(CreateOrOpenTest, AReadOnlyRootCreatesRemovesAndWritesNothing) {
+  TempRoot temp;
+  temp.Write("notes.xml", std::string(test::kNoteTemplate));
+  temp.Write("notes.xml.tmp-0123456789abcdef", "a leftover");
+  auto reader = std::make_shared<platform::DataRoot>(temp.root()->NativeRoot(), platform::RootAccess::kReadOnly);
+  NoteDoc missing, present;
+  missing.SetDataRoot(reader);
+  present.SetDataRoot(reader);
+  present.SetAutoSaveFlag(true);
+  EXPECT_EQ(OpenVFDLDoc(missing, "\\other.xml", ""), OpenResult::kMissing);
+  EXPECT_EQ(OpenVFDLDoc(present, "\\notes.xml", ""), OpenResult::kLoaded);
+  EXPECT_EQ(present.AddRec("kov:\\Notes\\0001", MakeNote("x", "y"), true), "") << "its save fails, so the edit does";
+  EXPECT_FALSE(reader->CreateDirectories("\\sub"));
+  EXPECT_FALSE(reader->RemoveFile("\\notes.xml"));
+  EXPECT_EQ(temp.Read("notes.xml"), test::kNoteTemplate);
+  EXPECT_EQ(temp.Files(), (std::vector<std::string>{"root/notes.xml", "root/notes.xml.tmp-0123456789abcdef"}));
 }
 
 // Without auto-save the caller saves, or asks for a save with an edit's
