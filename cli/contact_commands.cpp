@@ -1,91 +1,45 @@
-#include "cli/contact_commands.h"
+// The address book's books and contacts, and vCard in and out.
 
-#include <algorithm>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <optional>
 #include <string_view>
 
 #include "cli/command_text.h"
-#include "cli/store_commands.h"
+#include "cli/commands.h"
 #include "zds/contacts/vcard.h"
-#include "zds/store/zds.h"
 
 namespace zds::cli {
 namespace {
 
-// The arguments after a verb: options with a value, and the rest in order.
-struct Arguments {
-  std::vector<std::pair<std::string, std::string>> options;
-  std::vector<std::string> plain;
-  std::string problem;  // set when they cannot be read
-
-  std::vector<std::string> All(std::string_view option) const {
-    std::vector<std::string> values;
-    for (const auto& [name, value] : options) {
-      if (name == option) values.push_back(value);
-    }
-    return values;
-  }
-  std::optional<std::string> One(std::string_view option) const {
-    std::vector<std::string> values = All(option);
-    if (values.empty()) return std::nullopt;
-    return values.back();
-  }
-};
-
-Arguments ReadArguments(const std::vector<std::string>& args, const std::vector<std::string_view>& known) {
-  Arguments read;
-  for (size_t i = 1; i < args.size(); ++i) {
-    if (!args[i].starts_with("--")) {
-      read.plain.push_back(args[i]);
-    } else if (std::find(known.begin(), known.end(), args[i]) == known.end()) {
-      read.problem = "unknown option " + args[i];
-    } else if (i + 1 == args.size()) {
-      read.problem = args[i] + " needs a value";
-    } else {
-      read.options.emplace_back(args[i], args[i + 1]);
-      ++i;
-    }
-  }
-  return read;
-}
-
-// The facade with the service index and the address book open.
+// The address book of a facade, and the books and contacts in it.
 class Store {
  public:
-  explicit Store(const DataRootPtr& root) { facade_.SetDataRoot(root); }
+  Store(Call& call, CZDS& facade) : call_(call), facade_(facade), book_(facade.GetAdrBookDoc()) {}
 
-  // False, with a line on `err`, when there is no store or no address book.
-  bool Open(std::ostream& err) {
-    if (!facade_.GetDataRoot()->FileExists(facade_.GetAIDLPath())) {
-      err << "zds: no store at " << facade_.GetDataRoot()->NativeRoot() << " (run 'zds init' first)\n";
-      return false;
-    }
-    if (!facade_.InitAIDL()) {
-      err << DescribeStartupFailure(facade_) << '\n';
-      return false;
-    }
-    book_ = facade_.GetAdrBookDoc();
-    if (book_ == nullptr) err << "zds: the address book cannot be opened or made\n";
+  // False, with a line on the error stream, when there is no address book.
+  bool Open() {
+    if (book_ == nullptr) call_.Refuse("the address book cannot be opened");
     return book_ != nullptr;
   }
   CZDS& facade() { return facade_; }
   CAdrBookDoc& books() { return *book_; }
 
-  // The named book's document, or the default book's; null with a line on `err`.
-  CPIDLDoc* Book(const std::optional<std::string>& name, std::ostream& err) {
+  // The named book's document, or the default book's; null with a line.
+  CPIDLDoc* Book(const std::optional<std::string>& name) {
     CAdrBookFolder* folder = name ? book_->FindBook(*name) : book_->GetDefaultBook();
     if (folder == nullptr) {
-      err << (name ? "zds: no book named " + *name : std::string("zds: no book yet (zds book add NAME)")) << '\n';
+      call_.Refuse(name ? "no book named " + *name : std::string("no book yet (zds book add NAME)"));
       return nullptr;
     }
     CPIDLDoc* doc = book_->GetPIDLDoc(*folder);
-    if (doc == nullptr) err << "zds: the book " << folder->GetAlias() << " cannot be opened\n";
+    if (doc == nullptr) call_.Refuse("the book " + folder->GetAlias() + " cannot be opened");
     return doc;
   }
-  // The contact at a position, in any book.
-  const CPIDLRec* Contact(const std::string& pos) {
+  // The contact at a typed position, in any book.
+  const CPIDLRec* Contact(const std::string& typed) {
+    const std::string pos = StoredPos(typed);
     book_->LoadAllPIDLDocs();
     for (CAdrBookFolder& folder : book_->GetBooks()) {
       const CPIDLDoc* book = book_->GetExpandedDoc<CPIDLDoc>(folder);
@@ -95,9 +49,22 @@ class Store {
   }
 
  private:
-  CZDS facade_;
+  Call& call_;
+  CZDS& facade_;
   CAdrBookDoc* book_ = nullptr;
 };
+
+// Runs `work` on the store's address book: read-only for a command that
+// reads, through RunEdit for one that changes it.
+int WithBooks(Call& call, const std::function<int(Store&)>& work) {
+  auto run = [&](CZDS& facade) {
+    Store store(call, facade);
+    return store.Open() ? work(store) : 1;
+  };
+  if (call.spec().store == StoreUse::kEdits) return RunEdit(call, run);
+  std::unique_ptr<CZDS> facade = OpenReader(call);
+  return facade ? run(*facade) : 1;
+}
 
 std::string JoinValues(const std::vector<CContactItem>& items) {
   std::string joined;
@@ -119,181 +86,188 @@ std::string Typing(const CContactTyping& typing) {
 
 // ---- book ----
 
-int BookAdd(Store& store, const Arguments& args, std::ostream& out, std::ostream& err) {
-  if (args.plain.size() != 1) return Usage(err, "book add takes one NAME");
-  if (store.books().FindBook(args.plain[0])) return Refuse(err, "a book named " + args.plain[0] + " exists");
-  std::string pos = store.books().AddBook(args.plain[0]);
-  if (pos.empty()) return Refuse(err, "cannot add the book " + args.plain[0]);
-  out << pos << '\n';
-  return 0;
+int BookAdd(Call& call) {
+  return WithBooks(call, [&call](Store& store) {
+    const std::string& name = call.operand(0);
+    if (store.books().FindBook(name)) return call.Refuse("a book named " + name + " exists");
+    std::string pos = store.books().AddBook(name);
+    if (pos.empty()) return call.Refuse("cannot add the book " + name);
+    call.out() << ShownPos(pos) << '\n';
+    return 0;
+  });
 }
 
-int BookList(Store& store, std::ostream& out) {
-  for (CAdrBookFolder& folder : store.books().GetBooks()) {
-    std::string count = "-";
-    if (const CPIDLDoc* doc = store.books().GetPIDLDoc(folder)) {
-      count = std::to_string(std::distance(doc->Recs().begin(), doc->Recs().end()));
+int BookList(Call& call) {
+  return WithBooks(call, [&call](Store& store) {
+    Listing listing(call, {"position", "name", "contacts", "default"});
+    for (CAdrBookFolder& folder : store.books().GetBooks()) {
+      std::string count = "-";
+      if (const CPIDLDoc* doc = store.books().GetPIDLDoc(folder)) {
+        count = std::to_string(std::distance(doc->Recs().begin(), doc->Recs().end()));
+      }
+      listing.Row({ShownPos(folder.GetPos()), folder.GetAlias(), count,
+                   folder.GetExtendFolder().default_book ? "yes" : "no"});
     }
-    out << Field(folder.GetAlias()) << '\t' << count << '\t'
-        << (folder.GetExtendFolder().default_book ? "yes" : "no") << '\n';
-  }
-  return 0;
+    return listing.Finish();
+  });
 }
 
 // ---- contact ----
 
-int ContactAdd(Store& store, const Arguments& args, std::ostream& out, std::ostream& err) {
-  std::optional<std::string> name = args.One("--name");
-  if (!name || !args.plain.empty()) return Usage(err, "contact add needs --name TEXT and takes no other argument");
-  CPIDLDoc* book = store.Book(args.One("--book"), err);
-  if (book == nullptr) return 1;
-  CPIDLRec contact;
-  contact.SetAlias(*name);
-  contact.SetAttribute(kAttrNormal);
-  for (const std::string& email : args.All("--email")) contact.GetExtendRec().emails.push_back({email, {}});
-  for (const std::string& phone : args.All("--phone")) contact.GetExtendRec().phones.push_back({phone, {}});
-  std::string pos = book->AddRec(book->GetRoot()->GetPos(), contact, false);
-  if (pos.empty()) return Refuse(err, "cannot save the contact");
-  out << pos << '\n';
-  return 0;
-}
-
-int ContactList(Store& store, const Arguments& args, std::ostream& out, std::ostream& err) {
-  if (args.plain.size() > 1) return Usage(err, "contact ls takes at most one BOOK");
-  std::vector<CPIDLDoc*> books;
-  if (!args.plain.empty()) {
-    CPIDLDoc* book = store.Book(args.plain[0], err);
+int ContactAdd(Call& call) {
+  return WithBooks(call, [&call](Store& store) {
+    CPIDLDoc* book = store.Book(call.Value("--book"));
     if (book == nullptr) return 1;
-    books.push_back(book);
-  } else {
-    for (CAdrBookFolder& folder : store.books().GetBooks()) {
-      if (CPIDLDoc* book = store.books().GetPIDLDoc(folder)) books.push_back(book);
-    }
-  }
-  for (const CPIDLDoc* book : books) {
-    for (const CPIDLRec& contact : book->Recs()) {
-      out << contact.GetPos() << '\t' << Field(contact.GetAlias()) << '\t' << JoinValues(contact.GetExtendRec().emails)
-          << '\t' << JoinValues(contact.GetExtendRec().phones) << '\n';
-    }
-  }
-  return 0;
-}
-
-// "name: value" lines, the typing of an entry after a tab; empty fields left out.
-void PrintContact(const CPIDLRec& contact, std::ostream& out) {
-  const CPIDLExtendRec& fields = contact.GetExtendRec();
-  auto line = [&out](std::string_view name, std::string_view value, std::string_view typing = {}) {
-    if (value.empty()) return;
-    out << name << ": " << Field(value);
-    if (!typing.empty()) out << '\t' << typing;
-    out << '\n';
-  };
-  line("position", contact.GetPos());
-  line("name", contact.GetAlias());
-  for (auto [name, value] : {std::pair<std::string_view, const std::string*>{"uid", &fields.uid},
-                             {"family", &fields.family_name}, {"given", &fields.given_name},
-                             {"additional", &fields.additional_names}, {"prefix", &fields.honorific_prefixes},
-                             {"suffix", &fields.honorific_suffixes}, {"nickname", &fields.nickname},
-                             {"organization", &fields.organization}, {"department", &fields.department},
-                             {"title", &fields.title}, {"url", &fields.url}, {"birthday", &fields.birthday},
-                             {"note", &fields.note}}) {
-    line(name, *value);
-  }
-  for (const CContactItem& email : fields.emails) line("email", email.value, Typing(email.typing));
-  for (const CContactItem& phone : fields.phones) line("phone", phone.value, Typing(phone.typing));
-  for (const CContactAddress& a : fields.addresses) {
-    line("address", a.po_box + ";" + a.extended + ";" + a.street + ";" + a.locality + ";" + a.region + ";" +
-                        a.postal_code + ";" + a.country, Typing(a.typing));
-  }
-  for (const std::string& extra : fields.extra_lines) line("vcard", extra);
-}
-
-int ContactShow(Store& store, const Arguments& args, std::ostream& out, std::ostream& err) {
-  if (args.plain.size() != 1) return Usage(err, "contact show takes one POSITION");
-  const CPIDLRec* contact = store.Contact(args.plain[0]);
-  if (contact == nullptr) return Refuse(err, "no contact at " + args.plain[0]);
-  PrintContact(*contact, out);
-  return 0;
-}
-
-int ContactRemove(Store& store, const Arguments& args, std::ostream&, std::ostream& err) {
-  if (args.plain.size() != 1) return Usage(err, "contact rm takes one POSITION");
-  const CPIDLRec* contact = store.Contact(args.plain[0]);
-  if (contact == nullptr) return Refuse(err, "no contact at " + args.plain[0]);
-  if (!contact->GetDoc()->DelRec(contact->GetPos())) return Refuse(err, "cannot save the book without the contact");
-  return 0;
-}
-
-int ContactFind(Store& store, const Arguments& args, std::ostream& out, std::ostream& err) {
-  if (args.plain.size() != 1) return Usage(err, "contact find takes one EMAIL");
-  const CVFDLNode* contact = store.facade().FindAdrByEmail(args.plain[0]);
-  if (contact == nullptr) return Refuse(err, "no contact has the address " + args.plain[0]);
-  out << contact->GetPos() << '\t' << Field(contact->GetAlias()) << '\n';
-  return 0;
-}
-
-int ContactExport(Store& store, const Arguments& args, std::ostream& out, std::ostream& err) {
-  if (args.plain.size() > 1) return Usage(err, "contact export takes at most one BOOK");
-  if (args.plain.empty()) {
-    out << ExportVCards(store.books());  // its own CR LF line ends, carried as they are
+    CPIDLRec contact;
+    contact.SetAlias(*call.Value("--name"));
+    contact.SetAttribute(kAttrNormal);
+    for (const std::string& email : call.Values("--email")) contact.GetExtendRec().emails.push_back({email, {}});
+    for (const std::string& phone : call.Values("--phone")) contact.GetExtendRec().phones.push_back({phone, {}});
+    std::string pos = book->AddRec(book->GetRoot()->GetPos(), contact, false);
+    if (pos.empty()) return call.Refuse("cannot save the contact");
+    call.out() << ShownPos(pos) << '\n';
     return 0;
-  }
-  CPIDLDoc* book = store.Book(args.plain[0], err);
-  if (book == nullptr) return 1;
-  out << ExportVCards(*book);
-  return 0;
+  });
 }
 
-int ContactImport(Store& store, const Arguments& args, std::ostream& out, std::ostream& err) {
-  if (args.plain.size() != 1) return Usage(err, "contact import takes one FILE");
-  std::ifstream file(args.plain[0], std::ios::binary);
-  if (!file) return Refuse(err, "cannot read " + args.plain[0]);
-  std::string text(std::istreambuf_iterator<char>(file), {});
-  CPIDLDoc* book = store.Book(args.One("--book"), err);
-  if (book == nullptr) return 1;
-  VCardImportResult result = ImportVCards(*book, text);
-  out << result.read << " read, " << result.refused << " refused\n";
-  return result.read == 0 && result.refused > 0 ? 1 : 0;
+int ContactList(Call& call) {
+  return WithBooks(call, [&call](Store& store) {
+    std::vector<CPIDLDoc*> books;
+    if (call.operand_count() == 1) {
+      CPIDLDoc* book = store.Book(call.operand(0));
+      if (book == nullptr) return 1;
+      books.push_back(book);
+    } else {
+      for (CAdrBookFolder& folder : store.books().GetBooks()) {
+        if (CPIDLDoc* book = store.books().GetPIDLDoc(folder)) books.push_back(book);
+      }
+    }
+    Listing listing(call, {"position", "name", "emails", "phones"});
+    for (const CPIDLDoc* book : books) {
+      for (const CPIDLRec& contact : book->Recs()) {
+        listing.Row({ShownPos(contact.GetPos()), contact.GetAlias(), JoinValues(contact.GetExtendRec().emails),
+                     JoinValues(contact.GetExtendRec().phones)});
+      }
+    }
+    return listing.Finish();
+  });
+}
+
+// A value with its typing after it, when it has one beyond "other".
+std::string Typed(const std::string& value, const CContactTyping& typing) {
+  const std::string text = Typing(typing);
+  return text == "other" ? value : value + " (" + text + ")";
+}
+
+int ContactShow(Call& call) {
+  return WithBooks(call, [&call](Store& store) {
+    const CPIDLRec* contact = store.Contact(call.operand(0));
+    if (contact == nullptr) return call.Refuse("no contact at " + call.operand(0));
+    const CPIDLExtendRec& fields = contact->GetExtendRec();
+    ShownItem item(call);
+    item.Add("position", ShownPos(contact->GetPos()));
+    item.Add("name", contact->GetAlias());
+    for (const CContactItem& email : fields.emails) item.Add("email", Typed(email.value, email.typing), true, true);
+    for (const CContactItem& phone : fields.phones) item.Add("phone", Typed(phone.value, phone.typing), true, true);
+    for (const CContactAddress& a : fields.addresses) {
+      const std::string joined = a.po_box + ";" + a.extended + ";" + a.street + ";" + a.locality + ";" + a.region +
+                                 ";" + a.postal_code + ";" + a.country;
+      item.Add("address", Typed(joined, a.typing), true, true);
+    }
+    for (auto [name, value, needed] :
+         {std::tuple<std::string_view, const std::string*, bool>{"nickname", &fields.nickname, true},
+          {"organization", &fields.organization, true}, {"department", &fields.department, false},
+          {"title", &fields.title, true}, {"url", &fields.url, true}, {"birthday", &fields.birthday, true},
+          {"note", &fields.note, true}, {"uid", &fields.uid, false}, {"family", &fields.family_name, false},
+          {"given", &fields.given_name, false}, {"additional", &fields.additional_names, false},
+          {"prefix", &fields.honorific_prefixes, false}, {"suffix", &fields.honorific_suffixes, false}}) {
+      item.Add(std::string(name), *value, needed);
+    }
+    for (const std::string& extra : fields.extra_lines) item.Add("vcard", extra, false, true);
+    return item.Finish();
+  });
+}
+
+int ContactRemove(Call& call) {
+  return WithBooks(call, [&call](Store& store) {
+    const CPIDLRec* contact = store.Contact(call.operand(0));
+    if (contact == nullptr) return call.Refuse("no contact at " + call.operand(0));
+    if (!contact->GetDoc()->DelRec(contact->GetPos())) return call.Refuse("cannot save the book without the contact");
+    return 0;
+  });
+}
+
+int ContactFind(Call& call) {
+  return WithBooks(call, [&call](Store& store) {
+    const CVFDLNode* contact = store.facade().FindAdrByEmail(call.operand(0));
+    if (contact == nullptr) return call.Refuse("no contact has the address " + call.operand(0));
+    Listing listing(call, {"position", "name"});
+    listing.Row({ShownPos(contact->GetPos()), contact->GetAlias()});
+    return listing.Finish();
+  });
+}
+
+int ContactExport(Call& call) {
+  return WithBooks(call, [&call](Store& store) {
+    if (call.operand_count() == 0) {
+      call.out() << ExportVCards(store.books());  // its own CR LF line ends, carried as they are
+      return 0;
+    }
+    CPIDLDoc* book = store.Book(call.operand(0));
+    if (book == nullptr) return 1;
+    call.out() << ExportVCards(*book);
+    return 0;
+  });
+}
+
+int ContactImport(Call& call) {
+  std::ifstream file(call.operand(0), std::ios::binary);
+  if (!file) return call.Refuse("cannot read " + call.operand(0));
+  const std::string text(std::istreambuf_iterator<char>(file), {});
+  if (text.find("BEGIN:VCARD") == std::string::npos && text.find("begin:vcard") == std::string::npos) {
+    return call.Refuse(call.operand(0) + " holds no vCard");
+  }
+  return WithBooks(call, [&](Store& store) {
+    CPIDLDoc* book = store.Book(call.Value("--book"));
+    if (book == nullptr) return 1;
+    VCardImportResult result = ImportVCards(*book, text);
+    call.out() << result.read << " read, " << result.refused << " refused\n";
+    return result.read == 0 ? 1 : 0;
+  });
 }
 
 }  // namespace
 
-int RunBookCommand(const DataRootPtr& root, const std::vector<std::string>& args, std::ostream& out,
-                   std::ostream& err) {
-  if (args.empty()) return Usage(err, "book needs a verb: add, ls");
-  Arguments read = ReadArguments(args, {});
-  if (!read.problem.empty()) return Usage(err, read.problem);
-  if (args[0] != "add" && args[0] != "ls") return Usage(err, "unknown book verb '" + args[0] + "'");
-  if (args[0] == "ls" && !read.plain.empty()) return Usage(err, "book ls takes no argument");
-  Store store(root);
-  if (!store.Open(err)) return 1;
-  return args[0] == "add" ? BookAdd(store, read, out, err) : BookList(store, out);
-}
-
-int RunContactCommand(const DataRootPtr& root, const std::vector<std::string>& args, std::ostream& out,
-                      std::ostream& err) {
-  struct Verb {
-    std::string_view name;
-    int (*run)(Store&, const Arguments&, std::ostream&, std::ostream&);
-    std::vector<std::string_view> options;
-  };
-  static const Verb kVerbs[] = {
-      {"add", &ContactAdd, {"--book", "--name", "--email", "--phone"}},
-      {"ls", &ContactList, {}},
-      {"show", &ContactShow, {}},
-      {"rm", &ContactRemove, {}},
-      {"find", &ContactFind, {}},
-      {"export", &ContactExport, {}},
-      {"import", &ContactImport, {"--book"}},
-  };
-  if (args.empty()) return Usage(err, "contact needs a verb: add, ls, show, rm, find, export, import");
-  auto verb = std::find_if(std::begin(kVerbs), std::end(kVerbs), [&](const Verb& v) { return v.name == args[0]; });
-  if (verb == std::end(kVerbs)) return Usage(err, "unknown contact verb '" + args[0] + "'");
-  Arguments read = ReadArguments(args, verb->options);
-  if (!read.problem.empty()) return Usage(err, read.problem);
-  Store store(root);
-  if (!store.Open(err)) return 1;
-  return verb->run(store, read, out, err);
+void AddContactCommands(CommandTable& table) {
+  const OptionSpec book_option{"--book", "NAME", "the book (default: the default book)"};
+  table.Add({.noun = "book", .verb = "add", .operands = "NAME", .min_operands = 1, .max_operands = 1,
+             .summary = "add a book and print its position", .store = StoreUse::kEdits, .run = BookAdd});
+  table.Add({.noun = "book", .verb = "ls", .summary = "list the books: name, contacts, default",
+             .output = Output::kList, .run = BookList});
+  table.Add({.noun = "contact",
+             .verb = "add",
+             .summary = "add a contact and print its position",
+             .options = {book_option,
+                         {"--name", "TEXT", "the name shown", true},
+                         {"--email", "ADDR", "an e-mail address", false, true},
+                         {"--phone", "NUMBER", "a phone number", false, true}},
+             .store = StoreUse::kEdits,
+             .run = ContactAdd});
+  table.Add({.noun = "contact", .verb = "ls", .operands = "[BOOK]", .max_operands = 1,
+             .summary = "list the contacts of a book, or of every book", .output = Output::kList,
+             .run = ContactList});
+  table.Add({.noun = "contact", .verb = "show", .operands = "POSITION", .min_operands = 1, .max_operands = 1,
+             .summary = "print a contact's fields", .output = Output::kShow, .run = ContactShow});
+  table.Add({.noun = "contact", .verb = "rm", .operands = "POSITION", .min_operands = 1, .max_operands = 1,
+             .summary = "delete a contact", .store = StoreUse::kEdits, .run = ContactRemove});
+  table.Add({.noun = "contact", .verb = "find", .operands = "EMAIL", .min_operands = 1, .max_operands = 1,
+             .summary = "the first contact, books in order, with the address (case-blind)",
+             .output = Output::kList, .run = ContactFind});
+  table.Add({.noun = "contact", .verb = "export", .operands = "[BOOK]", .max_operands = 1,
+             .summary = "a book, or every book, as vCard 4.0", .run = ContactExport});
+  table.Add({.noun = "contact", .verb = "import", .operands = "FILE", .min_operands = 1, .max_operands = 1,
+             .summary = "read the vCard 3.0 or 4.0 cards of FILE into a book", .options = {book_option},
+             .store = StoreUse::kEdits, .run = ContactImport});
 }
 
 }  // namespace zds::cli

@@ -1,54 +1,19 @@
-#include "cli/cycle_command.h"
+// `zds cycle`: what a stored recurrence rule means, without a store.
 
 #include <cctype>
 #include <climits>
 #include <cstdlib>
-#include <optional>
 
 #include "cli/command_text.h"
+#include "cli/commands.h"
+#include "cli/rule_words.h"
 #include "zds/recurrence/cycle_arithmetic.h"
 #include "zds/recurrence/cycle_format.h"
 #include "zds/recurrence/sche_cycle_rec.h"
 #include "zds/timers/timer_cycle_rec.h"
 
 namespace zds::cli {
-
 namespace {
-
-constexpr int kMalformed = 2;
-constexpr int kRefused = 1;
-
-struct Call {
-  std::string verb;
-  bool timer = false;
-  bool no_maps = false;
-  std::optional<std::string> to;
-  std::vector<std::string> words;  // the positional arguments
-};
-
-bool ParseCall(const std::vector<std::string>& args, Call& call, std::string& problem) {
-  if (args.empty()) {
-    problem = "missing subcommand (describe, range, find, before, on)";
-    return false;
-  }
-  call.verb = args[0];
-  size_t i = 1;
-  for (; i < args.size() && args[i].rfind("--", 0) == 0; ++i) {
-    bool timer_verb = call.verb == "range" || call.verb == "find";
-    if (args[i] == "--timer" && timer_verb) {
-      call.timer = true;
-    } else if (args[i] == "--no-maps" && timer_verb) {
-      call.no_maps = true;
-    } else if (args[i] == "--to" && call.verb == "on" && i + 1 < args.size()) {
-      call.to = args[++i];
-    } else {
-      problem = "unknown option " + args[i] + " for " + call.verb;
-      return false;
-    }
-  }
-  call.words.assign(args.begin() + static_cast<std::ptrdiff_t>(i), args.end());
-  return true;
-}
 
 bool ParseNumber(const std::string& text, int& number) {
   size_t digits = text.size() > 0 && text[0] == '-' ? 1 : 0;
@@ -62,17 +27,16 @@ bool ParseNumber(const std::string& text, int& number) {
   return true;
 }
 
-CScheCycleRec ReadRule(const std::vector<std::string>& words, size_t first) {
-  CScheCycleRec rec;
-  CCycleFormat::AnalyseCycleType(words[first], rec.cycle_type);
-  CCycleFormat::AnalyseCycleEvent(words[first + 1], rec.cycle_event);
-  CCycleFormat::AnalyseCycleRange(words[first + 2], rec.cycle_range);
-  for (size_t i = first + 3; i < words.size(); ++i) {
-    CCycleMap map;
-    CCycleFormat::AnalyseCycleMap(words[i], map);
-    rec.maps.Add(map);
+// The rule in the operands from `first` on; the exit status when it is refused.
+std::optional<int> ReadRule(Call& call, size_t first, CScheCycleRec& rule) {
+  const std::vector<std::string>& words = call.operands();
+  std::string problem;
+  const auto at = words.begin() + static_cast<std::ptrdiff_t>(first);
+  if (!ReadRuleWords({at, at + 3}, {at + 3, words.end()}, rule, problem)) return call.Usage(problem);
+  if (rule.cycle_type.type == kCycleWeek && !cycle::HasSelectedWeekday(rule.cycle_event)) {
+    return call.Refuse("the weekly rule selects no day of the week");
   }
-  return rec;
+  return std::nullopt;
 }
 
 template <typename Rec>
@@ -88,61 +52,74 @@ void PrintRange(const Rec& rec, int number, bool use_maps, std::ostream& out) {
   }
 }
 
-// Runs a parsed call whose words hold a lead argument and a rule.
-int Answer(const Call& call, CScheCycleRec& rec, std::ostream& out, std::ostream& err) {
-  const std::string& lead = call.words[0];
+int Describe(Call& call) {
+  CScheCycleRec rule;
+  if (std::optional<int> refused = ReadRule(call, 0, rule)) return *refused;
+  call.out() << rule.Format() << "\n";
+  return 0;
+}
+
+// range, find, before and on: a lead operand, then the rule.
+int Answer(Call& call) {
+  const std::string_view verb = call.spec().verb;
+  const std::string& lead = call.operand(0);
   int number = 0;
   CTime moment, to;
-  if (call.verb == "range" ? !ParseNumber(lead, number) : !ParseMoment(lead, true, moment)) {
-    err << "zds cycle: malformed " << (call.verb == "range" ? "occurrence number" : "time") << " '" << lead << "'\n";
-    return kMalformed;
+  if (verb == "range" ? !ParseNumber(lead, number) : !ParseTime(lead, moment)) {
+    return call.Usage(verb == "range" ? "malformed occurrence number '" + lead + "'"
+                                      : "malformed time '" + lead + "' (" + std::string(kTimeGrammar) + ")");
   }
-  if (call.to && !ParseMoment(*call.to, true, to)) {
-    err << "zds cycle: malformed time '" << *call.to << "'\n";
-    return kMalformed;
+  std::optional<std::string> to_text = call.Value("--to");
+  if (to_text && !ParseTime(*to_text, to)) {
+    return call.Usage("malformed time '" + *to_text + "' (" + std::string(kTimeGrammar) + ")");
   }
-  CATimerCycleRec timer(rec);
-  if (call.verb == "range") {
-    call.timer ? PrintRange(timer, number, !call.no_maps, out) : PrintRange(rec, number, !call.no_maps, out);
-  } else if (call.verb == "find") {
-    out << (call.timer ? timer.GetMapNumByTime(moment, !call.no_maps) : rec.GetMapNumByTime(moment, !call.no_maps))
+  CScheCycleRec rule;
+  if (std::optional<int> refused = ReadRule(call, 1, rule)) return *refused;
+  const bool use_maps = !call.Has("--no-maps");
+  CATimerCycleRec timer(rule);
+  std::ostream& out = call.out();
+  if (verb == "range") {
+    call.Has("--timer") ? PrintRange(timer, number, use_maps, out) : PrintRange(rule, number, use_maps, out);
+  } else if (verb == "find") {
+    out << (call.Has("--timer") ? timer.GetMapNumByTime(moment, use_maps) : rule.GetMapNumByTime(moment, use_maps))
         << "\n";
-  } else if (call.verb == "before") {
+  } else if (verb == "before") {
     std::string name;
     int last = timer.GetBeforeNumber(moment, name);
     out << last << "\n" << name << "\n";
   } else {
-    out << (rec.IsMapExisted(moment, to) ? "yes" : "no") << "\n";
+    out << (rule.IsMapExisted(moment, to_text ? to : CTime()) ? "yes" : "no") << "\n";
   }
   return 0;
 }
 
+const OptionSpec kTimerOption{"--timer", "", "expand the rule as a timer's, not a schedule entry's"};
+const OptionSpec kNoMapsOption{"--no-maps", "", "ignore the maps"};
+
 }  // namespace
 
-int RunCycleCommand(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
-  Call call;
-  std::string problem;
-  if (!ParseCall(args, call, problem)) {
-    err << "zds cycle: " << problem << "\n";
-    return kMalformed;
-  }
-  bool describe = call.verb == "describe";
-  bool known = describe || call.verb == "range" || call.verb == "find" || call.verb == "before" || call.verb == "on";
-  size_t rule_at = describe ? 0 : 1;
-  if (!known || call.words.size() < rule_at + 3 || (describe && call.words.size() != 3)) {
-    err << "zds cycle: usage: zds cycle describe|range|find|before|on [options] [N|TIME] TYPE EVENT RANGE [MAP...]\n";
-    return kMalformed;
-  }
-  CScheCycleRec rec = ReadRule(call.words, rule_at);
-  if (rec.cycle_type.type == kCycleWeek && !cycle::HasSelectedWeekday(rec.cycle_event)) {
-    err << "zds cycle: the weekly rule selects no day of the week\n";
-    return kRefused;
-  }
-  if (describe) {
-    out << rec.Format() << "\n";
-    return 0;
-  }
-  return Answer(call, rec, out, err);
+void AddCycleCommands(CommandTable& table) {
+  constexpr std::string_view kRule = "TYPE EVENT RANGE [MAP...]";
+  auto add = [&table](std::string_view verb, std::string_view operands, size_t min, std::string_view summary,
+                      std::vector<OptionSpec> options, int (*run)(Call&)) {
+    table.Add({.noun = "cycle",
+               .verb = verb,
+               .operands = operands,
+               .min_operands = min,
+               .max_operands = verb == "describe" ? 3 : kAnyNumber,
+               .summary = summary,
+               .options = std::move(options),
+               .store = StoreUse::kNone,
+               .run = run});
+  };
+  add("describe", "TYPE EVENT RANGE", 3, "the sentence that describes a rule", {}, Describe);
+  static const std::string range = "N " + std::string(kRule), timed = "TIME " + std::string(kRule);
+  add("range", range, 4, "occurrence N as 'begin end', or none", {kTimerOption, kNoMapsOption}, Answer);
+  add("find", timed, 4, "the number of the occurrence that holds TIME, or -1", {kTimerOption, kNoMapsOption},
+      Answer);
+  add("before", timed, 4, "(timer rule) the last occurrence begun by TIME, then its map's text", {}, Answer);
+  add("on", timed, 4, "(schedule rule) yes or no: an occurrence on TIME's day, or from TIME to --to",
+      {{"--to", "TIME", "the end of the span"}}, Answer);
 }
 
 }  // namespace zds::cli

@@ -1,11 +1,12 @@
-#include "cli/events_commands.h"
+// The event queue, the monitor's log and the auto-run list: each read from
+// its own file alone, so a damaged other document stands in no way.
 
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "cli/command_text.h"
+#include "cli/commands.h"
 #include "zds/events/autorun_doc.h"
 #include "zds/events/event_doc.h"
 #include "zds/events/monitor_doc.h"
@@ -17,53 +18,67 @@ constexpr std::string_view kEventFile = "\\XEvent.xml";
 constexpr std::string_view kMonitorFile = "\\Monitor.xml";
 constexpr std::string_view kAutoRunFile = "\\autorun.xml";
 
-// Opens `doc` from `path` without creating it; a missing file leaves the
-// document empty, so it lists nothing.
-bool Open(CVFDLDoc& doc, const DataRootPtr& root, std::string_view path, std::ostream& err) {
+// Opens `doc` from `path` on the store's read-only root; a missing file
+// leaves the document empty, so it lists nothing.
+bool Open(Call& call, CVFDLDoc& doc, std::string_view path) {
+  DataRootPtr root = call.OpenStore();
+  if (!root) return false;
   doc.SetDataRoot(root);
   OpenResult opened = OpenVFDLDoc(doc, path, "", false);
   if (IsOpen(opened) || opened == OpenResult::kMissing) return true;
-  err << "zds: cannot use " << NativeName(*root, path) << ": it is damaged or unreadable (left untouched)\n";
+  call.Refuse(DescribeProblem(*root, doc.GetOpenProblem()) + " (left untouched)");
   return false;
+}
+
+int Events(Call& call) {
+  CAEventDoc doc;
+  if (!Open(call, doc, kEventFile)) return 1;
+  Listing listing(call, {"position", "state", "priority", "created", "act", "data", "alias"});
+  for (const CAEventRec& event : std::as_const(doc).Recs()) {
+    const CAEventExtendRec& fields = event.GetExtendRec();
+    listing.Row({ShownPos(event.GetPos()), fields.new_flag ? "new" : "read",
+                 std::string(EventPriorityWord(fields.priority)), fields.create_time, fields.act,
+                 ShownPos(fields.data_id), event.GetAlias()});
+  }
+  return listing.Finish();
+}
+
+int Monitor(Call& call) {
+  CMonitorDoc doc;
+  if (!Open(call, doc, kMonitorFile)) return 1;
+  Listing listing(call, {"position", "entry"});
+  for (const CVFDLRec& entry : std::as_const(doc).Recs()) listing.Row({ShownPos(entry.GetPos()), entry.GetAlias()});
+  return listing.Finish();
+}
+
+int AutoRun(Call& call) {
+  CAutoRunDoc doc;
+  if (!Open(call, doc, kAutoRunFile)) return 1;
+  Listing listing(call, {"position", "group", "type", "alias", "description"});
+  if (doc.GetRoot() == nullptr) return listing.Finish();  // no file: nothing to list
+  std::string group;
+  for (const CVFDLNode& node : Subtree(*doc.GetRoot())) {
+    if (const CAutoRunRec* item = doc.AsRec(&node)) {
+      std::string_view type = AutoRunTypeWord(item->GetExtendRec().type);
+      listing.Row({ShownPos(node.GetPos()), group, std::string(type.empty() ? "-" : type), item->GetAlias(),
+                   item->GetExtendRec().description});
+    } else if (node.IsFolder()) {
+      group = node.GetAlias();
+      listing.Row({ShownPos(node.GetPos()), group, "group", group, ""});
+    }
+  }
+  return listing.Finish();
 }
 
 }  // namespace
 
-int RunEventsCommand(const DataRootPtr& root, std::ostream& out, std::ostream& err) {
-  CAEventDoc doc;
-  if (!Open(doc, root, kEventFile, err)) return 1;
-  for (const CAEventRec& event : std::as_const(doc).Recs()) {
-    const CAEventExtendRec& fields = event.GetExtendRec();
-    out << event.GetID() << '\t' << (fields.new_flag ? "new" : "read") << '\t' << EventPriorityWord(fields.priority)
-        << '\t' << Field(fields.create_time) << '\t' << Field(fields.act) << '\t' << Field(fields.data_id) << '\t'
-        << Field(event.GetAlias()) << '\n';
-  }
-  return 0;
-}
-
-int RunMonitorCommand(const DataRootPtr& root, std::ostream& out, std::ostream& err) {
-  CMonitorDoc doc;
-  if (!Open(doc, root, kMonitorFile, err)) return 1;
-  for (const CVFDLRec& entry : std::as_const(doc).Recs()) out << Field(entry.GetAlias()) << '\n';
-  return 0;
-}
-
-int RunAutoRunCommand(const DataRootPtr& root, std::ostream& out, std::ostream& err) {
-  CAutoRunDoc doc;
-  if (!Open(doc, root, kAutoRunFile, err)) return 1;
-  if (doc.GetRoot() == nullptr) return 0;  // no file: nothing to list
-  const auto below = Subtree(*doc.GetRoot());
-  for (auto it = below.begin(); it != below.end(); ++it) {
-    std::string indent(2 * static_cast<size_t>(it.depth() - 1), ' ');
-    if (const CAutoRunRec* item = doc.AsRec(&*it)) {
-      std::string_view type = AutoRunTypeWord(item->GetExtendRec().type);
-      out << indent << (type.empty() ? "-" : type) << '\t' << Field(item->GetAlias()) << '\t'
-          << Field(item->GetExtendRec().description) << '\n';
-    } else if (it->IsFolder()) {
-      out << indent << Field(it->GetAlias()) << '\n';
-    }
-  }
-  return 0;
+void AddEventsCommands(CommandTable& table) {
+  table.Add({.noun = "events", .summary = "list the event queue, new events marked", .output = Output::kList,
+             .run = Events});
+  table.Add({.noun = "monitor", .summary = "print the monitor's entries of the last start", .output = Output::kList,
+             .run = Monitor});
+  table.Add({.noun = "autorun", .summary = "list the auto-run groups and their items", .output = Output::kList,
+             .run = AutoRun});
 }
 
 }  // namespace zds::cli

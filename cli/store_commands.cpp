@@ -1,9 +1,16 @@
-#include "cli/store_commands.h"
+// The store as a whole: start-up (init), browsing every document's tree by
+// path or position (ls, show), the integrity check (check), and the
+// completion script.
 
-#include <algorithm>
 #include <vector>
 
 #include "cli/command_text.h"
+#include "cli/commands.h"
+#include "zds/events/autorun_doc.h"
+#include "zds/events/event_doc.h"
+#include "zds/events/monitor_doc.h"
+#include "zds/framework/casd_vfdl_doc.h"
+#include "zds/timers/timer_index_doc.h"
 
 namespace zds::cli {
 namespace {
@@ -18,119 +25,213 @@ std::string_view KindName(const CVFDLNode& node) {
   }
 }
 
-void PrintField(std::ostream& out, std::string_view name, std::string_view value) {
-  out << name << ": " << value << '\n';
-}
+// The documents a path or position may begin in: the service index, then
+// those the store keeps beside it, each opened only when the ones before
+// hold nothing there. Documents behind nodes open on demand, never made.
+class Browser {
+ public:
+  explicit Browser(Call& call, CZDS& facade) : call_(call), facade_(facade) {}
 
-// The service index of an existing store, opened alone; null (with a line
-// on `err`) when there is none or it cannot be used.
-bool OpenIndex(CZDS& facade, std::ostream& err) {
-  if (!facade.GetDataRoot()->FileExists(facade.GetAIDLPath())) {
-    err << "zds: no store at " << facade.GetDataRoot()->NativeRoot() << " (run 'zds init' first)\n";
-    return false;
+  // The node the typed path or position names; null with a line on the
+  // error stream.
+  CVFDLNode* Find(std::string_view typed) {
+    const std::string stored = StoredPos(typed);
+    FileProblem problem;
+    using Step = bool (CZDS::*)();
+    const std::pair<Step, CVFDLDoc* (Browser::*)() const> roots[] = {
+        {nullptr, &Browser::Index}, {&CZDS::InitATimer, &Browser::Timers}, {&CZDS::InitAEvent, &Browser::Events},
+        {&CZDS::InitAutoRun, &Browser::AutoRun}, {&CZDS::InitMonitor, &Browser::Monitor}};
+    for (const auto& [open, doc_of] : roots) {
+      if (open != nullptr && !(facade_.*open)()) continue;  // missing or damaged: it holds nothing to show
+      CVFDLDoc* doc = (this->*doc_of)();
+      if (doc == nullptr) continue;
+      if (CVFDLNode* node = Lookup(*doc, stored, problem)) return node;
+    }
+    if (!problem.path.empty()) call_.Refuse(DescribeProblem(*facade_.GetDataRoot(), problem));
+    else call_.Refuse("no such path or position: " + std::string(typed));
+    return nullptr;
   }
-  if (facade.InitAIDL()) return true;
-  err << DescribeStartupFailure(facade) << '\n';
-  return false;
-}
 
-// Calls `visit` (node, path) for the root and every node below it, depth
-// first; each path is built from its parent's, so deep trees cost no more
-// than their size.
+  // What `node` holds as a person sees it: the document behind it, if it
+  // stands for one, else itself.
+  const CVFDLNode& Inside(const CVFDLNode& node) {
+    auto* holder = dynamic_cast<CCASDVFDLDoc*>(node.GetDoc());
+    if (holder == nullptr || node.GetSrc().empty()) return node;
+    const CVFDLDoc* behind = holder->ReachDocBehind(node);
+    return behind ? *behind->GetRoot() : node;
+  }
+
+ private:
+  CVFDLDoc* Index() const { return facade_.GetAIDLDoc(); }
+  CVFDLDoc* Timers() const { return facade_.GetATimerIndexDoc(); }
+  CVFDLDoc* Events() const { return facade_.GetEventDoc(); }
+  CVFDLDoc* AutoRun() const { return facade_.GetAutoRunDoc(); }
+  CVFDLDoc* Monitor() const { return facade_.GetMonitorDoc(); }
+
+  static CVFDLNode* Lookup(CVFDLDoc& doc, const std::string& stored, FileProblem& problem) {
+    auto* casd = dynamic_cast<CCASDVFDLDoc*>(&doc);
+    if (casd == nullptr) {
+      CVFDLNode* node = doc.GetNodeByPos(stored);
+      return node ? node : doc.GetNodeByPath(stored);
+    }
+    for (auto reach : {&CCASDVFDLDoc::ReachNodeByPos, &CCASDVFDLDoc::ReachNodeByPath}) {
+      if (CVFDLNode* node = (casd->*reach)(stored)) return node;
+      if (casd->GetLastLoadStatus() == LoadStatus::kUnusable) problem = casd->GetLastLoadProblem();
+    }
+    return nullptr;
+  }
+
+  Call& call_;
+  CZDS& facade_;
+};
+
+// Calls `visit` for every document of the store that cannot be used,
+// those behind nodes included; how many documents it opened.
 template <typename Visit>
-void WalkWithPaths(const CVFDLFolder& root, const Visit& visit) {
-  std::vector<std::string> paths{root.GetPath()};  // by depth
-  visit(root, paths[0]);
-  const auto below = Subtree(root);
-  for (auto it = below.begin(); it != below.end(); ++it) {
-    const size_t depth = static_cast<size_t>(it.depth());
-    paths.resize(depth + 1);
-    paths[depth] = paths[depth - 1] + '\\' + it->GetAlias();
-    visit(*it, paths[depth]);
+size_t WalkStore(CZDS& facade, const Visit& visit) {
+  size_t opened = 0;
+  auto behind = [&](CCASDVFDLDoc& doc) {
+    doc.ForEachDocBehind([&](const CVFDLNode&, const CVFDLDoc* child, LoadStatus status, const FileProblem& problem) {
+      if (child != nullptr) ++opened;
+      if (status == LoadStatus::kUnusable) visit(problem);
+    });
+  };
+  using Step = bool (CZDS::*)();
+  for (Step step : {&CZDS::InitMonitor, &CZDS::InitAIDL, &CZDS::InitAEvent, &CZDS::InitAutoRun, &CZDS::InitATimer}) {
+    if (!(facade.*step)()) {
+      const CZDS::StartupFailure& failure = facade.GetStartupFailure();
+      if (failure.result != OpenResult::kUnusable) continue;  // a missing one is made at the next start
+      FileProblem problem = failure.problem;
+      if (problem.path.empty()) problem.path = failure.path;
+      visit(problem);
+      continue;
+    }
+    ++opened;
   }
+  if (CAIDLDoc* index = facade.GetAIDLDoc()) behind(*index);
+  if (CATimerIndexDoc* timers = facade.GetATimerIndexDoc()) behind(*timers);
+  return opened;
+}
+
+int Init(Call& call) {
+  return RunEdit(call, [&call](CZDS& facade) {
+    Listing tree(call, {"position", "kind", "path"});
+    std::vector<std::string> paths{facade.GetAIDLDoc()->GetRoot()->GetPath()};  // by depth
+    tree.Row({ShownPos(facade.GetAIDLDoc()->GetRoot()->GetPos()), "folder", ShownPos(paths[0])});
+    const auto below = Subtree(*facade.GetAIDLDoc()->GetRoot());
+    for (auto it = below.begin(); it != below.end(); ++it) {
+      const size_t depth = static_cast<size_t>(it.depth());
+      paths.resize(depth + 1);
+      paths[depth] = paths[depth - 1] + '\\' + it->GetAlias();
+      tree.Row({ShownPos(it->GetPos()), std::string(KindName(*it)), ShownPos(paths[depth])});
+    }
+    // Start-up opens what it needs; a damaged document further in would
+    // only show later, so it is named now.
+    int status = 0;
+    WalkStore(facade, [&](const FileProblem& problem) {
+      call.err() << "zds: " << DescribeProblem(*facade.GetDataRoot(), problem) << " (left untouched)\n";
+      status = 1;
+    });
+    tree.Finish();
+    return status;
+  });
+}
+
+int List(Call& call) {
+  std::unique_ptr<CZDS> facade = OpenReader(call);
+  if (!facade) return 1;
+  Browser browser(call, *facade);
+  const CVFDLNode* node = browser.Find(call.operand(0));
+  if (node == nullptr) return 1;
+  const CVFDLNode& inside = browser.Inside(*node);
+  if (!inside.IsFolder()) return call.Refuse("not a folder: " + call.operand(0));
+  Listing listing(call, {"position", "kind", "alias"});
+  for (const CVFDLNode& child : Children(static_cast<const CVFDLFolder&>(inside))) {
+    listing.Row({ShownPos(child.GetPos()), std::string(KindName(child)), child.GetAlias()});
+  }
+  return listing.Finish();
+}
+
+int Show(Call& call) {
+  std::unique_ptr<CZDS> facade = OpenReader(call);
+  if (!facade) return 1;
+  Browser browser(call, *facade);
+  const CVFDLNode* node = browser.Find(call.operand(0));
+  if (node == nullptr) return 1;
+  ShownItem item(call);
+  item.Add("position", ShownPos(node->GetPos()));
+  item.Add("path", ShownPos(node->GetPath()));
+  item.Add("kind", std::string(KindName(*node)));
+  item.Add("alias", node->GetAlias());
+  item.Add("id", node->GetID(), false);
+  item.Add("attribute", node->GetAttribute(), false);
+  item.Add("content", node->GetContent(), false);
+  item.Add("src", node->GetSrc(), false);
+  item.Add("extend type", std::to_string(node->GetExtendType()), false);
+  if (const CAIDLService* service = CAIDLService::From(node)) {
+    item.Add("name", service->name);
+    item.Add("extend", service->extend, false);
+    item.Add("provider", service->provider);
+    item.Add("abstract", service->abstract);
+    for (const CAIDLVarRec& variable : service->variables) {
+      item.Add("variable", variable.name + " = " + (variable.encrypt ? "(encrypted)" : variable.value), true, true);
+    }
+  }
+  return item.Finish();
+}
+
+int Check(Call& call) {
+  DataRootPtr root = call.OpenStore();
+  if (!root) return 1;
+  CZDS facade;
+  facade.SetDataRoot(root);
+  size_t unusable = 0;
+  const size_t opened = WalkStore(facade, [&](const FileProblem& problem) {
+    call.out() << DescribeProblem(*root, problem) << '\n';
+    ++unusable;
+  });
+  call.out() << opened << " documents usable, " << unusable << " unusable\n";
+  return unusable == 0 ? 0 : 1;
+}
+
+int Completion(Call& call) {
+  if (call.operand(0) != "bash") return call.Usage("completion knows only bash, not '" + call.operand(0) + "'");
+  PrintBashCompletion(Commands(), call.out());
+  return 0;
 }
 
 }  // namespace
 
-std::string DescribeStartupFailure(const CZDS& facade) {
-  const CZDS::StartupFailure& failure = facade.GetStartupFailure();
-  std::string name = NativeName(*facade.GetDataRoot(), failure.path);
-  switch (failure.result) {
-    case OpenResult::kUnusable:
-      return "zds: cannot use " + name + ": it is damaged or unreadable (left untouched)";
-    case OpenResult::kMissing:
-      return "zds: " + std::string(failure.step) + " needs " + name + ", which is missing";
-    default:
-      if (failure.path.empty()) return "zds: cannot create the data root " + name;
-      return "zds: cannot write " + name;
-  }
-}
-
-int RunInitCommand(const DataRootPtr& root, std::ostream& out, std::ostream& err) {
-  CZDS facade;
-  facade.SetDataRoot(root);
-  if (!facade.InitZDS()) {
-    err << DescribeStartupFailure(facade) << '\n';
-    return 1;
-  }
-  PrintTree(*facade.GetAIDLDoc(), out);
-  return 0;
-}
-
-void PrintTree(const CAIDLDoc& index, std::ostream& out) {
-  WalkWithPaths(*index.GetRoot(), [&out](const CVFDLNode& node, const std::string& path) {
-    out << path << '\t' << KindName(node) << '\t' << node.GetID() << '\n';
-  });
-}
-
-int RunListCommand(const DataRootPtr& root, const std::string& path, std::ostream& out, std::ostream& err) {
-  CZDS facade;
-  facade.SetDataRoot(root);
-  if (!OpenIndex(facade, err)) return 1;
-  const CAIDLDoc& index = *facade.GetAIDLDoc();
-  CVFDLNode* node = index.GetNodeByPath(path);
-  if (node == nullptr) {
-    err << "zds: no such path: " << path << '\n';
-    return 1;
-  }
-  if (!node->IsFolder()) {
-    err << "zds: not a folder: " << path << '\n';
-    return 1;
-  }
-  for (const CVFDLNode& child : index.GetChildren(*node)) {
-    out << child.GetID() << '\t' << KindName(child) << '\t' << child.GetAlias() << '\n';
-  }
-  return 0;
-}
-
-int RunShowCommand(const DataRootPtr& root, const std::string& path, std::ostream& out, std::ostream& err) {
-  CZDS facade;
-  facade.SetDataRoot(root);
-  if (!OpenIndex(facade, err)) return 1;
-  CVFDLNode* node = facade.GetAIDLDoc()->GetNodeByPath(path);
-  if (node == nullptr) {
-    err << "zds: no such path: " << path << '\n';
-    return 1;
-  }
-  PrintField(out, "path", node->GetPath());
-  PrintField(out, "position", node->GetPos());
-  PrintField(out, "kind", KindName(*node));
-  PrintField(out, "id", node->GetID());
-  PrintField(out, "alias", node->GetAlias());
-  PrintField(out, "attribute", node->GetAttribute());
-  PrintField(out, "content", node->GetContent());
-  PrintField(out, "src", node->GetSrc());
-  PrintField(out, "extend type", std::to_string(node->GetExtendType()));
-  if (const CAIDLService* service = CAIDLService::From(node)) {
-    PrintField(out, "name", service->name);
-    PrintField(out, "extend", service->extend);
-    PrintField(out, "provider", service->provider);
-    PrintField(out, "abstract", service->abstract);
-    for (const CAIDLVarRec& variable : service->variables) {
-      out << "variable: " << variable.name << " = " << (variable.encrypt ? "(encrypted)" : variable.value) << '\n';
-    }
-  }
-  return 0;
+void AddStoreCommands(CommandTable& table) {
+  table.Add({.noun = "init",
+             .summary = "open or create the store (the whole start-up) and print the service index's tree",
+             .store = StoreUse::kCreates,
+             .output = Output::kList,
+             .run = Init});
+  table.Add({.noun = "ls",
+             .operands = "PATH|POSITION",
+             .min_operands = 1,
+             .max_operands = 1,
+             .summary = "list a folder's children, in any document of the store",
+             .output = Output::kList,
+             .run = List});
+  table.Add({.noun = "show",
+             .operands = "PATH|POSITION",
+             .min_operands = 1,
+             .max_operands = 1,
+             .summary = "print a node's fields",
+             .output = Output::kShow,
+             .run = Show});
+  table.Add({.noun = "check",
+             .summary = "open every document, those behind nodes too; name each unusable one",
+             .run = Check});
+  table.Add({.noun = "completion",
+             .operands = "bash",
+             .min_operands = 1,
+             .max_operands = 1,
+             .summary = "print a completion script for the shell",
+             .store = StoreUse::kNone,
+             .run = Completion});
 }
 
 }  // namespace zds::cli

@@ -39,10 +39,10 @@ TEST(ZdsStoreCommandsTest, InitCreatesTheIndexAndPrintsTheTreeLsAndShowReadIt) {
   EXPECT_EQ(index, LoadTemplate(res::kAidlTemplateHead, res::kAidlTemplateTail));
   const std::vector<std::string> lines = Lines(first.out);
   ASSERT_GE(lines.size(), 11u) << first.out;
-  EXPECT_TRUE(lines[0].starts_with("kov:\\Velmora\tfolder\t0000")) << lines[0];
+  EXPECT_EQ(lines[0], "kov:/Velmora/0000\tfolder\tkov:/Velmora");
   for (size_t i = 1; i <= 10; ++i) {
-    EXPECT_TRUE(lines[i].starts_with(std::string("kov:\\Velmora\\") + kFolders[i - 1] + "\tfolder\t")) << lines[i];
-    EXPECT_NE(lines[i].find(CVFTree::GetLocalID(static_cast<int>(i))), std::string::npos);
+    EXPECT_EQ(lines[i], "kov:/Velmora/" + CVFTree::GetLocalID(static_cast<int>(i)) + "\tfolder\tkov:/Velmora/" +
+                            kFolders[i - 1]);
   }
   for (const std::string& file : temp.Files()) EXPECT_EQ(file.find(".tmp"), std::string::npos) << file;
 
@@ -57,15 +57,17 @@ TEST(ZdsStoreCommandsTest, InitCreatesTheIndexAndPrintsTheTreeLsAndShowReadIt) {
   const std::vector<std::string> listed = Lines(ls.out);
   ASSERT_EQ(listed.size(), 10u) << ls.out;
   for (size_t i = 0; i < 10; ++i) {
-    EXPECT_EQ(listed[i], CVFTree::GetLocalID(static_cast<int>(i) + 1) + "\tfolder\t" + kFolders[i]);
+    EXPECT_EQ(listed[i], "kov:/Velmora/" + CVFTree::GetLocalID(static_cast<int>(i) + 1) + "\tfolder\t" + kFolders[i]);
   }
   Result empty = test::RunZds(dir, {"ls", "kov:\\Velmora\\SMS"});
   EXPECT_EQ(empty.exit_code, 0);
   EXPECT_EQ(empty.out, "");
 
-  Result show = test::RunZds(dir, {"show", "kov:\\Velmora\\Favorites"});
+  Result brief = test::RunZds(dir, {"show", "kov:/Velmora/Favorites"});
+  EXPECT_EQ(brief.out, "position: kov:/Velmora/0007\npath: kov:/Velmora/Favorites\nkind: folder\nalias: Favorites\n");
+  Result show = test::RunZds(dir, {"show", "kov:\\Velmora\\Favorites", "--all"});
   ASSERT_EQ(show.exit_code, 0) << show.err;
-  for (const char* field : {"path: kov:\\Velmora\\Favorites", "position: kov:\\Velmora\\0007", "id: 0007",
+  for (const char* field : {"path: kov:/Velmora/Favorites", "position: kov:/Velmora/0007", "id: 0007",
                             "attribute: system", "content: Fav;class=CFavDoc;os=universal",
                             "src: \\favorites\\index.xml"}) {
     EXPECT_NE(show.out.find(std::string(field) + "\n"), std::string::npos) << field << "\n" << show.out;
@@ -123,7 +125,8 @@ TEST(ZdsStoreCommandsTest, HelpGoesToStandardOutputAndBadUsageExitsTwo) {
   EXPECT_TRUE(help.out.starts_with("usage: zds")) << help.out;
   EXPECT_EQ(help.err, "");
   for (const std::vector<std::string>& args :
-       {std::vector<std::string>{}, {"--root"}, {"frobnicate"}, {"ls"}, {"show", "a", "b"}}) {
+       {std::vector<std::string>{}, {"--root"}, {"frobnicate"}, {"ls"}, {"show", "a", "b"}, {"ls", "--bogus", "x"},
+        {"--bogus"}, {"timer"}, {"timer", "frob"}, {"help", "frob"}, {"completion", "fish"}}) {
     EXPECT_TRUE(test::RefusedWithOneLine(test::RunZds(args), 2)) << (args.empty() ? "(none)" : args[0]);
   }
 }

@@ -186,12 +186,16 @@ TEST_F(EventsTest, ZdsCommandsOnAFreshRoot) {
   ASSERT_EQ(zds("init").exit_code, 0);
   test::ProgramResult monitor = zds("monitor");
   EXPECT_EQ(monitor.exit_code, 0);
-  EXPECT_TRUE(std::regex_match(monitor.out, std::regex("[-0-9 :]{16}  Monitor Init OK\n[-0-9 :]{16}  AIDL Init OK\n")))
+  EXPECT_TRUE(std::regex_match(monitor.out, std::regex("kov:/Monitor/0001\t[-0-9 :]{16}  Monitor Init OK\n"
+                                                       "kov:/Monitor/0002\t[-0-9 :]{16}  AIDL Init OK\n")))
       << monitor.out;
+  const std::string log = temp_.Read("Monitor.xml");
   for (const char* listing : {"events", "autorun"}) {
     test::ProgramResult listed = zds(listing);
     EXPECT_TRUE(listed.exit_code == 0 && listed.out.empty()) << listing;
   }
+  EXPECT_EQ(zds("monitor").out, monitor.out) << "reading is no start: the last start's log stays";
+  EXPECT_EQ(temp_.Read("Monitor.xml"), log);
   temp_.Write("XEvent.xml", "<AEvent ver=\"1.0\">");
   test::ProgramResult events = zds("events");
   EXPECT_NE(events.exit_code, 0);

@@ -6,7 +6,7 @@
 #include <sstream>
 
 // The command lives in the host program, not in the library; compiled in here.
-#include "cli/cycle_command.h"
+#include "cli/command_table.h"
 #include "recurrence/recurrence_testing.h"
 
 namespace zds {
@@ -147,7 +147,12 @@ TEST(CycleCommand, AnswersEachSubcommand) {
       {{"describe", type, event}, 2, ""},
       {{"range", "x1", type, event, range}, 2, ""},
       {{"find", "2004-02-30 09:00", type, event, range}, 2, ""},
-      {{"find", "2004-05-03", type, event, range}, 2, ""},
+      {{"find", "2004-05-03", type, event, range}, 0, "-1\n"},  // a day alone is its midnight
+      {{"find", "today", type, event, range}, 0, "-1\n"},
+      {{"describe", "day;multiple=02;bogus=1", event, range}, 2, ""},
+      {{"describe", "foo", "bar", "baz"}, 2, ""},
+      {{"describe", type, "sequence;from", range}, 2, ""},
+      {{"range", "1", type, event, range, "01;colour=red"}, 2, ""},
       {{"before", "--timer", "2004-05-03 09:00", type, event, range}, 2, ""},
       {{"on", "--to", "soon", "2004-05-03 09:00", type, event, range}, 2, ""},
   };
@@ -156,7 +161,9 @@ TEST(CycleCommand, AnswersEachSubcommand) {
     std::ostringstream out, err;
     std::string call;
     for (const std::string& word : c.args) call += " '" + word + "'";
-    EXPECT_EQ(cli::RunCycleCommand(c.args, out, err), c.exit) << call;
+    std::vector<std::string> args = c.args;
+    args.insert(args.begin(), "cycle");
+    EXPECT_EQ(cli::RunZds(args, out, err), c.exit) << call;
     EXPECT_EQ(out.str(), c.out) << call;
     std::string message = err.str();
     EXPECT_EQ(c.exit != 0, !message.empty() && message.find('\n') == message.size() - 1) << call << ": " << message;

@@ -176,7 +176,7 @@ TEST(TimerDueTest, TheIndexAnswersFromTheSpansMonthsAndCycleAlone) {
 TEST(TimerCommandsTest, TimersAreFiledListedDueAndDeletedAndMalformedCallsExitTwo) {
   test::TempRoot temp;
   auto zds = [&temp](const std::vector<std::string>& args) { return test::RunZds(temp.dir(), args); };
-  EXPECT_NE(zds({"timer", "ls"}).err.find("run 'zds init' first"), std::string::npos);
+  EXPECT_NE(zds({"timer", "ls"}).err.find("(run 'zds init')"), std::string::npos);
   ASSERT_EQ(zds({"init"}).exit_code, 0);
   EXPECT_TRUE(temp.Exists("timer/index.xml"));
   EXPECT_TRUE(temp.Exists("timer/" + CTime::GetCurrentTime().Format("%Y%m") + ".xml"));
@@ -190,20 +190,20 @@ TEST(TimerCommandsTest, TimersAreFiledListedDueAndDeletedAndMalformedCallsExitTw
     std::vector<std::string> args = {"timer", "add"};
     args.insert(args.end(), add.begin(), add.end());
     test::ProgramResult added = zds(args);
-    ASSERT_TRUE(std::regex_match(added.out, std::regex(R"(kov:\\Timer Index\\\d{4}\\\d{4}\n)"))) << added.err;
+    ASSERT_TRUE(std::regex_match(added.out, std::regex(R"(kov:/Timer%20Index/\d{4}/\d{4}\n)"))) << added.err;
     pos.push_back(added.out.substr(0, added.out.size() - 1));
   }
   EXPECT_EQ(zds({"timer", "ls"}).out, pos[2] + "\tactived\t2004-11-01 00:00:00\tStand-up\n" + pos[1] +
                                           "\tsuspension\t2004-11-15 09:30:00\tLater\n" + pos[0] +
                                           "\tactived\t2004-11-15 09:30:00\tDentist\n");
   EXPECT_EQ(zds({"timers", "due", "2004-11-14 12:00:00", "2004-11-16 09:15:00"}).out,
-            "2004-11-15 09:30:00\t" + pos[0] + "\tDentist\n") << "occurrence 14 is deleted, 15 at TO not due";
+            pos[0] + "\t2004-11-15 09:30:00\tDentist\n") << "occurrence 14 is deleted, 15 at TO not due";
   EXPECT_EQ(zds({"timers", "due", "2004-11-16 09:15:00", "2004-11-16 09:15:01"}).out,
-            "2004-11-16 09:15:00\t" + pos[2] + "\tStand-up\n");
+            pos[2] + "\t2004-11-16 09:15:00\tStand-up\n");
 
   EXPECT_EQ(zds({"timer", "rm", pos[0]}).exit_code, 0);
   test::ProgramResult again = zds({"timer", "rm", pos[0]});
-  EXPECT_EQ(std::tuple(again.exit_code, again.err), std::tuple(1, "zds timer: no such timer: " + pos[0] + "\n"));
+  EXPECT_EQ(std::tuple(again.exit_code, again.err), std::tuple(1, "zds: no timer at " + pos[0] + "\n"));
   EXPECT_EQ(zds({"timers", "due", "2004-11-15 00:00:00", "2004-11-16 00:00:00"}).out, "");
   ZDS_EXPECT_XMLLINT_ACCEPTS(temp.Read("timer/cycle.xml"));
 

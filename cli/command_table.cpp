@@ -1,0 +1,404 @@
+#include "cli/command_table.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+#include <set>
+
+#include "cli/command_text.h"
+#include "zds/platform/console.h"
+
+namespace zds::cli {
+namespace {
+
+constexpr std::string_view kVersion = "zds 0.1.0";
+constexpr std::string_view kDefaultRoot = "zds-data";
+
+// The options every command takes, wherever they stand on the line.
+const OptionSpec kRootOption{"--root", "DIR", "the data root (default: $ZDS_ROOT, else ./zds-data)"};
+const OptionSpec kJsonOption{"--json", "", "print one JSON document instead of lines"};
+const OptionSpec kAllOption{"--all", "", "print every field, the empty and internal ones too"};
+
+// The options a command's call may hold: its own and those the host adds.
+std::vector<OptionSpec> OptionsOf(const CommandSpec& spec) {
+  std::vector<OptionSpec> options = spec.options;
+  if (spec.output != Output::kPlain) options.push_back(kJsonOption);
+  if (spec.output == Output::kShow) options.push_back(kAllOption);
+  return options;
+}
+
+bool IsHelp(std::string_view word) { return word == "--help" || word == "-h"; }
+
+// The words of a call once --root, --help and --version are taken out.
+struct Line {
+  std::vector<std::string> words;
+  std::optional<std::string> root;
+  bool help = false;
+  bool version = false;
+  std::string problem;
+};
+
+Line ReadGlobalOptions(const std::vector<std::string>& args) {
+  Line line;
+  bool options_end = false;
+  for (size_t i = 0; i < args.size(); ++i) {
+    const std::string& word = args[i];
+    if (options_end) {
+      line.words.push_back(word);
+    } else if (word == "--") {
+      options_end = true;
+      line.words.push_back(word);  // the command's operands still need to know
+    } else if (word == "--root") {
+      if (i + 1 == args.size()) {
+        line.problem = "--root needs a value";
+        return line;
+      }
+      line.root = args[++i];
+    } else if (word.starts_with("--root=")) {
+      line.root = word.substr(7);
+    } else if (IsHelp(word)) {
+      line.help = true;
+    } else if (word == "--version") {
+      line.version = true;
+    } else {
+      line.words.push_back(word);
+    }
+  }
+  return line;
+}
+
+std::string RootDir(const Line& line) {
+  if (line.root) return *line.root;
+  const char* env = std::getenv("ZDS_ROOT");
+  return env != nullptr && *env != '\0' ? std::string(env) : std::string(kDefaultRoot);
+}
+
+// Reads the command's own options and operands into `call`.
+bool ReadCommandWords(const std::vector<std::string>& words, Call& call, std::string& problem) {
+  const std::vector<OptionSpec> options = OptionsOf(call.spec());
+  bool options_end = false;
+  for (size_t i = 0; i < words.size(); ++i) {
+    const std::string& word = words[i];
+    if (options_end || !word.starts_with("--") || word.size() == 2) {
+      if (!options_end && word == "--") {
+        options_end = true;
+        continue;
+      }
+      call.operands().push_back(word);
+      continue;
+    }
+    const std::string name = word.substr(0, word.find('='));
+    auto spec = std::find_if(options.begin(), options.end(), [&](const OptionSpec& o) { return o.name == name; });
+    if (spec == options.end()) {
+      problem = "unknown option " + name + " for " + call.spec().Name();
+      return false;
+    }
+    std::vector<std::string> values;
+    const size_t count = spec->ValueCount();
+    if (name.size() < word.size()) {  // --name=value
+      if (count != 1) {
+        problem = name + " takes " + (count == 0 ? "no value" : std::string(spec->values));
+        return false;
+      }
+      values.push_back(word.substr(name.size() + 1));
+    } else {
+      if (words.size() - i - 1 < count) {
+        problem = name + " needs " + std::string(spec->values);
+        return false;
+      }
+      values.assign(words.begin() + static_cast<std::ptrdiff_t>(i + 1),
+                    words.begin() + static_cast<std::ptrdiff_t>(i + 1 + count));
+      i += count;
+    }
+    if (!spec->repeats && call.Has(name)) {
+      problem = name + " is given twice";
+      return false;
+    }
+    call.AddOption(name, std::move(values));
+  }
+  for (const OptionSpec& option : options) {
+    if (option.required && !call.Has(option.name)) {
+      problem = call.spec().Name() + " needs " + std::string(option.name) + " " + std::string(option.values);
+      return false;
+    }
+  }
+  const size_t n = call.operand_count();
+  if (n < call.spec().min_operands || n > call.spec().max_operands) {
+    const std::string_view operands = call.spec().operands;
+    problem = call.spec().Name() + (operands.empty() ? " takes no argument" : " takes " + std::string(operands));
+    if (n > call.spec().max_operands && n > 0) problem += ", not '" + call.operands().back() + "'";
+    return false;
+  }
+  return true;
+}
+
+int RunHelp(const CommandTable& table, const std::vector<std::string>& topic, std::ostream& out, std::ostream& err) {
+  if (topic.empty()) {
+    PrintOverview(table, out);
+    return 0;
+  }
+  bool any = false;
+  for (const CommandSpec& spec : table.Commands()) {
+    if (spec.noun != topic[0] || (topic.size() > 1 && spec.verb != topic[1])) continue;
+    PrintUsage(spec, out);
+    any = true;
+  }
+  if (any) return 0;
+  err << "zds: no command '";
+  for (size_t i = 0; i < topic.size(); ++i) err << (i ? " " : "") << topic[i];
+  err << "' (zds help lists them)\n";
+  return 2;
+}
+
+}  // namespace
+
+size_t OptionSpec::ValueCount() const {
+  if (values.empty()) return 0;
+  return static_cast<size_t>(std::count(values.begin(), values.end(), ' ')) + 1;
+}
+
+std::string CommandSpec::Name() const {
+  return verb.empty() ? std::string(noun) : std::string(noun) + " " + std::string(verb);
+}
+
+void CommandTable::Add(CommandSpec spec) { commands_.push_back(std::move(spec)); }
+
+const CommandSpec* CommandTable::Find(std::string_view noun, std::string_view verb) const {
+  for (const CommandSpec& spec : commands_) {
+    if (spec.noun == noun && spec.verb == verb) return &spec;
+  }
+  return nullptr;
+}
+
+bool CommandTable::HasNoun(std::string_view noun) const {
+  return std::any_of(commands_.begin(), commands_.end(), [&](const CommandSpec& s) { return s.noun == noun; });
+}
+
+bool Call::Has(std::string_view option) const {
+  return std::any_of(options_.begin(), options_.end(), [&](const auto& o) { return o.first == option; });
+}
+
+std::optional<std::string> Call::Value(std::string_view option) const {
+  std::vector<std::string> values = Values(option);
+  if (values.empty()) return std::nullopt;
+  return values.back();
+}
+
+std::vector<std::string> Call::Values(std::string_view option) const {
+  std::vector<std::string> values;
+  for (const auto& [name, given] : options_) {
+    if (name == option) values.insert(values.end(), given.begin(), given.end());
+  }
+  return values;
+}
+
+std::vector<std::vector<std::string>> Call::Occurrences(std::string_view option) const {
+  std::vector<std::vector<std::string>> all;
+  for (const auto& [name, given] : options_) {
+    if (name == option) all.push_back(given);
+  }
+  return all;
+}
+
+void Call::AddOption(std::string_view name, std::vector<std::string> values) {
+  options_.emplace_back(std::string(name), std::move(values));
+}
+
+int Call::Usage(std::string_view problem) {
+  err_ << "zds: " << problem << " (zds help " << spec_.Name() << ")\n";
+  return 2;
+}
+
+int Call::Refuse(std::string_view problem) { return cli::Refuse(err_, problem); }
+
+DataRootPtr Call::Root(platform::RootAccess access) const {
+  return std::make_shared<const platform::DataRoot>(root_dir_, access);
+}
+
+DataRootPtr Call::OpenStore() {
+  DataRootPtr root = Root(spec_.store == StoreUse::kReads ? platform::RootAccess::kReadOnly
+                                                          : platform::RootAccess::kReadWrite);
+  CZDS probe;
+  probe.SetDataRoot(root);
+  if (probe.HasStore()) return root;
+  if (root->FileExists("")) {
+    Refuse(root_dir_ + " is a file, not a store's directory");
+  } else {
+    Refuse("no store at " + root_dir_ + " (run 'zds init')");
+  }
+  return nullptr;
+}
+
+int RunEdit(Call& call, const std::function<int(CZDS& facade)>& edit) {
+  DataRootPtr root = call.spec().store == StoreUse::kCreates ? call.Root(platform::RootAccess::kReadWrite)
+                                                              : call.OpenStore();
+  if (!root) return 1;
+  if (root->FileExists("")) return call.Refuse(call.root_dir() + " is a file, not a store's directory");
+  CZDS facade;
+  facade.SetDataRoot(root);
+  if (!facade.InitZDS()) {
+    call.err() << DescribeStartupFailure(facade) << '\n';
+    return 1;
+  }
+  return edit(facade);
+}
+
+std::unique_ptr<CZDS> OpenReader(Call& call) {
+  DataRootPtr root = call.OpenStore();
+  if (!root) return nullptr;
+  auto facade = std::make_unique<CZDS>();
+  facade->SetDataRoot(root);
+  if (facade->InitAIDL()) return facade;
+  call.err() << DescribeStartupFailure(*facade) << '\n';
+  return nullptr;
+}
+
+std::string DescribeProblem(const platform::DataRoot& root, const FileProblem& problem) {
+  std::string line = NativeName(root, problem.path);
+  if (problem.line > 0) line += ":" + std::to_string(problem.line);
+  return line + ": " + (problem.what.empty() ? std::string("it cannot be used") : problem.what);
+}
+
+std::string DescribeStartupFailure(const CZDS& facade) {
+  const CZDS::StartupFailure& failure = facade.GetStartupFailure();
+  const platform::DataRoot& root = *facade.GetDataRoot();
+  std::string name = NativeName(root, failure.path);
+  switch (failure.result) {
+    case OpenResult::kUnusable: {
+      FileProblem problem = failure.problem;
+      if (problem.path.empty()) problem.path = failure.path;
+      return "zds: " + DescribeProblem(root, problem) + " (left untouched)";
+    }
+    case OpenResult::kMissing:
+      return "zds: " + std::string(failure.step) + " needs " + name + ", which is missing";
+    default:
+      if (failure.path.empty()) return "zds: cannot create the data root " + name;
+      return "zds: cannot write " + name;
+  }
+}
+
+int RunZds(const std::vector<std::string>& args, std::ostream& out, std::ostream& err) {
+  const CommandTable& table = Commands();
+  Line line = ReadGlobalOptions(args);
+  if (!line.problem.empty()) return Usage(err, line.problem);
+  if (line.version) {
+    out << kVersion << '\n';
+    return 0;
+  }
+  std::vector<std::string>& words = line.words;
+  if (!words.empty() && words[0] == "help") return RunHelp(table, {words.begin() + 1, words.end()}, out, err);
+  if (words.empty() || words[0] == "--") {
+    if (line.help) return RunHelp(table, {}, out, err);
+    return Usage(err, "no command given");
+  }
+  if (words[0].starts_with("-")) return Usage(err, "unknown option " + words[0].substr(0, words[0].find('=')));
+  const std::string noun = words[0];
+  if (!table.HasNoun(noun)) return Usage(err, "unknown command '" + noun + "'");
+  const CommandSpec* spec = table.Find(noun, "");
+  size_t taken = 1;
+  if (spec == nullptr) {
+    const bool has_verb = words.size() > 1 && !words[1].starts_with("-");
+    spec = has_verb ? table.Find(noun, words[1]) : nullptr;
+    if (spec == nullptr && line.help) return RunHelp(table, {noun}, out, err);
+    if (spec == nullptr) {
+      return has_verb ? Usage(err, "unknown command '" + noun + " " + words[1] + "'")
+                      : Usage(err, noun + " needs a sub-command (zds help " + noun + ")");
+    }
+    taken = 2;
+  }
+  if (line.help) {
+    PrintUsage(*spec, out);
+    return 0;
+  }
+  Call call(*spec, RootDir(line), out, err);
+  call.set_terminal(&out == &std::cout && platform::StandardOutputIsTerminal());
+  std::string problem;
+  if (!ReadCommandWords({words.begin() + static_cast<std::ptrdiff_t>(taken), words.end()}, call, problem)) {
+    return call.Usage(problem);
+  }
+  return spec->run(call);
+}
+
+void PrintUsage(const CommandSpec& spec, std::ostream& out) {
+  out << "usage: zds " << spec.Name();
+  const std::vector<OptionSpec> options = OptionsOf(spec);
+  for (const OptionSpec& option : options) {
+    std::string shown(option.name);
+    if (!option.values.empty()) shown += " " + std::string(option.values);
+    if (!option.required) shown = "[" + shown + "]";
+    out << ' ' << shown << (option.repeats ? "..." : "");
+  }
+  if (!spec.operands.empty()) out << ' ' << spec.operands;
+  out << "\n  " << spec.summary << '\n';
+  for (const OptionSpec& option : options) {
+    std::string shown = "  " + std::string(option.name);
+    if (!option.values.empty()) shown += " " + std::string(option.values);
+    shown.resize(std::max<size_t>(shown.size() + 2, 28), ' ');
+    out << shown << option.help << '\n';
+  }
+  out << (spec.store == StoreUse::kReads  ? "  Only reads: changes no file.\n"
+          : spec.store == StoreUse::kNone ? "  Needs no store.\n"
+                                          : "  Changes the store.\n");
+}
+
+void PrintOverview(const CommandTable& table, std::ostream& out) {
+  out << "usage: zds [--root DIR] COMMAND [ARGS] [--help]\n"
+         "       zds help [COMMAND], zds --version\n\ncommands:\n";
+  for (const CommandSpec& spec : table.Commands()) {
+    std::string name = "  " + spec.Name();
+    name.resize(std::max<size_t>(name.size() + 2, 22), ' ');
+    out << name << spec.summary << '\n';
+  }
+  out << "\nDIR defaults to $ZDS_ROOT, else ./zds-data. A PATH or POSITION takes '/' for '\\'.\n"
+         "Lists are tab-separated lines when piped, aligned with a header on a terminal;\n"
+         "--json prints one JSON document. Exit status: 0 done, 1 not found or refused, 2 bad usage.\n";
+}
+
+// Completes the command word, then the sub-command, then the options of
+// the command those two name; --root completes directories.
+void PrintBashCompletion(const CommandTable& table, std::ostream& out) {
+  std::vector<std::string> nouns;
+  for (const CommandSpec& spec : table.Commands()) {
+    if (std::find(nouns.begin(), nouns.end(), spec.noun) == nouns.end()) nouns.emplace_back(spec.noun);
+  }
+  out << "# zds completion for bash; load with: source <(zds completion bash)\n"
+         "_zds() {\n"
+         "  local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]}\n"
+         "  if [[ $prev == --root ]]; then COMPREPLY=($(compgen -d -- \"$cur\")); return; fi\n"
+         "  local words=() i\n"
+         "  for ((i = 1; i < COMP_CWORD; i++)); do\n"
+         "    case ${COMP_WORDS[i]} in\n"
+         "      --root) ((i++)) ;;\n"
+         "      -*) ;;\n"
+         "      *) words+=(\"${COMP_WORDS[i]}\") ;;\n"
+         "    esac\n"
+         "  done\n"
+         "  local options='--root --help'\n"
+         "  if ((${#words[@]} == 0)); then\n"
+         "    COMPREPLY=($(compgen -W \"";
+  for (size_t i = 0; i < nouns.size(); ++i) out << (i ? " " : "") << nouns[i];
+  out << " help --version $options\" -- \"$cur\")); return\n"
+         "  fi\n"
+         "  case ${words[0]} in\n";
+  for (const std::string& noun : nouns) {
+    std::string verbs;
+    for (const CommandSpec& spec : table.Commands()) {
+      if (spec.noun == noun && !spec.verb.empty()) verbs += (verbs.empty() ? "" : " ") + std::string(spec.verb);
+    }
+    if (verbs.empty()) continue;
+    out << "    " << noun << ") if ((${#words[@]} == 1)); then COMPREPLY=($(compgen -W \"" << verbs
+        << "\" -- \"$cur\")); return; fi ;;\n";
+  }
+  out << "  esac\n  case \"${words[0]} ${words[1]}\" in\n";
+  for (const CommandSpec& spec : table.Commands()) {
+    out << "    \"" << spec.noun << ' ' << (spec.verb.empty() ? "\"*" : std::string(spec.verb) + "\"") << ") options+='";
+    for (const OptionSpec& option : OptionsOf(spec)) out << ' ' << option.name;
+    out << "' ;;\n";
+  }
+  out << "  esac\n"
+         "  COMPREPLY=($(compgen -W \"$options\" -- \"$cur\"))\n"
+         "}\n"
+         "complete -o default -F _zds zds\n";
+}
+
+}  // namespace zds::cli
