@@ -15,15 +15,15 @@ constexpr std::string_view kVersion = "zds 0.1.0";
 constexpr std::string_view kDefaultRoot = "zds-data";
 
 // The options every command takes, wherever they stand on the line.
-const OptionSpec kRootOption{"--root", "DIR", "the data root (default: $ZDS_ROOT, else ./zds-data)"};
-const OptionSpec kJsonOption{"--json", "", "print one JSON document instead of lines"};
-const OptionSpec kAllOption{"--all", "", "print every field, the empty and internal ones too"};
+const Option kRootOption{"--root", "DIR", "the data root (default: $ZDS_ROOT, else ./zds-data)"};
+const Option kJsonOption{"--json", "", "print one JSON document instead of lines"};
+const Option kAllOption{"--all", "", "print every field, the empty and internal ones too"};
 
 // The options a command's call may hold: its own and those the host adds.
-std::vector<OptionSpec> OptionsOf(const CommandSpec& spec) {
-  std::vector<OptionSpec> options = spec.options;
-  if (spec.output != Output::kPlain) options.push_back(kJsonOption);
-  if (spec.output == Output::kShow) options.push_back(kAllOption);
+std::vector<Option> OptionsOf(const Command& command) {
+  std::vector<Option> options = command.options;
+  if (command.output != Output::kPlain) options.push_back(kJsonOption);
+  if (command.output == Output::kShow) options.push_back(kAllOption);
   return options;
 }
 
@@ -75,7 +75,7 @@ std::string RootDir(const Line& line) {
 
 // Reads the command's own options and operands into `call`.
 bool ReadCommandWords(const std::vector<std::string>& words, Call& call, std::string& problem) {
-  const std::vector<OptionSpec> options = OptionsOf(call.spec());
+  const std::vector<Option> options = OptionsOf(call.command());
   bool options_end = false;
   for (size_t i = 0; i < words.size(); ++i) {
     const std::string& word = words[i];
@@ -88,45 +88,45 @@ bool ReadCommandWords(const std::vector<std::string>& words, Call& call, std::st
       continue;
     }
     const std::string name = word.substr(0, word.find('='));
-    auto spec = std::find_if(options.begin(), options.end(), [&](const OptionSpec& o) { return o.name == name; });
-    if (spec == options.end()) {
-      problem = "unknown option " + name + " for " + call.spec().Name();
+    auto command = std::find_if(options.begin(), options.end(), [&](const Option& o) { return o.name == name; });
+    if (command == options.end()) {
+      problem = "unknown option " + name + " for " + call.command().Name();
       return false;
     }
     std::vector<std::string> values;
-    const size_t count = spec->ValueCount();
+    const size_t count = command->ValueCount();
     if (name.size() < word.size()) {  // --name=value
       if (count != 1) {
-        problem = name + " takes " + (count == 0 ? "no value" : std::string(spec->values));
+        problem = name + " takes " + (count == 0 ? "no value" : std::string(command->values));
         return false;
       }
       values.push_back(word.substr(name.size() + 1));
     } else {
       if (words.size() - i - 1 < count) {
-        problem = name + " needs " + std::string(spec->values);
+        problem = name + " needs " + std::string(command->values);
         return false;
       }
       values.assign(words.begin() + static_cast<std::ptrdiff_t>(i + 1),
                     words.begin() + static_cast<std::ptrdiff_t>(i + 1 + count));
       i += count;
     }
-    if (!spec->repeats && call.Has(name)) {
+    if (!command->repeats && call.Has(name)) {
       problem = name + " is given twice";
       return false;
     }
     call.AddOption(name, std::move(values));
   }
-  for (const OptionSpec& option : options) {
+  for (const Option& option : options) {
     if (option.required && !call.Has(option.name)) {
-      problem = call.spec().Name() + " needs " + std::string(option.name) + " " + std::string(option.values);
+      problem = call.command().Name() + " needs " + std::string(option.name) + " " + std::string(option.values);
       return false;
     }
   }
   const size_t n = call.operand_count();
-  if (n < call.spec().min_operands || n > call.spec().max_operands) {
-    const std::string_view operands = call.spec().operands;
-    problem = call.spec().Name() + (operands.empty() ? " takes no argument" : " takes " + std::string(operands));
-    if (n > call.spec().max_operands && n > 0) problem += ", not '" + call.operands().back() + "'";
+  if (n < call.command().min_operands || n > call.command().max_operands) {
+    const std::string_view operands = call.command().operands;
+    problem = call.command().Name() + (operands.empty() ? " takes no argument" : " takes " + std::string(operands));
+    if (n > call.command().max_operands && n > 0) problem += ", not '" + call.operands().back() + "'";
     return false;
   }
   return true;
@@ -138,9 +138,9 @@ int RunHelp(const CommandTable& table, const std::vector<std::string>& topic, st
     return 0;
   }
   bool any = false;
-  for (const CommandSpec& spec : table.Commands()) {
-    if (spec.noun != topic[0] || (topic.size() > 1 && spec.verb != topic[1])) continue;
-    PrintUsage(spec, out);
+  for (const Command& command : table.Commands()) {
+    if (command.noun != topic[0] || (topic.size() > 1 && command.verb != topic[1])) continue;
+    PrintUsage(command, out);
     any = true;
   }
   if (any) return 0;
@@ -152,26 +152,26 @@ int RunHelp(const CommandTable& table, const std::vector<std::string>& topic, st
 
 }  // namespace
 
-size_t OptionSpec::ValueCount() const {
+size_t Option::ValueCount() const {
   if (values.empty()) return 0;
   return static_cast<size_t>(std::count(values.begin(), values.end(), ' ')) + 1;
 }
 
-std::string CommandSpec::Name() const {
+std::string Command::Name() const {
   return verb.empty() ? std::string(noun) : std::string(noun) + " " + std::string(verb);
 }
 
-void CommandTable::Add(CommandSpec spec) { commands_.push_back(std::move(spec)); }
+void CommandTable::Add(Command command) { commands_.push_back(std::move(command)); }
 
-const CommandSpec* CommandTable::Find(std::string_view noun, std::string_view verb) const {
-  for (const CommandSpec& spec : commands_) {
-    if (spec.noun == noun && spec.verb == verb) return &spec;
+const Command* CommandTable::Find(std::string_view noun, std::string_view verb) const {
+  for (const Command& command : commands_) {
+    if (command.noun == noun && command.verb == verb) return &command;
   }
   return nullptr;
 }
 
 bool CommandTable::HasNoun(std::string_view noun) const {
-  return std::any_of(commands_.begin(), commands_.end(), [&](const CommandSpec& s) { return s.noun == noun; });
+  return std::any_of(commands_.begin(), commands_.end(), [&](const Command& s) { return s.noun == noun; });
 }
 
 bool Call::Has(std::string_view option) const {
@@ -205,7 +205,7 @@ void Call::AddOption(std::string_view name, std::vector<std::string> values) {
 }
 
 int Call::Usage(std::string_view problem) {
-  err_ << "zds: " << problem << " (zds help " << spec_.Name() << ")\n";
+  err_ << "zds: " << problem << " (zds help " << command_.Name() << ")\n";
   return 2;
 }
 
@@ -216,7 +216,7 @@ DataRootPtr Call::Root(platform::RootAccess access) const {
 }
 
 DataRootPtr Call::OpenStore() {
-  DataRootPtr root = Root(spec_.store == StoreUse::kReads ? platform::RootAccess::kReadOnly
+  DataRootPtr root = Root(command_.store == StoreUse::kReads ? platform::RootAccess::kReadOnly
                                                           : platform::RootAccess::kReadWrite);
   CZDS probe;
   probe.SetDataRoot(root);
@@ -230,7 +230,7 @@ DataRootPtr Call::OpenStore() {
 }
 
 int RunEdit(Call& call, const std::function<int(CZDS& facade)>& edit) {
-  DataRootPtr root = call.spec().store == StoreUse::kCreates ? call.Root(platform::RootAccess::kReadWrite)
+  DataRootPtr root = call.command().store == StoreUse::kCreates ? call.Root(platform::RootAccess::kReadWrite)
                                                               : call.OpenStore();
   if (!root) return 1;
   if (root->FileExists("")) return call.Refuse(call.root_dir() + " is a file, not a store's directory");
@@ -294,60 +294,60 @@ int RunZds(const std::vector<std::string>& args, std::ostream& out, std::ostream
   if (words[0].starts_with("-")) return Usage(err, "unknown option " + words[0].substr(0, words[0].find('=')));
   const std::string noun = words[0];
   if (!table.HasNoun(noun)) return Usage(err, "unknown command '" + noun + "'");
-  const CommandSpec* spec = table.Find(noun, "");
+  const Command* command = table.Find(noun, "");
   size_t taken = 1;
-  if (spec == nullptr) {
+  if (command == nullptr) {
     const bool has_verb = words.size() > 1 && !words[1].starts_with("-");
-    spec = has_verb ? table.Find(noun, words[1]) : nullptr;
-    if (spec == nullptr && line.help) return RunHelp(table, {noun}, out, err);
-    if (spec == nullptr) {
+    command = has_verb ? table.Find(noun, words[1]) : nullptr;
+    if (command == nullptr && line.help) return RunHelp(table, {noun}, out, err);
+    if (command == nullptr) {
       return has_verb ? Usage(err, "unknown command '" + noun + " " + words[1] + "'")
                       : Usage(err, noun + " needs a sub-command (zds help " + noun + ")");
     }
     taken = 2;
   }
   if (line.help) {
-    PrintUsage(*spec, out);
+    PrintUsage(*command, out);
     return 0;
   }
-  Call call(*spec, RootDir(line), out, err);
+  Call call(*command, RootDir(line), out, err);
   call.set_terminal(&out == &std::cout && platform::StandardOutputIsTerminal());
   std::string problem;
   if (!ReadCommandWords({words.begin() + static_cast<std::ptrdiff_t>(taken), words.end()}, call, problem)) {
     return call.Usage(problem);
   }
-  return spec->run(call);
+  return command->run(call);
 }
 
-void PrintUsage(const CommandSpec& spec, std::ostream& out) {
-  out << "usage: zds " << spec.Name();
-  const std::vector<OptionSpec> options = OptionsOf(spec);
-  for (const OptionSpec& option : options) {
+void PrintUsage(const Command& command, std::ostream& out) {
+  out << "usage: zds " << command.Name();
+  const std::vector<Option> options = OptionsOf(command);
+  for (const Option& option : options) {
     std::string shown(option.name);
     if (!option.values.empty()) shown += " " + std::string(option.values);
     if (!option.required) shown = "[" + shown + "]";
     out << ' ' << shown << (option.repeats ? "..." : "");
   }
-  if (!spec.operands.empty()) out << ' ' << spec.operands;
-  out << "\n  " << spec.summary << '\n';
-  for (const OptionSpec& option : options) {
+  if (!command.operands.empty()) out << ' ' << command.operands;
+  out << "\n  " << command.summary << '\n';
+  for (const Option& option : options) {
     std::string shown = "  " + std::string(option.name);
     if (!option.values.empty()) shown += " " + std::string(option.values);
     shown.resize(std::max<size_t>(shown.size() + 2, 28), ' ');
     out << shown << option.help << '\n';
   }
-  out << (spec.store == StoreUse::kReads  ? "  Only reads: changes no file.\n"
-          : spec.store == StoreUse::kNone ? "  Needs no store.\n"
+  out << (command.store == StoreUse::kReads  ? "  Only reads: changes no file.\n"
+          : command.store == StoreUse::kNone ? "  Needs no store.\n"
                                           : "  Changes the store.\n");
 }
 
 void PrintOverview(const CommandTable& table, std::ostream& out) {
   out << "usage: zds [--root DIR] COMMAND [ARGS] [--help]\n"
          "       zds help [COMMAND], zds --version\n\ncommands:\n";
-  for (const CommandSpec& spec : table.Commands()) {
-    std::string name = "  " + spec.Name();
+  for (const Command& command : table.Commands()) {
+    std::string name = "  " + command.Name();
     name.resize(std::max<size_t>(name.size() + 2, 22), ' ');
-    out << name << spec.summary << '\n';
+    out << name << command.summary << '\n';
   }
   out << "\nDIR defaults to $ZDS_ROOT, else ./zds-data. A PATH or POSITION takes '/' for '\\'.\n"
          "Lists are tab-separated lines when piped, aligned with a header on a terminal;\n"
@@ -358,8 +358,8 @@ void PrintOverview(const CommandTable& table, std::ostream& out) {
 // the command those two name; --root completes directories.
 void PrintBashCompletion(const CommandTable& table, std::ostream& out) {
   std::vector<std::string> nouns;
-  for (const CommandSpec& spec : table.Commands()) {
-    if (std::find(nouns.begin(), nouns.end(), spec.noun) == nouns.end()) nouns.emplace_back(spec.noun);
+  for (const Command& command : table.Commands()) {
+    if (std::find(nouns.begin(), nouns.end(), command.noun) == nouns.end()) nouns.emplace_back(command.noun);
   }
   out << "# zds completion for bash; load with: source <(zds completion bash)\n"
          "_zds() {\n"
@@ -382,17 +382,17 @@ void PrintBashCompletion(const CommandTable& table, std::ostream& out) {
          "  case ${words[0]} in\n";
   for (const std::string& noun : nouns) {
     std::string verbs;
-    for (const CommandSpec& spec : table.Commands()) {
-      if (spec.noun == noun && !spec.verb.empty()) verbs += (verbs.empty() ? "" : " ") + std::string(spec.verb);
+    for (const Command& command : table.Commands()) {
+      if (command.noun == noun && !command.verb.empty()) verbs += (verbs.empty() ? "" : " ") + std::string(command.verb);
     }
     if (verbs.empty()) continue;
     out << "    " << noun << ") if ((${#words[@]} == 1)); then COMPREPLY=($(compgen -W \"" << verbs
         << "\" -- \"$cur\")); return; fi ;;\n";
   }
   out << "  esac\n  case \"${words[0]} ${words[1]}\" in\n";
-  for (const CommandSpec& spec : table.Commands()) {
-    out << "    \"" << spec.noun << ' ' << (spec.verb.empty() ? "\"*" : std::string(spec.verb) + "\"") << ") options+='";
-    for (const OptionSpec& option : OptionsOf(spec)) out << ' ' << option.name;
+  for (const Command& command : table.Commands()) {
+    out << "    \"" << command.noun << ' ' << (command.verb.empty() ? "\"*" : std::string(command.verb) + "\"") << ") options+='";
+    for (const Option& option : OptionsOf(command)) out << ' ' << option.name;
     out << "' ;;\n";
   }
   out << "  esac\n"

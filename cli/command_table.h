@@ -25,7 +25,7 @@ namespace zds::cli {
 
 using DataRootPtr = std::shared_ptr<const platform::DataRoot>;
 
-struct OptionSpec {
+struct Option {
   std::string_view name{};    // "--subject"
   std::string_view values{};  // its value words for the usage ("TEXT", "TYPE EVENT RANGE"); empty for a flag
   std::string_view help{};
@@ -44,14 +44,14 @@ enum class Output { kPlain, kList, kShow };
 
 class Call;
 
-struct CommandSpec {
+struct Command {
   std::string_view noun{};      // "timer"
   std::string_view verb{};      // "add"; empty for a command of one word
   std::string_view operands{};  // for the usage: "POSITION", "FROM [TO]"
   size_t min_operands = 0;
   size_t max_operands = 0;
   std::string_view summary{};  // one line
-  std::vector<OptionSpec> options{};
+  std::vector<Option> options{};
   StoreUse store = StoreUse::kReads;
   Output output = Output::kPlain;
   std::function<int(Call&)> run{};
@@ -63,22 +63,22 @@ inline constexpr size_t kAnyNumber = std::numeric_limits<size_t>::max();
 
 class CommandTable {
  public:
-  void Add(CommandSpec spec);
-  const CommandSpec* Find(std::string_view noun, std::string_view verb) const;
+  void Add(Command command);
+  const Command* Find(std::string_view noun, std::string_view verb) const;
   bool HasNoun(std::string_view noun) const;
-  const std::vector<CommandSpec>& Commands() const { return commands_; }
+  const std::vector<Command>& Commands() const { return commands_; }
 
  private:
-  std::vector<CommandSpec> commands_;
+  std::vector<Command> commands_;
 };
 
 // One parsed call of a command, handed to its `run`.
 class Call {
  public:
-  Call(const CommandSpec& spec, std::string root_dir, std::ostream& out, std::ostream& err)
-      : spec_(spec), root_dir_(std::move(root_dir)), out_(out), err_(err) {}
+  Call(const Command& command, std::string root_dir, std::ostream& out, std::ostream& err)
+      : command_(command), root_dir_(std::move(root_dir)), out_(out), err_(err) {}
 
-  const CommandSpec& spec() const { return spec_; }
+  const Command& command() const { return command_; }
   std::ostream& out() { return out_; }
   std::ostream& err() { return err_; }
   const std::string& root_dir() const { return root_dir_; }
@@ -112,7 +112,7 @@ class Call {
   DataRootPtr Root(platform::RootAccess access) const;
 
  private:
-  const CommandSpec& spec_;
+  const Command& command_;
   std::string root_dir_;
   std::ostream& out_;
   std::ostream& err_;
@@ -144,7 +144,7 @@ const CommandTable& Commands();
 int RunZds(const std::vector<std::string>& args, std::ostream& out, std::ostream& err);
 
 // The usage of one command, or of them all (`zds help`).
-void PrintUsage(const CommandSpec& spec, std::ostream& out);
+void PrintUsage(const Command& command, std::ostream& out);
 void PrintOverview(const CommandTable& table, std::ostream& out);
 // A bash completion script for the table's commands and options.
 void PrintBashCompletion(const CommandTable& table, std::ostream& out);

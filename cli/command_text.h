@@ -40,7 +40,7 @@ bool ParseTime(std::string_view text, CTime& time, bool* day_only = nullptr);
 inline constexpr std::string_view kTimeGrammar = "YYYY-MM-DD[ HH:MM[:SS]], now, today or tomorrow";
 
 // A position or path as printed: "/" between the parts, and every byte a
-// POSIX shell would treat specially as %XX, so it passes unquoted
+// POSIX shell would act on as %XX, so it passes unquoted
 // ("kov:/Timer%20Index/0004/0001"). The library's own form is kept.
 std::string ShownPos(std::string_view stored);
 // What a person typed back into the library's form: one with a "\" is

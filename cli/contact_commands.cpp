@@ -61,7 +61,7 @@ int WithBooks(Call& call, const std::function<int(Store&)>& work) {
     Store store(call, facade);
     return store.Open() ? work(store) : 1;
   };
-  if (call.spec().store == StoreUse::kEdits) return RunEdit(call, run);
+  if (call.command().store == StoreUse::kEdits) return RunEdit(call, run);
   std::unique_ptr<CZDS> facade = OpenReader(call);
   return facade ? run(*facade) : 1;
 }
@@ -239,7 +239,7 @@ int ContactImport(Call& call) {
 }  // namespace
 
 void AddContactCommands(CommandTable& table) {
-  const OptionSpec book_option{"--book", "NAME", "the book (default: the default book)"};
+  const Option book_option{"--book", "NAME", "the book (default: the default book)"};
   table.Add({.noun = "book", .verb = "add", .operands = "NAME", .min_operands = 1, .max_operands = 1,
              .summary = "add a book and print its position", .store = StoreUse::kEdits, .run = BookAdd});
   table.Add({.noun = "book", .verb = "ls", .summary = "list the books: name, contacts, default",

@@ -61,7 +61,7 @@ int Describe(Call& call) {
 
 // range, find, before and on: a lead operand, then the rule.
 int Answer(Call& call) {
-  const std::string_view verb = call.spec().verb;
+  const std::string_view verb = call.command().verb;
   const std::string& lead = call.operand(0);
   int number = 0;
   CTime moment, to;
@@ -93,15 +93,15 @@ int Answer(Call& call) {
   return 0;
 }
 
-const OptionSpec kTimerOption{"--timer", "", "expand the rule as a timer's, not a schedule entry's"};
-const OptionSpec kNoMapsOption{"--no-maps", "", "ignore the maps"};
+const Option kTimerOption{"--timer", "", "expand the rule as a timer's, not a schedule entry's"};
+const Option kNoMapsOption{"--no-maps", "", "ignore the maps"};
 
 }  // namespace
 
 void AddCycleCommands(CommandTable& table) {
   constexpr std::string_view kRule = "TYPE EVENT RANGE [MAP...]";
   auto add = [&table](std::string_view verb, std::string_view operands, size_t min, std::string_view summary,
-                      std::vector<OptionSpec> options, int (*run)(Call&)) {
+                      std::vector<Option> options, int (*run)(Call&)) {
     table.Add({.noun = "cycle",
                .verb = verb,
                .operands = operands,
