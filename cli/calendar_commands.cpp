@@ -70,13 +70,24 @@ int Add(Call& call) {
 
 int Remove(Call& call) {
   const std::string pos = StoredPos(call.operand(0));
-  return RunEdit(call, [&](CZDS& facade) {
-    CScheduleIndexDoc* index = ScheduleOf(facade, true);
-    CScheduleDoc* doc = nullptr;
-    if (index == nullptr || index->FindRec(pos, &doc) == nullptr) return call.Refuse("no schedule entry at " + call.operand(0));
-    if (!doc->DelRec(pos)) return call.Refuse("cannot remove " + call.operand(0) + " (its document cannot be written)");
-    return 0;
-  });
+  auto find = [&](CZDS& facade, bool create, CScheduleDoc*& doc) {
+    CScheduleIndexDoc* index = ScheduleOf(facade, create);
+    if (index != nullptr && index->FindRec(pos, &doc) != nullptr) return true;
+    call.Refuse("no schedule entry at " + call.operand(0));
+    return false;
+  };
+  return RunEdit(
+      call,
+      [&](CZDS& facade) {
+        CScheduleDoc* doc = nullptr;
+        if (!find(facade, true, doc)) return 1;
+        if (!doc->DelRec(pos)) return call.Refuse("cannot remove " + call.operand(0) + " (its document cannot be written)");
+        return 0;
+      },
+      [&](CZDS& reader) {
+        CScheduleDoc* doc = nullptr;
+        return find(reader, false, doc) ? 0 : 1;
+      });
 }
 
 int Show(Call& call) {

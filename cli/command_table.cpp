@@ -229,7 +229,12 @@ DataRootPtr Call::OpenStore() {
   return nullptr;
 }
 
-int RunEdit(Call& call, const std::function<int(CZDS& facade)>& edit) {
+int RunEdit(Call& call, const StoreWork& edit, const StoreWork& check) {
+  if (check) {
+    std::unique_ptr<CZDS> reader = OpenReader(call);
+    if (!reader) return 1;
+    if (int refused = check(*reader)) return refused;
+  }
   DataRootPtr root = call.command().store == StoreUse::kCreates ? call.Root(platform::RootAccess::kReadWrite)
                                                               : call.OpenStore();
   if (!root) return 1;
@@ -244,8 +249,8 @@ int RunEdit(Call& call, const std::function<int(CZDS& facade)>& edit) {
 }
 
 std::unique_ptr<CZDS> OpenReader(Call& call) {
-  DataRootPtr root = call.OpenStore();
-  if (!root) return nullptr;
+  if (!call.OpenStore()) return nullptr;
+  DataRootPtr root = call.Root(platform::RootAccess::kReadOnly);
   auto facade = std::make_unique<CZDS>();
   facade->SetDataRoot(root);
   if (facade->InitAIDL()) return facade;

@@ -121,11 +121,17 @@ class Call {
   std::vector<std::pair<std::string, std::vector<std::string>>> options_;
 };
 
-// The one way every command that changes the store does so: the facade on
-// a writable root, its whole start-up run, then `edit`. A change that
-// must see what another process did comes through here, so what it takes
-// to retry one is added in this one place. `edit` returns the exit status.
-int RunEdit(Call& call, const std::function<int(CZDS& facade)>& edit);
+// The one way every command that changes the store does so. `check`,
+// when given, first looks on a read-only facade (the service index open)
+// whether the change can be made at all (the position names something,
+// the name is free), so that a refused call changes no file; it returns 0
+// to go on, else the exit status, its line written. Then the facade on a
+// writable root runs its whole start-up and `edit` makes the change. A
+// change that must see what another process did comes through here, so
+// what it takes to retry one is added in this one place. `edit` returns
+// the exit status.
+using StoreWork = std::function<int(CZDS& facade)>;
+int RunEdit(Call& call, const StoreWork& edit, const StoreWork& check = {});
 
 // The facade on a read-only root with the service index open, for a
 // command that reads through it; null with a line on the error stream.

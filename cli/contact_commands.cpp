@@ -55,13 +55,18 @@ class Store {
 };
 
 // Runs `work` on the store's address book: read-only for a command that
-// reads, through RunEdit for one that changes it.
-int WithBooks(Call& call, const std::function<int(Store&)>& work) {
-  auto run = [&](CZDS& facade) {
-    Store store(call, facade);
-    return store.Open() ? work(store) : 1;
+// reads, through RunEdit for one that changes it, after `check` (when
+// given) found on the read-only store that the change can be made.
+using BookWork = std::function<int(Store&)>;
+int WithBooks(Call& call, const BookWork& work, const BookWork& check = {}) {
+  auto on = [&call](const BookWork& what) {
+    return [&call, &what](CZDS& facade) {
+      Store store(call, facade);
+      return store.Open() ? what(store) : 1;
+    };
   };
-  if (call.command().store == StoreUse::kEdits) return RunEdit(call, run);
+  auto run = on(work);
+  if (call.command().store == StoreUse::kEdits) return RunEdit(call, run, check ? StoreWork(on(check)) : StoreWork());
   std::unique_ptr<CZDS> facade = OpenReader(call);
   return facade ? run(*facade) : 1;
 }
@@ -87,14 +92,18 @@ std::string Typing(const CContactTyping& typing) {
 // ---- book ----
 
 int BookAdd(Call& call) {
-  return WithBooks(call, [&call](Store& store) {
+  auto free = [&call](Store& store) {
+    if (!store.books().FindBook(call.operand(0))) return 0;
+    return call.Refuse("a book named " + call.operand(0) + " exists");
+  };
+  return WithBooks(call, [&call, &free](Store& store) {
     const std::string& name = call.operand(0);
-    if (store.books().FindBook(name)) return call.Refuse("a book named " + name + " exists");
+    if (int refused = free(store)) return refused;
     std::string pos = store.books().AddBook(name);
     if (pos.empty()) return call.Refuse("cannot add the book " + name);
     call.out() << ShownPos(pos) << '\n';
     return 0;
-  });
+  }, free);
 }
 
 int BookList(Call& call) {
@@ -127,7 +136,7 @@ int ContactAdd(Call& call) {
     if (pos.empty()) return call.Refuse("cannot save the contact");
     call.out() << ShownPos(pos) << '\n';
     return 0;
-  });
+  }, [&call](Store& store) { return store.Book(call.Value("--book")) ? 0 : 1; });
 }
 
 int ContactList(Call& call) {
@@ -194,7 +203,7 @@ int ContactRemove(Call& call) {
     if (contact == nullptr) return call.Refuse("no contact at " + call.operand(0));
     if (!contact->GetDoc()->DelRec(contact->GetPos())) return call.Refuse("cannot save the book without the contact");
     return 0;
-  });
+  }, [&call](Store& store) { return store.Contact(call.operand(0)) ? 0 : call.Refuse("no contact at " + call.operand(0)); });
 }
 
 int ContactFind(Call& call) {
@@ -233,7 +242,7 @@ int ContactImport(Call& call) {
     VCardImportResult result = ImportVCards(*book, text);
     call.out() << result.read << " read, " << result.refused << " refused\n";
     return result.read == 0 ? 1 : 0;
-  });
+  }, [&call](Store& store) { return store.Book(call.Value("--book")) ? 0 : 1; });
 }
 
 }  // namespace

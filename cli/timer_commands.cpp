@@ -105,13 +105,26 @@ int List(Call& call) {
 
 int Remove(Call& call) {
   const std::string pos = StoredPos(call.operand(0));
-  return RunEdit(call, [&](CZDS& facade) {
+  auto find = [&](CZDS& facade, bool opened) -> CATimerDoc* {
+    if (!opened && !facade.InitATimer()) return nullptr;
     CATimerIndexDoc* index = facade.GetATimerIndexDoc();
     CATimerDoc* doc = index ? index->GetTimerDoc(pos) : nullptr;
-    if (doc == nullptr) return call.Refuse("no timer at " + call.operand(0));
-    if (!doc->DelRec(pos)) return call.Refuse("cannot write " + NativeName(*facade.GetDataRoot(), doc->GetFilePath()));
-    return 0;
-  });
+    if (doc == nullptr) call.Refuse("no timer at " + call.operand(0));
+    return doc;
+  };
+  return RunEdit(
+      call,
+      [&](CZDS& facade) {
+        CATimerDoc* doc = find(facade, true);
+        if (doc == nullptr) return 1;
+        if (!doc->DelRec(pos)) return call.Refuse("cannot write " + NativeName(*facade.GetDataRoot(), doc->GetFilePath()));
+        return 0;
+      },
+      [&](CZDS& reader) {
+        if (find(reader, false) != nullptr) return 0;
+        if (reader.GetATimerIndexDoc() == nullptr) call.err() << DescribeStartupFailure(reader) << '\n';
+        return 1;
+      });
 }
 
 int Due(Call& call) {
