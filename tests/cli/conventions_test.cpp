@@ -315,5 +315,35 @@ TEST_F(ConventionsTest, BadCallsGetOneLineAndChangeNoFile) {
   EXPECT_EQ(test::ReadNative(file), "x");
 }
 
+// The completion script loads in bash and completes from the table.
+TEST(CompletionTest, BashCompletesCommandsSubCommandsAndOptions) {
+#ifdef _WIN32
+  GTEST_SKIP() << "no bash";
+#else
+  if (test::RunProgram("bash", {"-c", "true"}).exit_code != 0) GTEST_SKIP() << "bash is not installed";
+  TempRoot temp;
+  const path script = temp.top() / "zds.bash";
+  ProgramResult printed = test::RunZds({"completion", "bash"});
+  ASSERT_EQ(printed.exit_code, 0) << printed.err;
+  test::WriteNative(script, printed.out);
+  // The words typed so far, the cursor in the last: what COMPREPLY becomes.
+  auto complete = [&script](const std::string& words) {
+    const std::string run = "source '" + script.string() + "'; COMP_WORDS=(" + words +
+                            "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _zds; printf '%s\\n' \"${COMPREPLY[@]}\" | sort";
+    return test::RunProgram("bash", {"-c", run}).out;
+  };
+  EXPECT_EQ(complete("zds ti"), "timer\ntimers\n");
+  EXPECT_EQ(complete("zds --root /tmp con"), "contact\n");
+  EXPECT_EQ(complete("zds timer ''"), "add\nls\nrm\n");
+  EXPECT_EQ(complete("zds timer add --su"), "--subject\n");
+  EXPECT_EQ(complete("zds contact show --a"), "--all\n");
+  for (const cli::Command& command : Commands().Commands()) {
+    EXPECT_NE(complete("zds " + std::string(command.noun.substr(0, 2))).find(std::string(command.noun) + "\n"),
+              std::string::npos)
+        << command.Name();
+  }
+#endif
+}
+
 }  // namespace
 }  // namespace zds
