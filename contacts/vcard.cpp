@@ -94,14 +94,20 @@ class LineWriter {
   void Line(std::string_view line) { AppendFolded(out_, line); }
 
  private:
+  // The place word leads, unless the kinds hold it where it stood among
+  // the words read (ReadTyping), so that the order survives a round trip.
   void Typing(const CContactTyping& typing) {
     std::vector<std::string_view> words;
-    if (typing.place == kContactPlaceHome) words.push_back("home");
-    if (typing.place == kContactPlaceWork) words.push_back("work");
     for (std::string_view kinds = typing.kinds; !kinds.empty();) {
       std::string_view word = kinds.substr(0, kinds.find(','));
       kinds.remove_prefix(std::min(kinds.size(), word.size() + 1));
       if (!word.empty()) words.push_back(word);
+    }
+    const std::string_view place = typing.place == kContactPlaceHome   ? "home"
+                                   : typing.place == kContactPlaceWork ? "work"
+                                                                       : "";
+    if (!place.empty() && std::find(words.begin(), words.end(), place) == words.end()) {
+      words.insert(words.begin(), place);
     }
     for (size_t i = 0; i < words.size(); ++i) AppendParamValue(i == 0 ? ";TYPE=" : ",", words[i]);
     if (typing.preferred) line_ += ";PREF=1";
@@ -263,25 +269,43 @@ std::vector<std::string> SplitParts(std::string_view text, size_t count) {
   return parts;
 }
 
-// Type words from TYPE parameters, bare parameters and PREF.
+// Type words from TYPE parameters (repeated, comma lists quoted or not),
+// bare parameters and PREF, in the order they came. The first "home" or
+// "work" sets the place; unless it leads and comes once, the kinds keep
+// it where it stood too, so that writing the card back gives its words in
+// their order (LineWriter::Typing).
 CContactTyping ReadTyping(const Property& property, std::string_view dropped_word) {
   CContactTyping typing;
   typing.group = property.group;
-  bool placed = false;
+  std::vector<std::string> words;
+  size_t place_at = 0;
   for (const Param& param : property.params) {
     if (param.name == "PREF") typing.preferred = true;
     if (!param.name.empty() && param.name != "TYPE") continue;
-    for (std::string_view value : param.values) {
-      std::string word = platform::AsciiLowerCase(value);
-      if (word == "pref") {
-        typing.preferred = true;
-      } else if (!placed && (word == "home" || word == "work")) {
-        typing.place = word == "home" ? kContactPlaceHome : kContactPlaceWork;
-        placed = true;
-      } else if (!word.empty() && word != "other" && word != dropped_word) {
-        typing.kinds += typing.kinds.empty() ? word : "," + word;
+    for (std::string_view list : param.values) {
+      while (true) {
+        const size_t end = list.find(',');
+        std::string word = platform::AsciiLowerCase(list.substr(0, end));
+        if (word == "pref") {
+          typing.preferred = true;
+        } else if (!word.empty() && word != "other" && word != dropped_word) {
+          if (typing.place == kContactPlaceOther && (word == "home" || word == "work")) {
+            typing.place = word == "home" ? kContactPlaceHome : kContactPlaceWork;
+            place_at = words.size();
+          }
+          words.push_back(std::move(word));
+        }
+        if (end == std::string_view::npos) break;
+        list.remove_prefix(end + 1);
       }
     }
+  }
+  // The leading place word is left out only where writing puts it back:
+  // when no other word is the same.
+  const bool place_leads = typing.place != kContactPlaceOther && place_at == 0 &&
+                           std::find(words.begin() + 1, words.end(), words[0]) == words.end();
+  for (size_t i = place_leads ? 1 : 0; i < words.size(); ++i) {
+    typing.kinds += (typing.kinds.empty() ? "" : ",") + words[i];
   }
   return typing;
 }

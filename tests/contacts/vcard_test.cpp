@@ -134,6 +134,71 @@ TEST(VCardTest, CardsShapedLikeRealProgramsAreReadWhole) {
   EXPECT_TRUE(SameContacts(ReadVCards(exported).contacts, read.contacts));
 }
 
+// A property's TYPE words in every form real files use, from a pool with
+// places, known and unknown kinds, "pref" and "other", in mixed case.
+std::string TypeParams(std::mt19937& random, std::vector<std::string> words) {
+  std::string params;
+  switch (random() % 4) {
+    case 0:  // TYPE=a,b
+    case 1:  // TYPE="a,b"
+      if (words.empty()) return params;
+      params = random() % 2 ? ";TYPE=\"" : ";TYPE=";
+      for (size_t i = 0; i < words.size(); ++i) params += (i ? "," : "") + words[i];
+      return params + (params.find('"') != std::string::npos ? "\"" : "");
+    case 2:  // TYPE=a;TYPE=b
+      for (const std::string& word : words) params += ";TYPE=" + word;
+      return params;
+    default:  // a;b, as vCard 2.1 wrote it
+      for (const std::string& word : words) params += ";" + word;
+      return params;
+  }
+}
+
+TEST(VCardTest, ExportImportExportIsAFixedPointForEveryFormOfTypeWords) {
+  const std::vector<std::string> pool = {"home", "WORK", "Work", "voice", "CELL", "fax", "internet", "INTERNET",
+                                         "x-custom", "pref", "other", "text", "Home"};
+  std::mt19937 random(0x7e57u);
+  std::string cards;
+  for (int n = 0; n < 200; ++n) {
+    auto words = [&] {
+      std::vector<std::string> chosen(random() % 4);
+      for (std::string& word : chosen) word = pool[random() % pool.size()];
+      return chosen;
+    };
+    cards += "BEGIN:VCARD\r\nVERSION:3.0\r\nFN:Card " + std::to_string(n) + "\r\n";
+    cards += "EMAIL" + TypeParams(random, words()) + ":c" + std::to_string(n) + "@example.org\r\n";
+    cards += "TEL" + TypeParams(random, words()) + ":+1 555 01" + std::to_string(n % 100) + "\r\n";
+    cards += "ADR" + TypeParams(random, words()) + ":;;" + std::to_string(n) + " Main St;Town;;;\r\nEND:VCARD\r\n";
+  }
+  Shelf shelf;
+  ASSERT_EQ(shelf.Open(), OpenResult::kCreated);
+  for (const char* name : {"In", "Again"}) ASSERT_FALSE(shelf.doc().AddBook(name).empty());
+  CPIDLDoc& in = *shelf.doc().GetPIDLDoc(0);
+  CPIDLDoc& again = *shelf.doc().GetPIDLDoc(1);
+  ASSERT_EQ(ImportVCards(in, cards).read, 200);
+  const std::string exported = ExportVCards(in);
+  ASSERT_EQ(ImportVCards(again, exported).read, 200);
+  EXPECT_EQ(ExportVCards(again), exported);
+
+  // What the words become: lists split wherever they are, unknown words
+  // kept, the order kept, "internet" (implied by EMAIL), "other" and "pref" not.
+  const std::pair<const char*, const char*> typed[] = {
+      {"EMAIL;TYPE=\"INTERNET,WORK\":a@example.org", "EMAIL;TYPE=work:a@example.org"},
+      {"TEL;TYPE=\"WORK,VOICE\":1", "TEL;TYPE=work,voice:1"},
+      {"TEL;TYPE=voice;TYPE=work:1", "TEL;TYPE=voice,work:1"},
+      {"TEL;TYPE=X-Custom,CELL,pref:1", "TEL;TYPE=x-custom,cell;PREF=1:1"},
+      {"TEL;CELL;HOME:1", "TEL;TYPE=cell,home:1"},
+      {"TEL;TYPE=home,work:1", "TEL;TYPE=home,work:1"},
+      {"TEL;TYPE=\"Home,Home,home\":1", "TEL;TYPE=home,home,home:1"},
+  };
+  for (const auto& [line, written] : typed) {
+    VCardReadResult read = ReadVCards(Card({"BEGIN:VCARD", "FN:x", line, "END:VCARD"}));
+    ASSERT_EQ(read.contacts.size(), 1u) << line;
+    EXPECT_NE(FormatVCard(read.contacts[0]).find(std::string(written) + "\r\n"), std::string::npos)
+        << line << "\n" << FormatVCard(read.contacts[0]);
+  }
+}
+
 TEST(VCardTest, BadCardsAreRefusedAndReadingGoesOn) {
   const std::string good = Card({"BEGIN:VCARD", "VERSION:4.0", "FN:Good", "END:VCARD"});
   const std::pair<const char*, std::string> kBad[] = {  // each followed by the good card
