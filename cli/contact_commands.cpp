@@ -37,13 +37,17 @@ class Store {
     if (doc == nullptr) call_.Refuse("the book " + folder->GetAlias() + " cannot be opened");
     return doc;
   }
-  // The contact at a typed position, in any book.
+  // The contact at a typed position, in any book; null with a line
+  // (naming the book's file when it cannot be used).
   const CPIDLRec* Contact(const std::string& typed) {
     const std::string pos = StoredPos(typed);
-    book_->LoadAllPIDLDocs();
-    for (CAdrBookFolder& folder : book_->GetBooks()) {
-      const CPIDLDoc* book = book_->GetExpandedDoc<CPIDLDoc>(folder);
-      if (const CPIDLRec* contact = book ? book->GetRec(pos) : nullptr) return contact;
+    const CVFDLNode* node = book_->ReachNodeByPos(pos);
+    const auto* book = node ? dynamic_cast<const CPIDLDoc*>(node->GetDoc()) : nullptr;
+    if (const CPIDLRec* contact = book ? book->GetRec(pos) : nullptr) return contact;
+    if (book_->GetLastLoadStatus() == LoadStatus::kUnusable) {
+      call_.Refuse(DescribeProblem(*facade_.GetDataRoot(), book_->GetLastLoadProblem()) + " (left untouched)");
+    } else {
+      call_.Refuse("no contact at " + typed);
     }
     return nullptr;
   }
@@ -171,7 +175,7 @@ std::string Typed(const std::string& value, const CContactTyping& typing) {
 int ContactShow(Call& call) {
   return WithBooks(call, [&call](Store& store) {
     const CPIDLRec* contact = store.Contact(call.operand(0));
-    if (contact == nullptr) return call.Refuse("no contact at " + call.operand(0));
+    if (contact == nullptr) return 1;
     const CPIDLExtendRec& fields = contact->GetExtendRec();
     ShownItem item(call);
     item.Add("position", ShownPos(contact->GetPos()));
@@ -200,10 +204,10 @@ int ContactShow(Call& call) {
 int ContactRemove(Call& call) {
   return WithBooks(call, [&call](Store& store) {
     const CPIDLRec* contact = store.Contact(call.operand(0));
-    if (contact == nullptr) return call.Refuse("no contact at " + call.operand(0));
+    if (contact == nullptr) return 1;
     if (!contact->GetDoc()->DelRec(contact->GetPos())) return call.Refuse("cannot save the book without the contact");
     return 0;
-  }, [&call](Store& store) { return store.Contact(call.operand(0)) ? 0 : call.Refuse("no contact at " + call.operand(0)); });
+  }, [&call](Store& store) { return store.Contact(call.operand(0)) ? 0 : 1; });
 }
 
 int ContactFind(Call& call) {

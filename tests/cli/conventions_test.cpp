@@ -200,6 +200,23 @@ TEST_F(ConventionsTest, PrintedPositionsPassAShellUnquotedAndEveryFormIsAccepted
 #endif
 }
 
+// On a terminal (a pseudo-terminal made by script(1)) a list has a header
+// and columns aligned by blanks.
+TEST_F(ConventionsTest, OnATerminalAListHasAHeaderAndAlignedColumns) {
+#ifdef _WIN32
+  GTEST_SKIP() << "no pseudo-terminal";
+#else
+  if (test::RunProgram("script", {"-qec", "true", "/dev/null"}).exit_code != 0) GTEST_SKIP() << "script is not installed";
+  const std::string call = "'" + std::string(ZDS_CLI_PATH) + "' --root '" + temp_.dir().string() + "' book ls";
+  std::string shown = test::RunProgram("script", {"-qec", call, "/dev/null"}).out;
+  std::erase(shown, '\r');
+  EXPECT_EQ(shown,
+            "POSITION                NAME        CONTACTS  DEFAULT\n"
+            "kov:/Velmora/0008/0001  Friends     1         yes\n"
+            "kov:/Velmora/0008/0002  Work/Stuff  0         no\n");
+#endif
+}
+
 // --json prints the rows the tab lines print, as objects; python3 parses it.
 TEST_F(ConventionsTest, JsonHoldsTheSameRowsAsTheTabLines) {
   if (test::RunProgram("python3", {"-c", "import json"}).exit_code != 0) GTEST_SKIP() << "python3 is not installed";
@@ -250,7 +267,13 @@ TEST_F(ConventionsTest, CheckNamesADamagedDocumentBehindANodeByFileAndLine) {
   EXPECT_NE(check.out.find(" 1 unusable\n"), std::string::npos) << check.out;
   ProgramResult show = Zds({"contact", "show", contact_});
   EXPECT_TRUE(test::RefusedWithOneLine(show, 1));
+  EXPECT_NE(show.err.find("Friends/index.xml:" + std::to_string(line) + ": "), std::string::npos) << show.err;
   EXPECT_TRUE(Snapshot(temp_.dir()) == before);
+  // Start-up does not open the books; init names the damaged one all the same.
+  ProgramResult init = Zds({"init"});
+  EXPECT_EQ(init.exit_code, 1);
+  EXPECT_NE(init.err.find("Friends/index.xml:" + std::to_string(line) + ": "), std::string::npos) << init.err;
+  EXPECT_EQ(temp_.Read(book), damaged);
 }
 
 // Each command's bad calls: one line, the exit status, and no file changed.
