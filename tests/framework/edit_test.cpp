@@ -269,6 +269,52 @@ TEST_F(EditTest, OpeningNothingBehindANodeSaysWhy) {
   EXPECT_NE(doc_.GetExpandedDoc<NoteDoc>(*doc_.GetNodeByPos(good)), nullptr) << "it is open all the same";
 }
 
+// Reaching through documents behind nodes opens them as needed and never
+// makes one; the walk visits each, says why one cannot be used, and closes
+// again what it opened.
+TEST_F(EditTest, ReachingAndWalkingGoThroughTheDocumentsBehindNodes) {
+  const std::string outer_pos = AddBackedFolder("Outer", "\\outer.xml");
+  ASSERT_NE(doc_.LoadVFDLDoc(*doc_.GetNodeByPos(outer_pos)), nullptr);
+  NoteDoc& outer = *doc_.GetExpandedDoc<NoteDoc>(*doc_.GetNodeByPos(outer_pos));
+  outer.SetAutoSaveFlag(true);
+  const std::string inner_pos = AddBackedFolder("Inner", "\\inner.xml", &outer);
+  ASSERT_NE(outer.LoadVFDLDoc(*outer.GetNodeByPos(inner_pos)), nullptr);
+  const std::string damaged_pos = AddBackedFolder("Damaged", "\\damaged.xml");
+  const std::string missing_pos = AddBackedFolder("Missing", "\\missing.xml");
+  temp_.Write("damaged.xml", "<notes>\n<folder id=\"0000\">\n</rec>\n");
+  ASSERT_TRUE(doc_.SaveXMLDoc());
+  ASSERT_TRUE(outer.SaveXMLDoc());
+
+  NoteDoc fresh;  // nothing behind its nodes open yet
+  fresh.SetDataRoot(temp_.root());
+  fresh.SetClassRegistry(&test::NoteRegistry());
+  ASSERT_EQ(OpenVFDLDoc(fresh, "\\notes.xml", ""), OpenResult::kLoaded);
+  const CVFDLNode* schedule = fresh.ReachNodeByPos(inner_pos + "\\0001");
+  ASSERT_NE(schedule, nullptr);
+  EXPECT_EQ(schedule->GetPath(), "kov:\\Notes\\Outer\\Inner\\Schedule");
+  EXPECT_EQ(fresh.ReachNodeByPath("kov:\\Notes\\Outer\\Inner\\Schedule"), schedule);
+  EXPECT_EQ(fresh.ReachNodeByPos(inner_pos + "\\0099"), nullptr);
+  EXPECT_EQ(fresh.ReachNodeByPos(damaged_pos + "\\0001"), nullptr);
+  EXPECT_EQ(fresh.GetLastLoadStatus(), LoadStatus::kUnusable);
+  EXPECT_EQ(fresh.GetLastLoadProblem(), (FileProblem{"\\damaged.xml", 3, "</rec> where </folder> was due"}));
+  EXPECT_EQ(fresh.ReachNodeByPath("kov:\\Notes\\Missing\\Schedule"), nullptr);
+  EXPECT_EQ(fresh.ReachNodeByPos(missing_pos + "\\0001"), nullptr);
+  EXPECT_EQ(fresh.GetLastLoadStatus(), LoadStatus::kMissing);
+  EXPECT_FALSE(temp_.Exists("missing.xml")) << "reaching makes nothing";
+
+  NoteDoc walked;
+  walked.SetDataRoot(temp_.root());
+  walked.SetClassRegistry(&test::NoteRegistry());
+  ASSERT_EQ(OpenVFDLDoc(walked, "\\notes.xml", ""), OpenResult::kLoaded);
+  std::vector<std::string> seen;
+  walked.ForEachDocBehind([&](const CVFDLNode& holder, const CVFDLDoc* doc, LoadStatus status, const FileProblem&) {
+    seen.push_back(holder.GetAlias() + (doc ? " open" : status == LoadStatus::kUnusable ? " unusable" : " missing"));
+  });
+  EXPECT_EQ(seen, (std::vector<std::string>{"Outer open", "Inner open", "Damaged unusable", "Missing missing"}));
+  EXPECT_EQ(walked.GetExpandedDoc(*walked.GetNodeByPos(outer_pos)), nullptr) << "closed again";
+  EXPECT_FALSE(temp_.Exists("missing.xml"));
+}
+
 TEST(ContentDescriptorTest, ComposesAndReadsBackTheThreeFields) {
   const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
       {"midl", "CMIDLDoc", "universal", "midl;class=CMIDLDoc;os=universal"},
