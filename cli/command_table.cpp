@@ -14,8 +14,7 @@ namespace {
 constexpr std::string_view kVersion = "zds 0.1.0";
 constexpr std::string_view kDefaultRoot = "zds-data";
 
-// The options every command takes, wherever they stand on the line.
-const Option kRootOption{"--root", "DIR", "the data root (default: $ZDS_ROOT, else ./zds-data)"};
+// The output options the host adds to a command that lists or shows.
 const Option kJsonOption{"--json", "", "print one JSON document instead of lines"};
 const Option kAllOption{"--all", "", "print every field, the empty and internal ones too"};
 
