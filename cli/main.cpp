@@ -11,6 +11,7 @@
 #include "cli/contact_commands.h"
 #include "cli/cycle_command.h"
 #include "cli/events_commands.h"
+#include "cli/ics_commands.h"
 #include "cli/store_commands.h"
 #include "cli/timer_commands.h"
 #include "zds/platform/console.h"
@@ -38,6 +39,7 @@ constexpr const char kUsage[] =
     "  contact add [--book NAME] --name TEXT [--email ADDR]... [--phone NUMBER]...\n"
     "  contact ls [BOOK] | show POSITION | rm POSITION | find EMAIL\n"
     "  contact export [BOOK] | import FILE [--book NAME]   vCard 4.0 out, 3.0/4.0 in\n"
+    "  export ics [--from DAY --to DAY] | import ics FILE   iCalendar out and in\n"
     "DIR defaults to ./zds-data; PATH is a virtual path such as 'kov:\\Velmora\\E-Mail'.\n"
     "Lists are tab-separated. Exit status: 0 done, 1 not found or refused, 2 bad usage.\n";
 
@@ -69,6 +71,9 @@ int Run(std::vector<std::string> args) {
   if (command == "agenda") return zds::cli::RunAgendaCommand(root, {args.begin() + 1, args.end()}, std::cout, std::cerr);
   if (command == "book") return zds::cli::RunBookCommand(root, {args.begin() + 1, args.end()}, std::cout, std::cerr);
   if (command == "contact") return zds::cli::RunContactCommand(root, {args.begin() + 1, args.end()}, std::cout, std::cerr);
+  if (command == "export" || command == "import") {
+    return zds::cli::RunIcsCommand(command, root, {args.begin() + 1, args.end()}, std::cout, std::cerr);
+  }
   if (command == "ls" || command == "show") {
     if (args.size() != 2) return Usage(command + " takes one PATH");
     return command == "ls" ? zds::cli::RunListCommand(root, args[1], std::cout, std::cerr)
