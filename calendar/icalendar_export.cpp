@@ -304,7 +304,8 @@ struct Series {
   }
   void Times(Writer& w, CTime begin, CTime end) const {
     w.Line("DTSTART", UtcText(begin));
-    w.Line(todo() ? "DUE" : "DTEND", UtcText(std::max(begin, end)));
+    // A timer is due at its start: a map's end means nothing to it.
+    w.Line(todo() ? "DUE" : "DTEND", UtcText(todo() ? begin : std::max(begin, end)));
   }
   void Override(Writer& w, std::string_view uid_suffix, std::string_view id, std::string_view id_name,
                 CTime begin, CTime end) const {

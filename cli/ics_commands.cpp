@@ -129,7 +129,7 @@ std::optional<CScheCycleRec> CandidateRule(const IcsSeries& s) {
       for (int i = 0; i < ICAL_BY_DAY_SIZE && r.by_day[i] != ICAL_RECURRENCE_ARRAY_MAX; ++i) {
         if (icalrecurrencetype_day_position(r.by_day[i]) != 0) return std::nullopt;
         int weekday = static_cast<int>(icalrecurrencetype_day_day_of_week(r.by_day[i])) - 1;  // 0 = Sunday
-        offsets.push_back((weekday - start.tm_wday + 7) % 7);
+        offsets.push_back((weekday - s.start_weekday + 7) % 7);
       }
       std::sort(offsets.begin(), offsets.end());
       offsets.erase(std::unique(offsets.begin(), offsets.end()), offsets.end());
@@ -240,7 +240,11 @@ void ImportSeries(const IcsSeries& s, CScheduleIndexDoc& index, CZDS& facade, CT
   const bool single = !s.has_rrule && !s.has_rdate && s.exdates.empty() &&
                       std::none_of(s.occurrences.begin(), s.occurrences.end(), [](auto& o) { return o.moved; });
   if (single) {
-    CScheduleRec rec = EntryOf(s, s.start, s.start + CTimeSpan(s.duration));
+    std::tm day = s.start.GetLocalTm();
+    CTime end = s.all_day ? CTime::FromLocalFields(day.tm_year + 1900, day.tm_mon + 1,
+                                                   day.tm_mday + s.duration / 86400, 0, 0, 0)
+                          : s.start + CTimeSpan(s.duration);
+    CScheduleRec rec = EntryOf(s, s.start, end);
     return File(index, facade, rec) ? void(++counts.stored) : refuse("the schedule cannot be written");
   }
   if (s.has_rrule && !s.has_rdate) {

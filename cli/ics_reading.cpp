@@ -24,6 +24,13 @@ CTime Moment(const icaltimetype& t) {
   return CTime::FromLocalFields(t.year, t.month, t.day, t.hour, t.minute, t.second);
 }
 
+// libical takes "20261301" for a date and leaves its fields as written.
+bool IsRealTime(const icaltimetype& t) {
+  if (!icaltime_is_valid_time(t) || t.month < 1 || t.month > 12 || t.day < 1) return false;
+  if (t.day > icaltime_days_in_month(t.month, t.year)) return false;
+  return t.is_date || (t.hour >= 0 && t.hour < 24 && t.minute >= 0 && t.minute < 60 && t.second >= 0 && t.second <= 60);
+}
+
 // Whole days from one date to another (both dates), by the civil calendar.
 int64_t DaysBetween(const icaltimetype& from, const icaltimetype& to) {
   auto days = [](const icaltimetype& t) {
@@ -160,7 +167,7 @@ IcsSeries ReadSeries(icalcomponent* master, const std::vector<icalcomponent*>& o
     return s;
   }
   icaltimetype dtstart = icalcomponent_get_dtstart(master);
-  if (icaltime_is_null_time(dtstart) || !icaltime_is_valid_time(dtstart)) {
+  if (icaltime_is_null_time(dtstart) || !IsRealTime(dtstart)) {
     s.problem = "a DTSTART that is no date";
     return s;
   }
@@ -168,6 +175,7 @@ IcsSeries ReadSeries(icalcomponent* master, const std::vector<icalcomponent*>& o
   s.has_start = true;
   s.all_day = extent.all_day;
   s.start = Moment(dtstart);
+  s.start_weekday = icaltime_day_of_week(dtstart) - 1;
   s.duration = extent.all_day ? (extent.days - 1) * kDay : extent.seconds;
   std::map<int64_t, icalcomponent*> moved;
   for (icalcomponent* o : overrides) moved[Moment(icalcomponent_get_recurrenceid(o)).GetTime()] = o;

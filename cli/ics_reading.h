@@ -36,6 +36,7 @@ struct IcsSeries {
   bool has_start = false;
   bool all_day = false;
   CTime start;
+  int start_weekday = 0;     // of DTSTART as written (0 = Sunday), which BYDAY counts from
   int64_t duration = 0;      // seconds; for all-day: days - 1, in seconds
   bool has_rrule = false;
   bool has_rdate = false;
