@@ -183,6 +183,82 @@ CICalendarSpan FiveYears() {
   return span;
 }
 
+// Table of stored rules and what their export must say: RRULE only where
+// it states the rule exactly, the occurrences of the span otherwise.
+TEST(ICalendarExportTest, RulesGoOutAsRRuleOnlyWhereItIsExactAndTextIsEscapedAndFolded) {
+  ZDS_USE_TIME_ZONE_OR_SKIP("Europe/Berlin");
+  struct Case {
+    const char* type;
+    const char* event;
+    const char* range;
+    std::vector<const char*> present, absent;
+  };
+  // The weekly walk lands on the day after each event day (Monday, then
+  // Tuesday for the Monday and Wednesday mask); the range's end is the end
+  // of the last occurrence (9 March, 10:00) and becomes a count.
+  const Case cases[] = {
+      {"day;multiple=01;from=2025-03-03 09:00;workday=no", "sequence;number=1111111;from=2025-03-03 09:00;to=2025-03-03 09:15",
+       "numlimited;from=2025-03-03 00:00;number=40",
+       {"DTSTART:20250303T080000Z", "DURATION:PT900S", "RRULE:FREQ=DAILY;INTERVAL=1;COUNT=40"}, {"RDATE"}},
+      {"day;multiple=02;from=2025-03-03 09:00;workday=no", "sequence;number=1111111;from=2025-03-03 09:00;to=2025-03-03 10:00",
+       "timelimited;from=2025-03-03 00:00;to=2025-03-10 09:30",
+       {"RRULE:FREQ=DAILY;INTERVAL=2;COUNT=4"}, {"RDATE", "UNTIL"}},
+      {"week;multiple=02;from=2025-03-03 09:00;workday=no", "sequence;number=0101000;from=2025-03-03 09:00;to=2025-03-03 10:00",
+       "notstop;from=2025-03-03 00:00",
+       {"RRULE:FREQ=WEEKLY;INTERVAL=2;BYDAY=MO,TU;WKST=MO"}, {"RDATE", "COUNT"}},
+      {"day;multiple=01;from=2025-03-03 09:00;workday=yes", "sequence;number=1111111;from=2025-03-03 09:00;to=2025-03-03 10:00",
+       "numlimited;from=2025-03-03 00:00;number=12",
+       {"RDATE:20250304T080000Z", "@zds-copy-1", "DTSTART:20250310T080000Z"}, {"RRULE"}},
+      {"month;multiple=02;from=2025-01-15 09:30;workday=no", "absolute_day;date=00:01:15;from=2025-01-15 09:30;to=2025-01-15 10:00",
+       "notstop;from=2025-01-15 00:00", {"DTSTART:20250115T093000\r\n", "RRULE:FREQ=MONTHLY;INTERVAL=2"}, {"RDATE"}},
+      {"month;multiple=01;from=2025-01-31 18:00;workday=no", "absolute_day;date=00:01:31;from=2025-01-31 18:00;to=2025-01-31 19:00",
+       "notstop;from=2025-01-31 00:00", {"RDATE:20250303T170000Z"}, {"RRULE"}},
+      {"year;multiple=01;from=2024-02-29 08:00;workday=no", "absolute_day;date=00:02:29;from=2024-02-29 08:00;to=2024-02-29 09:00",
+       "notstop;from=2024-02-29 00:00", {"RDATE:20260301T070000Z"}, {"RRULE"}},
+      {"year;multiple=01;from=2024-07-04 08:00;workday=no", "absolute_day;date=00:07:04;from=2024-07-04 08:00;to=2024-07-04 09:00",
+       "numlimited;from=2024-07-04 00:00;number=3", {"DTSTART:20240704T080000\r\n", "RRULE:FREQ=YEARLY;INTERVAL=1;COUNT=3"},
+       {"RDATE"}},
+  };
+  CICalendarSpan span = FiveYears();
+  for (const Case& c : cases) {
+    CScheduleRec rec;
+    CScheduleExtendRec& e = rec.GetExtendRec();
+    e.subject = "x";
+    e.cycle = true;
+    CCycleFormat::AnalyseCycleType(c.type, e.cycle_rec.cycle_type);
+    CCycleFormat::AnalyseCycleEvent(c.event, e.cycle_rec.cycle_event);
+    CCycleFormat::AnalyseCycleRange(c.range, e.cycle_rec.cycle_range);
+    const std::string text = ExportScheduleEntry(rec, span);
+    for (const char* want : c.present) EXPECT_NE(text.find(want), std::string::npos) << c.type << " " << want << "\n" << text;
+    for (const char* not_want : c.absent) EXPECT_EQ(text.find(not_want), std::string::npos) << c.type << "\n" << text;
+  }
+
+  CScheduleRec rec;
+  CScheduleExtendRec& e = rec.GetExtendRec();
+  e.subject = "a,b;c\\d\ne " + std::string(40, 'x') + " Grüße Grüße Grüße Grüße";
+  e.contact = "Ana";
+  e.priority = kSchedulePriorityHigh;
+  e.is_timer = true;
+  e.set_minutes = 15;
+  e.all_day = true;
+  ASSERT_TRUE(ParseScheduleDay("2025-05-01", e.begin));
+  ASSERT_TRUE(ParseScheduleDay("2025-05-03", e.end));
+  const std::string text = ExportScheduleEntry(rec, span);
+  EXPECT_TRUE(FoldedAt75(text)) << text;
+  std::string unfolded = text;
+  for (size_t at; (at = unfolded.find("\r\n ")) != std::string::npos;) unfolded.erase(at, 3);
+  for (const char* want : {"SUMMARY:a\\,b\\;c\\\\d\\ne xxx", "Grüße Grüße Grüße Grüße\r\n", "CONTACT:Ana\r\n",
+                           "PRIORITY:1\r\n", "TRIGGER:-PT15M\r\n", "DTSTART;VALUE=DATE:20250501\r\n",
+                           "DTEND;VALUE=DATE:20250504\r\n"}) {
+    EXPECT_NE(unfolded.find(want), std::string::npos) << want << "\n" << unfolded;
+  }
+  for (size_t at = 0; (at = text.find("\r\n ", at)) != std::string::npos; at += 3) {
+    EXPECT_NE(static_cast<unsigned char>(text[at + 3]) & 0xc0, 0x80) << "a fold inside a UTF-8 character";
+  }
+}
+
+#ifdef ZDS_HAVE_LIBICAL
+
 using Occurrence = std::tuple<int64_t, int64_t, std::string>;  // begin, end, position
 
 // The position an exported UID stands for.
@@ -214,7 +290,6 @@ std::string PosOfUid(const std::string& uid, const std::map<std::string, std::st
   return result;
 }
 
-#ifdef ZDS_HAVE_LIBICAL
 
 // The first Python with the icalendar package; empty where there is none.
 const std::string& PythonWithIcalendar() {
