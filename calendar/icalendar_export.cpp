@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "zds/calendar/schedule_occurrences.h"
+#include "zds/framework/content_line.h"
 #include "zds/platform/ascii.h"
 #include "zds/recurrence/cycle_arithmetic.h"
 
@@ -17,42 +18,13 @@ namespace zds {
 namespace {
 
 constexpr int64_t kDay = 86400;
-constexpr size_t kFoldOctets = 75;
 constexpr size_t kDatesPerLine = 8;  // RDATE values per property: short lines fold less
 constexpr const char* kWeekdays[] = {"SU", "MO", "TU", "WE", "TH", "FR", "SA"};
 
 // ---- content lines ----
 
-// TEXT values: "\", "," and ";" escaped, every line break as "\n"; other
-// control bytes, which no TEXT may hold, become blanks.
-void AppendText(std::string& out, std::string_view text) {
-  for (size_t i = 0; i < text.size(); ++i) {
-    char c = text[i];
-    if (c == '\\' || c == ',' || c == ';') {
-      out += '\\';
-      out += c;
-    } else if (c == '\r' || c == '\n') {
-      if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n') ++i;
-      out += "\\n";
-    } else {
-      out += (static_cast<unsigned char>(c) < 0x20 || c == 0x7f) ? ' ' : c;
-    }
-  }
-}
-
-// At most 75 octets a line, continuation lines starting with a blank, and
-// never a cut inside a UTF-8 character.
-void AppendFolded(std::string& out, std::string_view line) {
-  size_t limit = kFoldOctets;
-  while (line.size() > limit) {
-    size_t cut = limit;
-    while (cut > 1 && (static_cast<unsigned char>(line[cut]) & 0xc0) == 0x80) --cut;
-    out.append(line.substr(0, cut)).append("\r\n ");
-    line.remove_prefix(cut);
-    limit = kFoldOctets - 1;
-  }
-  out.append(line).append("\r\n");
-}
+using content_line::AppendFolded;
+using content_line::AppendText;
 
 class Writer {
  public:
