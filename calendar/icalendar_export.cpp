@@ -209,7 +209,9 @@ std::optional<RulePlan> PlanRule(const CycleRule& rule) {
       break;
   }
   if (plan.floating && (plan.anchor.year < 1000 || plan.anchor.year > 9999)) return std::nullopt;
-  if (limited) {
+  CTime begin, end;
+  if (!Occurs(rule, 0, begin, end)) plan.empty = true;
+  if (limited && !plan.empty) {
     int64_t count = OccurrenceCount(rule);
     if (count == 0) plan.empty = true;
     if (count > 0) plan.rrule += ";COUNT=" + std::to_string(count);
@@ -318,9 +320,8 @@ void WriteRuleSeries(Writer& w, const Series& s, const RulePlan& plan) {
       alone.push_back({"", map.number, map.from, map.to});
     }
   });
-  if (!plan.empty) {
-    CTime begin, end;
-    Occurs(s.rule, 0, begin, end);
+  CTime begin, end;
+  if (!plan.empty && Occurs(s.rule, 0, begin, end)) {
     std::string start = InstanceText(plan, s.rule, 0, begin);
     s.Open(w, "");
     w.Line("DTSTART", start);

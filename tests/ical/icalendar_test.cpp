@@ -154,14 +154,16 @@ struct FilledStore {
     for (int i = 0; i < entries; ++i) {
       CScheduleRec rec = filler.Entry();
       CScheduleDoc* doc = schedule->GetRightDoc(rec);
-      std::string pos = doc ? doc->AddRec(doc->GetRoot()->GetPos(), rec, true) : "";
+      if (doc != nullptr) doc->SetAutoSaveFlag(false);  // the searches read what is open: no save needed
+      std::string pos = doc ? doc->AddRec(doc->GetRoot()->GetPos(), rec, false) : "";
       EXPECT_FALSE(pos.empty());
       described[pos] = Describe(rec.GetExtendRec().cycle_rec);
     }
     for (int i = 0; i < timer_count; ++i) {
       CATimerRec timer = filler.Timer();
       CATimerDoc* doc = timers->GetRightDoc(timer);
-      std::string pos = doc ? doc->AddTimer(timer, true) : "";
+      if (doc != nullptr) doc->SetAutoSaveFlag(false);
+      std::string pos = doc ? doc->AddTimer(timer, false) : "";
       EXPECT_FALSE(pos.empty());
       if (timer.GetExtendRec().cycle_rec) described[pos] = Describe(*timer.GetExtendRec().cycle_rec);
     }
