@@ -478,6 +478,13 @@ TEST(ICalendarImportTest, BadEventsAreStoredAsWellAsTheyCanBeOrRefusedAndNothing
                            "2026-03-31 11:00\t2026-03-31 12:00\tLast workday"}) {
     EXPECT_NE(agenda.out.find(kept), std::string::npos) << kept << "\n" << agenda.out;
   }
+  test::ProgramResult exported = test::RunZds(temp.dir(), {"export", "ics", "--from", "2026-01-01", "--to", "2026-04-30"});
+  EXPECT_EQ(exported.exit_code, 0) << exported.err;
+  EXPECT_TRUE(exported.out.starts_with("BEGIN:VCALENDAR\r\n")) << exported.out;
+  for (const char* summary : {"SUMMARY:Held before\r\n", "SUMMARY:Broken\r\n", "SUMMARY:Last workday\r\n"}) {
+    EXPECT_NE(exported.out.find(summary), std::string::npos) << summary;
+  }
+  EXPECT_EQ(test::RunZds(temp.dir(), {"export", "ics", "--from", "2026-01-01"}).exit_code, 2);
   EXPECT_EQ(test::RunZds(temp.dir(), {"import", "ics", (temp.top() / "missing.ics").string()}).exit_code, 1);
   EXPECT_EQ(test::RunZds(temp.dir(), {"import", "ics"}).exit_code, 2);
 }
