@@ -188,7 +188,7 @@ CICalendarSpan FiveYears() {
 // Table of stored rules and what their export must say: RRULE only where
 // it states the rule exactly, the occurrences of the span otherwise.
 TEST(ICalendarExportTest, RulesGoOutAsRRuleOnlyWhereItIsExactAndTextIsEscapedAndFolded) {
-  ZDS_USE_TIME_ZONE_OR_SKIP("Europe/Berlin");
+  ZDS_USE_TIME_ZONE_OR_SKIP("UTC");  // every C runtime holds it: the table runs on Windows too
   struct Case {
     const char* type;
     const char* event;
@@ -201,7 +201,7 @@ TEST(ICalendarExportTest, RulesGoOutAsRRuleOnlyWhereItIsExactAndTextIsEscapedAnd
   const Case cases[] = {
       {"day;multiple=01;from=2025-03-03 09:00;workday=no", "sequence;number=1111111;from=2025-03-03 09:00;to=2025-03-03 09:15",
        "numlimited;from=2025-03-03 00:00;number=40",
-       {"DTSTART:20250303T080000Z", "DURATION:PT900S", "RRULE:FREQ=DAILY;INTERVAL=1;COUNT=40"}, {"RDATE"}},
+       {"DTSTART:20250303T090000Z", "DURATION:PT900S", "RRULE:FREQ=DAILY;INTERVAL=1;COUNT=40"}, {"RDATE"}},
       {"day;multiple=02;from=2025-03-03 09:00;workday=no", "sequence;number=1111111;from=2025-03-03 09:00;to=2025-03-03 10:00",
        "timelimited;from=2025-03-03 00:00;to=2025-03-10 09:30",
        {"RRULE:FREQ=DAILY;INTERVAL=2;COUNT=4"}, {"RDATE", "UNTIL"}},
@@ -210,13 +210,13 @@ TEST(ICalendarExportTest, RulesGoOutAsRRuleOnlyWhereItIsExactAndTextIsEscapedAnd
        {"RRULE:FREQ=WEEKLY;INTERVAL=2;BYDAY=MO,TU;WKST=MO"}, {"RDATE", "COUNT"}},
       {"day;multiple=01;from=2025-03-03 09:00;workday=yes", "sequence;number=1111111;from=2025-03-03 09:00;to=2025-03-03 10:00",
        "numlimited;from=2025-03-03 00:00;number=12",
-       {"RDATE:20250304T080000Z", "@zds-copy-1", "DTSTART:20250310T080000Z"}, {"RRULE"}},
+       {"RDATE:20250304T090000Z", "@zds-copy-1", "DTSTART:20250310T090000Z"}, {"RRULE"}},
       {"month;multiple=02;from=2025-01-15 09:30;workday=no", "absolute_day;date=00:01:15;from=2025-01-15 09:30;to=2025-01-15 10:00",
        "notstop;from=2025-01-15 00:00", {"DTSTART:20250115T093000\r\n", "RRULE:FREQ=MONTHLY;INTERVAL=2"}, {"RDATE"}},
       {"month;multiple=01;from=2025-01-31 18:00;workday=no", "absolute_day;date=00:01:31;from=2025-01-31 18:00;to=2025-01-31 19:00",
-       "notstop;from=2025-01-31 00:00", {"RDATE:20250303T170000Z"}, {"RRULE"}},
+       "notstop;from=2025-01-31 00:00", {"RDATE:20250303T180000Z"}, {"RRULE"}},
       {"year;multiple=01;from=2024-02-29 08:00;workday=no", "absolute_day;date=00:02:29;from=2024-02-29 08:00;to=2024-02-29 09:00",
-       "notstop;from=2024-02-29 00:00", {"RDATE:20260301T070000Z"}, {"RRULE"}},
+       "notstop;from=2024-02-29 00:00", {"RDATE:20260301T080000Z"}, {"RRULE"}},
       {"year;multiple=01;from=2024-07-04 08:00;workday=no", "absolute_day;date=00:07:04;from=2024-07-04 08:00;to=2024-07-04 09:00",
        "numlimited;from=2024-07-04 00:00;number=3", {"DTSTART:20240704T080000\r\n", "RRULE:FREQ=YEARLY;INTERVAL=1;COUNT=3"},
        {"RDATE"}},
