@@ -396,12 +396,16 @@ TEST(ICalendarExportTest, LibicalExpandsWhatTheAgendaAndTheDueTimersList) {
   zones.Finish();
 }
 
-// The agenda of a store as (begin, end, subject), positions aside.
+// The agenda of a store as `zds agenda` prints it: (begin, end, subject),
+// positions aside, times as local clock readings to the minute. The store
+// keeps its times so, and a moment in the second reading of an hour the
+// clock repeats comes back as the first.
 std::vector<Occurrence> AgendaOf(CScheduleIndexDoc& schedule) {
   std::vector<CScheduleAgendaItem> items;
   EXPECT_TRUE(schedule.GetAgenda(kFirstDay, kLastDay, items));
   std::vector<Occurrence> agenda;
-  for (const auto& item : items) agenda.emplace_back(item.begin.GetTime(), item.end.GetTime(), item.subject);
+  auto shown = [](CTime time) { return ParseDateTime(time.Format(kTimeFormatMinutes)).GetTime(); };
+  for (const auto& item : items) agenda.emplace_back(shown(item.begin), shown(item.end), item.subject);
   std::sort(agenda.begin(), agenda.end());
   return agenda;
 }
