@@ -15,6 +15,7 @@ void AddCycleCommands(CommandTable& table);     // cycle ...
 void AddTimerCommands(CommandTable& table);     // timer ..., timers due
 void AddCalendarCommands(CommandTable& table);  // schedule ..., agenda
 void AddContactCommands(CommandTable& table);   // book ..., contact ...
+void AddIcsCommands(CommandTable& table);       // export ics, import ics
 
 }  // namespace zds::cli
 

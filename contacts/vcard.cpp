@@ -5,13 +5,11 @@
 #include <unordered_map>
 #include <utility>
 
+#include "zds/framework/content_line.h"
 #include "zds/platform/ascii.h"
 
 namespace zds {
 namespace {
-
-constexpr size_t kFoldOctets = 75;
-constexpr std::string_view kCrLf = "\r\n";
 
 bool IsNameChar(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-';
@@ -21,21 +19,7 @@ bool IsName(std::string_view text) { return !text.empty() && std::all_of(text.be
 
 // ---- writing ----
 
-// Text values: "\", "," and ";" escaped, every line break as "\n".
-void AppendText(std::string& out, std::string_view text) {
-  for (size_t i = 0; i < text.size(); ++i) {
-    char c = text[i];
-    if (c == '\\' || c == ',' || c == ';') {
-      out += '\\';
-      out += c;
-    } else if (c == '\r' || c == '\n') {
-      if (c == '\r' && i + 1 < text.size() && text[i + 1] == '\n') ++i;
-      out += "\\n";
-    } else {
-      out += c;
-    }
-  }
-}
+using content_line::AppendText;
 
 // URI and date values go out as they are, less any line break.
 void AppendRaw(std::string& out, std::string_view text) {
@@ -44,19 +28,7 @@ void AppendRaw(std::string& out, std::string_view text) {
   }
 }
 
-// Appends `line` folded: at most 75 octets a line, continuation lines
-// starting with a blank, and never a cut inside a UTF-8 character.
-void AppendFolded(std::string& out, std::string_view line) {
-  size_t limit = kFoldOctets;
-  while (line.size() > limit) {
-    size_t cut = limit;
-    while (cut > 1 && (static_cast<unsigned char>(line[cut]) & 0xc0) == 0x80) --cut;
-    out.append(line.substr(0, cut)).append(kCrLf).append(" ");
-    line.remove_prefix(cut);
-    limit = kFoldOctets - 1;
-  }
-  out.append(line).append(kCrLf);
-}
+using content_line::AppendFolded;
 
 // Builds one content line and appends it folded.
 class LineWriter {

@@ -74,7 +74,8 @@ class ConventionsTest : public ::testing::Test {
             {"contact ls", {{}, {"Work/Stuff"}}},
             {"contact show", {{contact_}}},
             {"contact find", {{"JANE@example.org"}}},
-            {"contact export", {{}}}};
+            {"contact export", {{}}},
+            {"export ics", {{}, {"--from", "2026-01-01", "--to", "2026-12-31"}}}};
   }
   static Args Words(const cli::Command& command, const Args& operands) {
     Args args{std::string(command.noun)};
