@@ -22,30 +22,6 @@ std::vector<std::string> Aliases(const CVFDLFolder& folder) {
   return aliases;
 }
 
-TEST(StartupTest, AFreshRootGetsEveryDocumentInOrder) {
-  TempRoot temp;
-  CZDS facade;
-  facade.SetDataRoot(temp.root());
-  ASSERT_TRUE(facade.InitZDS());
-  EXPECT_EQ(facade.GetStartupFailure().step, "");
-  for (CVFDLDoc* doc : std::initializer_list<CVFDLDoc*>{facade.GetMonitorDoc(), facade.GetAIDLDoc(),
-                                                        facade.GetEventDoc(), facade.GetAutoRunDoc()}) {
-    ASSERT_NE(doc, nullptr);
-    EXPECT_EQ(temp.Read(doc->GetFilePath().substr(1)), doc->GetXml()) << doc->GetFilePath();
-  }
-  std::vector<std::string> log = Aliases(*facade.GetMonitorDoc()->GetRoot());
-  ASSERT_EQ(log.size(), 2u);
-  EXPECT_TRUE(std::regex_match(log[0], std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d\d  Monitor Init OK)"))) << log[0];
-  EXPECT_TRUE(log[1].ends_with("  AIDL Init OK")) << log[1];
-  EXPECT_EQ(facade.GetAIDLDoc()->GetClassRegistry(), &facade.GetClassRegistry());
-  std::string month = "root/timer/" + CTime::GetCurrentTime().Format("%Y%m") + ".xml";
-  EXPECT_EQ(temp.Files(), (std::vector<std::string>{"root/Monitor.xml", "root/XEvent.xml", "root/addressbook/index.xml",
-                                                    "root/aidl.xml", "root/autorun.xml", "root/calendar/index.xml",
-                                                    month, "root/timer/index.xml"}));
-  ASSERT_TRUE(facade.InitZDS()) << "start-up may run again";
-  EXPECT_EQ(Aliases(*facade.GetMonitorDoc()->GetRoot()).size(), 2u) << "the monitor starts afresh";
-}
-
 // A service index that is another kind of document is refused like a damaged one.
 TEST(StartupTest, TheFirstFailureEndsStartUpAndNamesItsStep) {
   TempRoot temp;
