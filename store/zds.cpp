@@ -473,6 +473,46 @@ bool CZDS::ClearTimerOwner(const CATimerRec& timer) {
   return cleared;
 }
 
+// ---- browse dialogs ----
+
+namespace {
+
+// The chosen entry, or null when the dialog was cancelled or chose none.
+const CBrowseItem* RunBrowseDialog(const CBrowseDialog& dialog, const std::vector<CBrowseItem>& items) {
+  size_t chosen = 0;
+  if (!dialog || dialog(items, chosen) != 1 || chosen >= items.size()) return nullptr;
+  return &items[chosen];
+}
+
+}  // namespace
+
+int CZDS::OpenBrowseFolderDlg(const CBrowseDialog& dialog, std::string& path, int& kind) const {
+  const std::vector<CBrowseItem> items = GetBrowseFolderItems(aidl_.get());
+  const CBrowseItem* chosen = RunBrowseDialog(dialog, items);
+  if (chosen == nullptr) return 0;
+  path = chosen->path;
+  kind = chosen->kind;
+  return 1;
+}
+
+int CZDS::OpenBrowseFileDlg(const CBrowseDialog& dialog, std::string& path, int& kind) const {
+  const std::vector<CBrowseItem> items = GetBrowseFileItems(aidl_.get());
+  const CBrowseItem* chosen = RunBrowseDialog(dialog, items);
+  if (chosen == nullptr) return 0;
+  path = chosen->path;
+  kind = chosen->kind;
+  return 1;
+}
+
+// A folder chosen is no template: only a record is handed back.
+int CZDS::OpenBrowseATLDlg(const CBrowseDialog& dialog, std::string& pos, int& folder) const {
+  const std::vector<CBrowseItem> items = GetBrowseATLItems(atl_.get(), folder);
+  const CBrowseItem* chosen = RunBrowseDialog(dialog, items);
+  if (chosen == nullptr || chosen->is_folder) return 0;
+  pos = chosen->pos;
+  return 1;
+}
+
 std::string FormatMapAlias(std::string_view alias, int value) {
   std::string text(alias);
   text += "  map(";

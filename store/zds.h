@@ -38,6 +38,7 @@
 #include "zds/platform/time.h"
 #include "zds/platform/window.h"
 #include "zds/store/aidl_doc.h"
+#include "zds/store/browse.h"
 #include "zds/timers/timer_index_doc.h"
 
 namespace zds {
@@ -210,6 +211,15 @@ class CZDS {
   // (one with no address for a contact without any).
   void GetContactsList();
   const std::vector<CContactListEntry>& GetContacts() const { return contacts_; }
+
+  // The browse dialogs (browse.h): the host's dialog runs over the entries;
+  // on OK the result is 1 and the chosen entry's path (folders, files) or
+  // position (templates) and its kind are filled; else 0, nothing filled.
+  // The template browser opens at the top folder `folder` and hands back
+  // the chosen template's position.
+  int OpenBrowseFolderDlg(const CBrowseDialog& dialog, std::string& path, int& kind) const;
+  int OpenBrowseFileDlg(const CBrowseDialog& dialog, std::string& path, int& kind) const;
+  int OpenBrowseATLDlg(const CBrowseDialog& dialog, std::string& pos, int& folder) const;
 
   // The weekday's name: 1 Sunday to 7 Saturday; empty for any other day.
   static std::string GetWeekLabel(const CTime& time);
