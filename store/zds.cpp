@@ -261,6 +261,8 @@ void CZDS::PostNotice(uint32_t message, const CVFDLNode* node, intptr_t change) 
   platform::PostWindowMessage(info_window_, message, wparam, change);
 }
 
+// A host asks in the order it was posted to, so the search ends at the
+// front but for notices no window took.
 std::string CZDS::TakeNoticePos(uint32_t message, uintptr_t wparam, intptr_t lparam) {
   auto it = std::find_if(notices_.begin(), notices_.end(), [&](const Notice& notice) {
     return notice.message == message && notice.wparam == wparam && notice.lparam == lparam;
@@ -271,14 +273,10 @@ std::string CZDS::TakeNoticePos(uint32_t message, uintptr_t wparam, intptr_t lpa
   return pos;
 }
 
-void CZDS::SetKindHooks(int extend_type, KindHooks hooks) {
-  auto it = std::find_if(kind_hooks_.begin(), kind_hooks_.end(), [&](const auto& entry) { return entry.first == extend_type; });
-  if (it != kind_hooks_.end()) it->second = std::move(hooks);
-  else kind_hooks_.emplace_back(extend_type, std::move(hooks));
-}
+void CZDS::SetKindHooks(int extend_type, KindHooks hooks) { kind_hooks_[extend_type] = std::move(hooks); }
 
 const CZDS::KindHooks* CZDS::HooksOf(int extend_type) const {
-  auto it = std::find_if(kind_hooks_.begin(), kind_hooks_.end(), [&](const auto& entry) { return entry.first == extend_type; });
+  auto it = kind_hooks_.find(extend_type);
   return it == kind_hooks_.end() ? nullptr : &it->second;
 }
 

@@ -21,6 +21,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "zds/calendar/calendar_doc.h"
@@ -261,7 +262,7 @@ class CZDS {
   CRTTIRegistry registry_;
   StartupFailure failure_;
   std::vector<StartupDoc> opened_;
-  std::vector<std::pair<int, KindHooks>> kind_hooks_;
+  std::unordered_map<int, KindHooks> kind_hooks_;
   struct Notice {
     uint32_t message;
     uintptr_t wparam;
