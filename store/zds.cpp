@@ -482,10 +482,8 @@ const CBrowseItem* RunBrowseDialog(const CBrowseDialog& dialog, const std::vecto
   return &items[chosen];
 }
 
-}  // namespace
-
-int CZDS::OpenBrowseFolderDlg(const CBrowseDialog& dialog, std::string& path, int& kind) const {
-  const std::vector<CBrowseItem> items = GetBrowseFolderItems(aidl_.get());
+// Path and kind of the chosen entry; 1 on OK, 0 filling nothing.
+int BrowseForPath(const CBrowseDialog& dialog, const std::vector<CBrowseItem>& items, std::string& path, int& kind) {
   const CBrowseItem* chosen = RunBrowseDialog(dialog, items);
   if (chosen == nullptr) return 0;
   path = chosen->path;
@@ -493,13 +491,14 @@ int CZDS::OpenBrowseFolderDlg(const CBrowseDialog& dialog, std::string& path, in
   return 1;
 }
 
+}  // namespace
+
+int CZDS::OpenBrowseFolderDlg(const CBrowseDialog& dialog, std::string& path, int& kind) const {
+  return BrowseForPath(dialog, GetBrowseFolderItems(aidl_.get()), path, kind);
+}
+
 int CZDS::OpenBrowseFileDlg(const CBrowseDialog& dialog, std::string& path, int& kind) const {
-  const std::vector<CBrowseItem> items = GetBrowseFileItems(aidl_.get());
-  const CBrowseItem* chosen = RunBrowseDialog(dialog, items);
-  if (chosen == nullptr) return 0;
-  path = chosen->path;
-  kind = chosen->kind;
-  return 1;
+  return BrowseForPath(dialog, GetBrowseFileItems(aidl_.get()), path, kind);
 }
 
 // A folder chosen is no template: only a record is handed back.
