@@ -15,7 +15,6 @@
 #ifndef ZDS_NOTES_NOTE_DOC_H_
 #define ZDS_NOTES_NOTE_DOC_H_
 
-#include <optional>
 #include <string>
 #include <string_view>
 
