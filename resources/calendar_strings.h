@@ -12,8 +12,13 @@ inline constexpr int kScheduleIndexTemplate = 3;
 inline constexpr int kScheduleTemplate = 8;
 // Ours: no other string of the library uses 37 (docs/calendar.md).
 inline constexpr int kCalendarTemplate = 37;
+// Ours as well: the work-day calendar's (docs/calendar.md).
+inline constexpr int kMyCalTemplate = 24;
 
 inline constexpr ResourceString kCalendarStrings[] = {
+    {kMyCalTemplate,
+     "<?xml version=\"1.0\" encoding=\"ascii\"?>\r\n<AMCAL ver=\"1.0\">\r\n"
+     "<folder id=\"0000\" alias=\"Work Days\" attribute=\"root\">\r\n</folder>\r\n</AMCAL>\r\n"},
     {kScheduleIndexTemplate,
      "<?xml version=\"1.0\" encoding=\"ascii\"?>\r\n<SIC ver=\"1.0\">\r\n"
      "<folder id=\"0000\" alias=\"Schedule Index\" attribute=\"root\">\r\n</folder>\r\n</SIC>\r\n"},

@@ -78,6 +78,15 @@ const TemplateCase kTemplates[] = {
             R"(src="\schedule\index.xml">)",
             "</folder>", R"(<folder id="0003" alias="Project" attribute="undel">)", "</folder>",
             R"(<folder id="0004" alias="Task" attribute="undel">)", "</folder>", "</folder>", "</calendar>"})},
+    {"CANoteDoc", RootFolderOnly("ANote", "Notepad")},
+    {"CAPLDoc", RootFolderOnly("apl", "Print List")},
+    {"CAMyCalDoc", RootFolderOnly("AMCAL", "Work Days")},
+    {"CATLDoc",
+     Lines({R"(<?xml version="1.0" encoding="ascii"?>)", R"(<atl ver="1.0">)",
+            R"(<folder id="0000" alias="Template" attribute="root">)", R"(<folder id="0001" alias="Common" attribute="undel">)",
+            "</folder>", R"(<folder id="0002" alias="New Mail" attribute="undel">)", "</folder>",
+            R"(<folder id="0003" alias="Forward Mail" attribute="undel">)", "</folder>",
+            R"(<folder id="0004" alias="Diary" attribute="undel">)", "</folder>", "</folder>", "</atl>"})},
 };
 
 TEST(TemplateTest, EveryDocumentIsCreatedFromItsTemplateAndReadBackByteIdentical) {

@@ -22,30 +22,6 @@ std::vector<std::string> Aliases(const CVFDLFolder& folder) {
   return aliases;
 }
 
-TEST(StartupTest, AFreshRootGetsEveryDocumentInOrder) {
-  TempRoot temp;
-  CZDS facade;
-  facade.SetDataRoot(temp.root());
-  ASSERT_TRUE(facade.InitZDS());
-  EXPECT_EQ(facade.GetStartupFailure().step, "");
-  for (CVFDLDoc* doc : std::initializer_list<CVFDLDoc*>{facade.GetMonitorDoc(), facade.GetAIDLDoc(),
-                                                        facade.GetEventDoc(), facade.GetAutoRunDoc()}) {
-    ASSERT_NE(doc, nullptr);
-    EXPECT_EQ(temp.Read(doc->GetFilePath().substr(1)), doc->GetXml()) << doc->GetFilePath();
-  }
-  std::vector<std::string> log = Aliases(*facade.GetMonitorDoc()->GetRoot());
-  ASSERT_EQ(log.size(), 2u);
-  EXPECT_TRUE(std::regex_match(log[0], std::regex(R"(\d{4}-\d\d-\d\d \d\d:\d\d  Monitor Init OK)"))) << log[0];
-  EXPECT_TRUE(log[1].ends_with("  AIDL Init OK")) << log[1];
-  EXPECT_EQ(facade.GetAIDLDoc()->GetClassRegistry(), &facade.GetClassRegistry());
-  std::string month = "root/timer/" + CTime::GetCurrentTime().Format("%Y%m") + ".xml";
-  EXPECT_EQ(temp.Files(), (std::vector<std::string>{"root/Monitor.xml", "root/XEvent.xml", "root/addressbook/index.xml",
-                                                    "root/aidl.xml", "root/autorun.xml", "root/calendar/index.xml",
-                                                    month, "root/timer/index.xml"}));
-  ASSERT_TRUE(facade.InitZDS()) << "start-up may run again";
-  EXPECT_EQ(Aliases(*facade.GetMonitorDoc()->GetRoot()).size(), 2u) << "the monitor starts afresh";
-}
-
 // A service index that is another kind of document is refused like a damaged one.
 TEST(StartupTest, TheFirstFailureEndsStartUpAndNamesItsStep) {
   TempRoot temp;
@@ -125,8 +101,12 @@ TEST(ChangeNoticeTest, TheInformationWindowRepostsTheSixMessagesInRegistrationOr
   TempRoot temp;
   platform::MessageQueue queue;
   std::vector<std::pair<int, uint32_t>> seen;
+  std::vector<std::pair<uintptr_t, intptr_t>> parameters;
   auto window = [&](int id) {
-    return queue.NewWindow([&seen, id](const platform::WindowMessage& m) { seen.emplace_back(id, m.message); });
+    return queue.NewWindow([&seen, &parameters, id](const platform::WindowMessage& m) {
+      seen.emplace_back(id, m.message);
+      parameters.emplace_back(m.wparam, m.lparam);
+    });
   };
   platform::WindowHandle a = window(1), b = window(2);
   CZDS facade;
@@ -139,14 +119,25 @@ TEST(ChangeNoticeTest, TheInformationWindowRepostsTheSixMessagesInRegistrationOr
   facade.RegisterWnd(a);
   facade.RegisterWnd(b);
   facade.RegisterWnd(a);  // kept twice
-  for (uint32_t message : kZDSMessages) platform::PostWindowMessage(facade.GetInfoWnd(), message, 7, 1);
+  for (uint32_t message : kZDSMessages) {
+    platform::PostWindowMessage(facade.GetInfoWnd(), message, 7 + message, static_cast<intptr_t>(message) - 5000);
+  }
   platform::PostWindowMessage(facade.GetInfoWnd(), 1999, 0, 0);  // not one of the six
   queue.Pump();
   ASSERT_EQ(seen.size(), 18u);
   for (size_t i = 0; i < seen.size(); ++i) {
     EXPECT_EQ(seen[i], std::pair(i % 3 == 1 ? 2 : 1, kZDSMessages[i / 3])) << i;
+    EXPECT_EQ(parameters[i], std::pair(uintptr_t{7 + kZDSMessages[i / 3]}, intptr_t{kZDSMessages[i / 3]} - 5000))
+        << "relayed unchanged";
   }
   seen.clear();
+  facade.RegisterWnd(b);
+  facade.UnRegisterWnd(b);  // from the end: both entries of b go, a's stay in order
+  platform::PostWindowMessage(facade.GetInfoWnd(), WM_ZDS_CHANGED, 0, 0);
+  queue.Pump();
+  EXPECT_EQ(seen, (std::vector<std::pair<int, uint32_t>>{{1, WM_ZDS_CHANGED}, {1, WM_ZDS_CHANGED}}));
+  seen.clear();
+  facade.RegisterWnd(b);
   facade.UnRegisterWnd(a);
   platform::PostWindowMessage(facade.GetInfoWnd(), WM_ZDS_TIMER_CHANGED, 0, 2);
   queue.Pump();
