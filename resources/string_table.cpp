@@ -8,6 +8,7 @@
 #include "zds/resources/contacts_strings.h"
 #include "zds/resources/events_strings.h"
 #include "zds/resources/framework_strings.h"
+#include "zds/resources/mail_strings.h"
 #include "zds/resources/recurrence_strings.h"
 #include "zds/resources/store_strings.h"
 #include "zds/resources/timers_strings.h"
@@ -28,7 +29,7 @@ constexpr auto JoinSorted(const ResourceString (&... parts)[N]) {
 
 constexpr auto kTable = JoinSorted(res::kFrameworkStrings, res::kStoreStrings, res::kEventsStrings,
                                    res::kRecurrenceStrings, res::kTimersStrings, res::kCalendarStrings,
-                                   res::kContactsStrings);
+                                   res::kContactsStrings, res::kMailStrings);
 
 constexpr bool IdsAreUnique() {
   for (size_t i = 1; i < kTable.size(); ++i) {

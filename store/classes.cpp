@@ -4,6 +4,7 @@
 #include "zds/contacts/classes.h"
 #include "zds/events/classes.h"
 #include "zds/framework/classes.h"
+#include "zds/mail/classes.h"
 #include "zds/store/aidl_doc.h"
 #include "zds/timers/classes.h"
 
@@ -18,6 +19,7 @@ void RegisterAllClasses(CRTTIRegistry& registry) {
   RegisterTimerClasses(registry);
   RegisterCalendarClasses(registry);
   RegisterContactClasses(registry);
+  RegisterMailClasses(registry);
 }
 
 }  // namespace zds
