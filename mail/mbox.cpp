@@ -93,7 +93,11 @@ class MboxImport {
       return;
     }
     const std::string file = doc_.GetMailFilePath(pos);
-    if (!CMIDLDoc::WriteMail(*doc_.GetDataRoot(), file, body_)) {
+    const std::string_view directory = platform::StoredDirectoryOf(file);
+    if (directory != made_ && doc_.GetDataRoot()->CreateDirectories(directory)) made_ = directory;
+    // Written as WriteMail writes, but flushed to disk all together before
+    // the index that names them is saved.
+    if (!doc_.GetDataRoot()->WriteFileAtomicUnflushed(file, body_)) {
       static_cast<void>(doc_.DelRec(pos));
       ++refused_;
       return;
@@ -117,6 +121,7 @@ class MboxImport {
   CMIDLDoc& doc_;
   std::string folder_pos_;
   std::string body_;
+  std::string made_;  // the body directory made last
   std::vector<std::string> added_;
   std::vector<std::string> files_;
   int refused_ = 0;
@@ -195,7 +200,7 @@ CMboxImportResult ImportMbox(CMIDLDoc& doc, std::istream& in, std::string_view f
   doc.SetAutoSaveFlag(false);
   MboxImport import(doc, folder);
   ReadChunks(in, import);
-  result.saved = !auto_save || import.stored() == 0 || doc.SaveXMLDoc();
+  result.saved = import.stored() == 0 || (doc.GetDataRoot()->FlushWrittenFiles() && (!auto_save || doc.SaveXMLDoc()));
   if (!result.saved) import.Undo();
   doc.SetAutoSaveFlag(auto_save);
   result.stored = import.stored();

@@ -231,9 +231,24 @@ std::string CMIDLDoc::GetMailFilePath(std::string_view rec_id) const {
   if (directory.empty() || rec_id.empty()) return {};
   const size_t cut = rec_id.rfind('\\');
   if (cut != std::string_view::npos) rec_id.remove_prefix(cut + 1);  // a position names the same record
-  std::string name(rec_id);
-  name += ".eml";
-  return platform::JoinStoredPath(directory, name);
+  directory += '\\';
+  directory += field::FormatPadded(field::ParseAtoi(rec_id) / 256, 4);
+  directory += '\\';
+  directory += rec_id;
+  directory += ".eml";
+  return directory;
+}
+
+bool CMIDLDoc::ReadRecMail(std::string_view rec_id, std::string& out) const {
+  out.clear();
+  const std::string file = GetMailFilePath(rec_id);
+  return GetDataRoot() != nullptr && !file.empty() && ReadMail(*GetDataRoot(), file, out);
+}
+
+bool CMIDLDoc::WriteRecMail(std::string_view rec_id, std::string_view text) const {
+  const std::string file = GetMailFilePath(rec_id);
+  return GetDataRoot() != nullptr && !file.empty() &&
+         GetDataRoot()->CreateDirectories(platform::StoredDirectoryOf(file)) && WriteMail(*GetDataRoot(), file, text);
 }
 
 bool CMIDLDoc::ReadMail(const platform::DataRoot& root, std::string_view file, std::string& out) {

@@ -153,10 +153,16 @@ class CMIDLDoc : public CVFDLFamily<CMIDLDoc, CXVFDLDoc, CMIDLRec> {
   [[nodiscard]] bool SetNewFlag(std::string_view pos, bool new_flag);
 
   // Where the body of a record of this document is kept: a directory
-  // beside the index, named after it ("\mail\a\inbox.xml" keeps
-  // "\mail\a\inbox\0042.eml"); empty for a document without a file.
+  // beside the index, named after it, in groups of 256 by id, so that no
+  // directory grows long ("\mail\a\inbox.xml" keeps its record 0042 in
+  // "\mail\a\inbox\0000\0042.eml", 1000 in "\mail\a\inbox\0003\1000.eml");
+  // empty for a document without a file.
   std::string GetMailDirectory() const;
   std::string GetMailFilePath(std::string_view rec_id) const;
+  // The body of a record (by id or position) read, or written with its
+  // directory made first, at GetMailFilePath.
+  bool ReadRecMail(std::string_view rec_id, std::string& out) const;
+  bool WriteRecMail(std::string_view rec_id, std::string_view text) const;
 
   // A body file, read and written whole. ReadMail gives 0 and an empty
   // `out` when the file is missing or cannot be read, and keeps the text up

@@ -330,7 +330,7 @@ TEST_F(MboxTest, ImportThenExportGivesTheSameBytes) {
     EXPECT_EQ(Export(), mbox);
   }
   Reopen();
-  const std::string body = temp_.Read("box/inbox/" + doc_->GetRecByIndex(0)->GetID() + ".eml");
+  const std::string body = temp_.Read("box/inbox/0000/" + doc_->GetRecByIndex(0)->GetID() + ".eml");
   EXPECT_EQ(body.substr(0, 35), "From a@b Tue Nov 24 12:00:00 2026\nS");
 }
 
@@ -374,17 +374,29 @@ TEST_F(MboxTest, AnImportThatCannotBeSavedLeavesTheFolderAsItWas) {
   EXPECT_EQ(std::tie(result.stored, result.refused, result.saved), std::make_tuple(0, 2, false));
   EXPECT_EQ(doc_->GetRecNum(), 1);
   EXPECT_EQ(Mail(0).subject, "kept");
-  EXPECT_EQ(temp_.Files(), (std::vector<std::string>{"root/box/inbox/0001.eml"}));
+  EXPECT_EQ(temp_.Files(), (std::vector<std::string>{"root/box/inbox/0000/0001.eml"}));
 }
 
 TEST_F(MboxTest, BodyFilesACrashedImportLeftAreTakenAwayOrWrittenAnew) {
   // As a crash after writing three bodies and before saving the index
   // leaves them; 0009 is no leftover of an import.
-  for (const std::string id : {"0001", "0002", "0003", "0009"}) temp_.Write("box/inbox/" + id + ".eml", "stale");
+  for (const std::string id : {"0001", "0002", "0003", "0009"}) temp_.Write("box/inbox/0000/" + id + ".eml", "stale");
   ASSERT_EQ(Import("From a@b Tue Nov 24 12:00:00 2026\nSubject: new\n\n").stored, 1);
-  EXPECT_EQ(temp_.Read("box/inbox/0001.eml"), "From a@b Tue Nov 24 12:00:00 2026\nSubject: new\n");
-  EXPECT_EQ(temp_.Files(), (std::vector<std::string>{"root/box/inbox.xml", "root/box/inbox/0001.eml",
-                                                     "root/box/inbox/0009.eml"}));
+  EXPECT_EQ(temp_.Read("box/inbox/0000/0001.eml"), "From a@b Tue Nov 24 12:00:00 2026\nSubject: new\n");
+  EXPECT_EQ(temp_.Files(), (std::vector<std::string>{"root/box/inbox.xml", "root/box/inbox/0000/0001.eml",
+                                                     "root/box/inbox/0000/0009.eml"}));
+}
+
+TEST_F(MboxTest, BodiesAreKeptInGroupsBesideTheIndex) {
+  EXPECT_EQ(doc_->GetMailFilePath("0042"), "\\box\\inbox\\0000\\0042.eml");
+  EXPECT_EQ(doc_->GetMailFilePath("kov:\\Mail Folder\\1000"), "\\box\\inbox\\0003\\1000.eml");
+  ASSERT_TRUE(doc_->WriteRecMail("1000", "text"));
+  std::string out;
+  EXPECT_TRUE(doc_->ReadRecMail("1000", out));
+  EXPECT_EQ(out, "text");
+  EXPECT_FALSE(doc_->ReadRecMail("1001", out));
+  CMIDLDoc unsaved;
+  EXPECT_EQ(unsaved.GetMailFilePath("0001"), "");
 }
 
 TEST(MailDateTest, DatesReadInTheirUsualForms) {
