@@ -90,8 +90,12 @@ const CMIDLDoc::Order& CMIDLDoc::GetOrder() const {
       order_.index_of.emplace(&rec, static_cast<uint32_t>(order_.recs.size()));
       order_.recs.push_back(&rec);
       const CMIDLExtendRec& extend = rec.GetExtendRec();
-      if (!extend.message_id.empty()) order_.by_message_id[extend.message_id].push_back(&rec);
-      if (!extend.uidl.empty()) order_.by_uidl[extend.uidl].push_back(&rec);
+      for (auto [index, key] : {std::pair(&order_.by_message_id, &extend.message_id), std::pair(&order_.by_uidl, &extend.uidl)}) {
+        if (key->empty()) continue;
+        Holders& holders = (*index)[*key];
+        if (holders.first == nullptr) holders.first = &rec;
+        else holders.others.push_back(&rec);
+      }
     }
     for (const CVFDLNode* node = order_.recs.empty() ? nullptr : order_.recs.front();
          node != nullptr && node->GetNodeType() == kNodeRec; node = node->GetNextSibling()) {
@@ -104,22 +108,36 @@ const CMIDLDoc::Order& CMIDLDoc::GetOrder() const {
 
 namespace {
 
-using KeyIndex = std::unordered_map<std::string, std::vector<CMIDLRec*>>;
-
-void Unindex(KeyIndex& index, const std::string& key, const CMIDLRec* rec) {
+template <typename Index>
+void Unindex(Index& index, const std::string& key, const CMIDLRec* rec) {
   if (key.empty()) return;
   auto it = index.find(key);
   if (it == index.end()) return;
-  std::erase(it->second, rec);
-  if (it->second.empty()) index.erase(it);
+  auto& holders = it->second;
+  if (holders.first != rec) {
+    std::erase(holders.others, rec);
+  } else if (holders.others.empty()) {
+    index.erase(it);
+  } else {
+    holders.first = holders.others.front();
+    holders.others.erase(holders.others.begin());
+  }
 }
 
 // Kept in file order, so that the first holder is the answer.
-template <typename Before>
-void IndexIn(KeyIndex& index, const std::string& key, CMIDLRec* rec, const Before& before) {
+template <typename Index, typename Before>
+void IndexIn(Index& index, const std::string& key, CMIDLRec* rec, const Before& before) {
   if (key.empty()) return;
-  std::vector<CMIDLRec*>& holders = index[key];
-  holders.insert(std::upper_bound(holders.begin(), holders.end(), rec, before), rec);
+  auto& holders = index[key];
+  if (holders.first == nullptr) {
+    holders.first = rec;
+    return;
+  }
+  std::vector<CMIDLRec*> all{holders.first};
+  all.insert(all.end(), holders.others.begin(), holders.others.end());
+  all.insert(std::upper_bound(all.begin(), all.end(), rec, before), rec);
+  holders.first = all.front();
+  holders.others.assign(all.begin() + 1, all.end());
 }
 
 }  // namespace
@@ -140,10 +158,10 @@ void CMIDLDoc::Reindex(CMIDLRec& rec, const std::string& old_message_id, const s
   }
 }
 
-CMIDLRec* CMIDLDoc::FirstOf(const KeyIndex& index, std::string_view key) const {
+CMIDLRec* CMIDLDoc::FirstOf(const KeyIndex& index, std::string_view key) {
   if (key.empty()) return nullptr;
-  auto it = index.find(std::string(key));
-  return it == index.end() || it->second.empty() ? nullptr : it->second.front();
+  auto it = index.find(key);
+  return it == index.end() ? nullptr : it->second.first;
 }
 
 CMIDLRec* CMIDLDoc::GetRecByMessageID(std::string_view message_id) const {

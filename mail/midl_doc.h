@@ -177,18 +177,29 @@ class CMIDLDoc : public CVFDLFamily<CMIDLDoc, CXVFDLDoc, CMIDLRec> {
   void PrepareNewNode(CVFDLNode& node) override;
 
  private:
+  // The records holding one key, in file order. The first is kept in
+  // place: nearly every key has one holder, and a look-up then reads no
+  // more memory than the table's entry.
+  struct Holders {
+    CMIDLRec* first = nullptr;
+    std::vector<CMIDLRec*> others;
+  };
+  struct KeyHash {
+    using is_transparent = void;
+    size_t operator()(std::string_view key) const { return std::hash<std::string_view>{}(key); }
+  };
+  using KeyIndex = std::unordered_map<std::string, Holders, KeyHash, std::equal_to<>>;
   // Rebuilt on first use after records came or went.
   struct Order {
     std::vector<CMIDLRec*> recs;
     std::unordered_map<const CVFDLNode*, uint32_t> index_of;
-    std::unordered_map<std::string, std::vector<CMIDLRec*>> by_message_id;
-    std::unordered_map<std::string, std::vector<CMIDLRec*>> by_uidl;
+    KeyIndex by_message_id;
+    KeyIndex by_uidl;
     int leading_run = 0;
   };
   const Order& GetOrder() const;
   void Reindex(CMIDLRec& rec, const std::string& old_message_id, const std::string& old_uidl);
-  CMIDLRec* FirstOf(const std::unordered_map<std::string, std::vector<CMIDLRec*>>& index,
-                    std::string_view key) const;
+  static CMIDLRec* FirstOf(const KeyIndex& index, std::string_view key);
 
   mutable Order order_;
   mutable bool order_valid_ = false;
