@@ -210,7 +210,7 @@ class HardMessageMaker {
  private:
   int Pick(int n) { return static_cast<int>(random_() % static_cast<uint32_t>(n)); }
   std::string Word() {
-    static const char* const kWords[] = {"caf\xC3\xA9", "na\xC3\xAFve", "\xE2\x82\xAC" "5", "plain", "x-y",
+    static const char* const kWords[] = {"caf\xC3\xA9", "na\xC3\xAFve", "\xE2\x82\xAC\x35", "plain", "x-y",
                                          "\xE6\x97\xA5\xE6\x9C\xAC", "Re:", "a&b", "(x)", "\xC3\x85sa"};
     return kWords[Pick(10)];
   }
