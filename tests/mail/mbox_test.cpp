@@ -190,16 +190,20 @@ class HardMessageMaker {
   std::string Make(int n) {
     std::string text = "From gen@example.org Tue Nov 24 12:00:00 2026\n";
     text += "From: " + Address() + "\n";
-    text += "To: " + Address() + ",\n " + Address() + "\n";
+    const std::string first_to = Address();
+    text += "To: " + first_to + ",\n " + Address() + "\n";
     text += "Subject: " + Phrase() + "\n";
     text += "Message-ID: <gen." + std::to_string(n) + "@example.org>\n";
     if (Pick(2) == 0) return text + "\nplain " + std::to_string(n) + "\n\n";
     text += "MIME-Version: 1.0\nContent-Type: multipart/mixed; boundary=\"b" + std::to_string(n) + "\"\n\n";
     const int parts = 1 + Pick(3);
     for (int i = 0; i < parts; ++i) {
+      // One draw per statement: the order operands are evaluated in is the compiler's.
+      const bool with_charset = Pick(2) != 0;
+      const std::string file_name = FileName();
       text += "--b" + std::to_string(n) + "\nContent-Type: application/octet-stream" +
-              (Pick(2) ? "; charset=\"UTF-8\"" : "") + "\nContent-Transfer-Encoding: base64\n" +
-              "Content-Disposition: attachment;\n " + FileName() + "\n\n";
+              (with_charset ? "; charset=\"UTF-8\"" : "") + "\nContent-Transfer-Encoding: base64\n" +
+              "Content-Disposition: attachment;\n " + file_name + "\n\n";
       std::string data(static_cast<size_t>(Pick(200)), 'q');
       for (char& c : data) c = static_cast<char>(Pick(256));
       text += Base64(data) + "\n";
@@ -241,12 +245,16 @@ class HardMessageMaker {
     const std::string user = "u" + std::to_string(Pick(1000)) + "@example.org";
     switch (Pick(3)) {
       case 0: return "\"Last, First\" <" + user + ">";
-      case 1: return Encoded(Word() + ", " + Word()) + " <" + user + ">";
+      case 1: {
+        const std::string last = Word();
+        return Encoded(last + ", " + Word()) + " <" + user + ">";
+      }
       default: return user;
     }
   }
   std::string FileName() {
-    std::string name = Word() + " " + std::to_string(Pick(100)) + ".bin";
+    const std::string word = Word();
+    const std::string name = word + " " + std::to_string(Pick(100)) + ".bin";
     std::string escaped;
     for (unsigned char c : name) {
       static const char kHex[] = "0123456789ABCDEF";
@@ -256,7 +264,9 @@ class HardMessageMaker {
     switch (Pick(3)) {
       case 0: return "filename*=utf-8''" + escaped;
       case 1: {
-        const size_t cut = escaped.size() / 2;
+        size_t cut = escaped.size() / 2;  // between two escapes, never inside one
+        if (cut >= 1 && escaped[cut - 1] == '%') cut -= 1;
+        else if (cut >= 2 && escaped[cut - 2] == '%') cut -= 2;
         return "filename*0*=utf-8''" + escaped.substr(0, cut) + ";\n filename*1*=" + escaped.substr(cut);
       }
       default: return "filename=\"plain" + std::to_string(Pick(100)) + ".dat\"";
