@@ -211,8 +211,8 @@ TEST(MailBodyTest, ReadAndWriteWholeFilesAndFailCleanly) {
   out = "stale";
   EXPECT_TRUE(CMIDLDoc::ReadMail(root, "\\empty.eml", out));
   EXPECT_EQ(out, "");
-  temp.Write("nul.eml", std::string("before\0after", 12));
-  EXPECT_TRUE(CMIDLDoc::ReadMail(root, "\\nul.eml", out));
+  temp.Write("zero.eml", std::string("before\0after", 12));
+  EXPECT_TRUE(CMIDLDoc::ReadMail(root, "\\zero.eml", out));
   EXPECT_EQ(out, "before");  // the text ends at its first NUL
   test::fs::create_directories(temp.dir() / "dir.eml");
   out = "stale";
