@@ -8,6 +8,7 @@
 #include "zds/resources/contacts_strings.h"
 #include "zds/resources/events_strings.h"
 #include "zds/resources/framework_strings.h"
+#include "zds/resources/mail_strings.h"
 #include "zds/resources/notes_strings.h"
 #include "zds/resources/recurrence_strings.h"
 #include "zds/resources/store_strings.h"
@@ -29,7 +30,8 @@ constexpr auto JoinSorted(const ResourceString (&... parts)[N]) {
 
 constexpr auto kTable = JoinSorted(res::kFrameworkStrings, res::kStoreStrings, res::kEventsStrings,
                                    res::kRecurrenceStrings, res::kTimersStrings, res::kCalendarStrings,
-                                   res::kContactsStrings, res::kNotesStrings);
+                                   res::kContactsStrings, res::kNotesStrings,
+                                   res::kMailStrings);
 
 constexpr bool IdsAreUnique() {
   for (size_t i = 1; i < kTable.size(); ++i) {

@@ -4,6 +4,7 @@
 #include "zds/contacts/classes.h"
 #include "zds/events/classes.h"
 #include "zds/framework/classes.h"
+#include "zds/mail/classes.h"
 #include "zds/notes/classes.h"
 #include "zds/store/aidl_doc.h"
 #include "zds/timers/classes.h"
@@ -20,6 +21,7 @@ void RegisterAllClasses(CRTTIRegistry& registry) {
   RegisterCalendarClasses(registry);
   RegisterContactClasses(registry);
   RegisterNoteClasses(registry);
+  RegisterMailClasses(registry);
 }
 
 }  // namespace zds

@@ -469,14 +469,14 @@ Descriptor CreateTemporary(int directory, const std::string& name, std::string& 
 // old file's permissions carry over, so a file kept private stays private.
 // The descriptor, and with it the lock, is held until the name is gone;
 // fsync has reported any write error by then, so closing adds nothing.
-bool ReplaceAtomically(const Place& target, std::span<const std::string_view> pieces) {
+bool ReplaceAtomically(const Place& target, std::span<const std::string_view> pieces, bool flush = true) {
   std::string temporary;
   const int directory = target.directory.get();
   Descriptor fd = CreateTemporary(directory, target.name, temporary);
   if (!fd.valid()) return false;
   bool keep_mode = target.Is(S_IFREG);
   bool written = WriteAllPieces(fd.get(), pieces) && (!keep_mode || fchmod(fd.get(), target.info.st_mode & 07777) == 0) &&
-                 fsync(fd.get()) == 0;
+                 (!flush || fsync(fd.get()) == 0);
   file_calls::Report("renameat", directory, temporary);
   file_calls::Report("renameat", directory, target.name);
   if (!written || renameat(directory, temporary.c_str(), directory, target.name.c_str()) != 0) {
@@ -484,7 +484,7 @@ bool ReplaceAtomically(const Place& target, std::span<const std::string_view> pi
     return false;
   }
   fd.Close();
-  return SyncDirectory(directory);
+  return !flush || SyncDirectory(directory);
 }
 
 // A temporary no writer holds: the lock is free, and the name still
@@ -548,6 +548,31 @@ bool DataRoot::WriteFileAtomicFromPieces(std::string_view stored_path,
   } catch (const std::bad_alloc&) {
     return false;
   }
+}
+
+bool DataRoot::WriteFileAtomicUnflushed(std::string_view stored_path, std::string_view contents) const {
+  try {
+    auto place = Locate(native_root_, stored_path, Goal::kEntry, true);
+    return place && place->IsEntry() && !place->Is(S_IFDIR) &&
+           ReplaceAtomically(*place, std::span<const std::string_view>(&contents, 1), false);
+  } catch (const std::bad_alloc&) {
+    return false;
+  }
+}
+
+// One call flushes the whole file system the root is on, whatever was
+// written to it: far cheaper than a flush per file when there are many.
+bool DataRoot::FlushWrittenFiles() const {
+  if (native_root_.empty()) return false;
+  file_calls::Report("open", kPlainPath, native_root_);
+  Descriptor root(open(native_root_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!root.valid()) return false;
+#ifdef __linux__
+  return syncfs(root.get()) == 0;
+#else
+  sync();
+  return true;
+#endif
 }
 
 // The root itself is made by its name, the one path this class hands the

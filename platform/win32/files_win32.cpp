@@ -571,6 +571,14 @@ bool DataRoot::WriteFileAtomicFromPieces(std::string_view stored_path,
   }
 }
 
+// Windows flushes one file at a time or a whole volume, which takes the
+// rights of an administrator: each file is flushed as it is written.
+bool DataRoot::WriteFileAtomicUnflushed(std::string_view stored_path, std::string_view contents) const {
+  return WriteFileAtomic(stored_path, contents);
+}
+
+bool DataRoot::FlushWrittenFiles() const { return !native_root_.empty(); }
+
 // The root itself is made by its name, the one path this class hands the
 // system; everything below it relative to the handles.
 bool DataRoot::CreateDirectories(std::string_view stored_path) const {
