@@ -75,6 +75,7 @@ class Handle {
 
   HANDLE get() const { return handle_; }
   bool valid() const { return handle_ != INVALID_HANDLE_VALUE && handle_ != nullptr; }
+  HANDLE Release() { return std::exchange(handle_, INVALID_HANDLE_VALUE); }
   bool Close() {
     if (!valid()) return true;
     BOOL closed = CloseHandle(handle_);
@@ -513,7 +514,77 @@ void CollectTemporaries(HANDLE parent, const std::string& name, std::vector<std:
   }
 }
 
+bool IdentityOf(HANDLE file, FileIdentity& identity) {
+  BY_HANDLE_FILE_INFORMATION info;
+  if (!GetFileInformationByHandle(file, &info)) return false;
+  identity.exists = true;
+  identity.size = (uint64_t{info.nFileSizeHigh} << 32) | info.nFileSizeLow;
+  identity.modified =
+      static_cast<int64_t>((uint64_t{info.ftLastWriteTime.dwHighDateTime} << 32) | info.ftLastWriteTime.dwLowDateTime);
+  identity.volume = info.dwVolumeSerialNumber;
+  identity.file = (uint64_t{info.nFileIndexHigh} << 32) | info.nFileIndexLow;
+  return true;
+}
+
+// The hold is on one byte far beyond the counter: a locked range refuses
+// every other handle's reads, and readers take the counter without the lock.
+constexpr DWORD kLockOffsetHigh = 0x40000000;
+
+HANDLE LockHandle(intptr_t handle) { return reinterpret_cast<HANDLE>(handle); }
+
 }  // namespace
+
+void FileLock::Release() {
+  if (handle_ != kNoHandle) CloseHandle(LockHandle(std::exchange(handle_, kNoHandle)));
+}
+
+uint64_t FileLock::ReadCounter() const {
+  if (!IsHeld()) return 0;
+  char text[64];
+  OVERLAPPED at{};
+  DWORD got = 0;
+  if (!ReadFile(LockHandle(handle_), text, sizeof text, &got, &at)) return 0;
+  return ParseLockCounter(std::string_view(text, got));
+}
+
+bool FileLock::WriteCounter(uint64_t counter) const {
+  if (!IsHeld()) return false;
+  const std::string text = FormatLockCounter(counter);
+  OVERLAPPED at{};
+  DWORD put = 0;
+  return WriteFile(LockHandle(handle_), text.data(), static_cast<DWORD>(text.size()), &put, &at) && put == text.size();
+}
+
+// LockFileEx holds per handle, and on a handle opened for synchronous I/O
+// it waits until the range is free; closing the handle, or the end of its
+// process, frees it.
+FileLock DataRoot::AcquireLock(std::string_view stored_path) const {
+  auto place = Locate(native_root_, stored_path, Goal::kEntry, true);
+  if (!place || !place->IsEntry() || place->IsDirectory()) return FileLock();
+  NTSTATUS status;
+  Handle file = OpenAt(place->directory.get(), place->name, GENERIC_READ | GENERIC_WRITE, kShareAll, FILE_OPEN_IF,
+                       FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT, status);
+  if (!file.valid()) return FileLock();
+  OVERLAPPED range{};
+  range.OffsetHigh = kLockOffsetHigh;
+  if (!LockFileEx(file.get(), LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &range)) return FileLock();
+  return FileLock(reinterpret_cast<intptr_t>(file.Release()));
+}
+
+std::optional<FileIdentity> DataRoot::IdentifyFile(std::string_view stored_path) const {
+  auto place = Locate(native_root_, stored_path, Goal::kEntry);
+  if (!place) return std::nullopt;
+  if (!place->directory.valid()) return FileIdentity();  // its directory is missing
+  if (!place->IsEntry()) return std::nullopt;
+  if (!place->exists) return FileIdentity();
+  NTSTATUS status;
+  Handle file = OpenAt(place->directory.get(), place->name, FILE_READ_ATTRIBUTES, kShareAll, FILE_OPEN,
+                       FILE_OPEN_REPARSE_POINT, status);
+  if (!file.valid()) return IsMissing(status) ? std::optional<FileIdentity>(FileIdentity()) : std::nullopt;
+  FileIdentity identity;
+  if (!IdentityOf(file.get(), identity)) return std::nullopt;
+  return identity;
+}
 
 // The native name is for messages: the root and each stored component as
 // stored, the file system matching case itself. No operation goes through it.
@@ -528,7 +599,8 @@ std::optional<std::string> DataRoot::Resolve(std::string_view stored_path) const
 // Readers share delete access, so a writer's move can replace the file
 // while it is being read; the reader keeps the old contents. A reparse
 // point put in place of the file since the walk is refused, not followed.
-ReadStatus DataRoot::ReadWholeFile(std::string_view stored_path, std::string& contents) const {
+ReadStatus DataRoot::ReadWholeFile(std::string_view stored_path, std::string& contents,
+                                   FileIdentity* identity) const {
   contents.clear();
   auto place = Locate(native_root_, stored_path, Goal::kEntry);
   if (!place) return ReadStatus::kFailed;
@@ -545,6 +617,7 @@ ReadStatus DataRoot::ReadWholeFile(std::string_view stored_path, std::string& co
   }
   LARGE_INTEGER size;
   if (!GetFileSizeEx(file.get(), &size) || static_cast<uint64_t>(size.QuadPart) > SIZE_MAX / 2) return ReadStatus::kFailed;
+  if (identity && !IdentityOf(file.get(), *identity)) return ReadStatus::kFailed;
   try {
     std::string read;
     read.reserve(static_cast<size_t>(size.QuadPart));
