@@ -234,6 +234,22 @@ class CVFDLDoc : public CXMLDoc, public CVFTree {
   EditStatus last_status_ = EditStatus::kDone;
 };
 
+// Runs `edit` (one or more edits of `doc`, true when done) and, while it is
+// refused as a conflict, brings `doc` up to date (Reload, telling `window`)
+// and runs it again, at most `attempts` times in all: what a program does
+// with a change its user made, so that a writer beside it never makes it
+// fail. `edit` must find its nodes afresh each time (positions stay, node
+// pointers do not). False when it failed for another reason (see
+// GetLastEditStatus), the document no longer loads, or the attempts ran out.
+template <typename Edit>
+bool EditWithReload(CVFDLDoc& doc, Edit&& edit, platform::WindowHandle window = nullptr, int attempts = 16) {
+  for (int attempt = 0; attempt < attempts; ++attempt) {
+    if (edit()) return true;
+    if (doc.GetLastEditStatus() != EditStatus::kConflict || doc.Reload(window) != OpenResult::kLoaded) return false;
+  }
+  return false;
+}
+
 // The create-or-open sequence every document is opened with: loads `path`
 // into `doc`, or creates it from its template when the file is missing
 // (only when `create` is set), then initialises it with `base_path` and the

@@ -136,6 +136,26 @@ TEST_F(WritersTest, CreatingAFileAnotherProgramJustMadeOpensTheirs) {
   EXPECT_EQ(Notes(opened), std::set<std::string>{"early's"});
 }
 
+// The retry loop a program wraps its user's change in: a conflict costs a
+// reload; any other refusal, or a file that no longer loads, ends it.
+TEST_F(WritersTest, EditWithReloadCatchesUpOnlyOnConflicts) {
+  ASSERT_FALSE(first_.AddRec(kFolder, MakeNote("a", "first's"), false).empty());
+  int runs = 0;
+  auto add = [&] { return ++runs, !second_.AddRec(kFolder, MakeNote("b", "second's"), false).empty(); };
+  EXPECT_TRUE(EditWithReload(second_, add));
+  EXPECT_EQ(runs, 2);
+  EXPECT_EQ(NotesOnDisk(), (std::set<std::string>{"first's", "second's"}));
+  runs = 0;
+  auto missing = [&] { return ++runs, second_.DelRec("kov:\\Notes\\0999"); };
+  EXPECT_FALSE(EditWithReload(second_, missing));
+  EXPECT_EQ(runs, 1);
+  temp_.Write("notes.xml", "<notes>damaged");
+  runs = 0;
+  EXPECT_FALSE(EditWithReload(second_, add));
+  EXPECT_EQ(runs, 1);
+  EXPECT_EQ(temp_.Read("notes.xml"), "<notes>damaged") << "a file that does not load is never saved over";
+}
+
 // Processes adding side by side, each reloading and adding again on a
 // conflict: every record each one was told it added is in the file.
 TEST(WritersProcessTest, ProcessesAddingSideBySideKeepEveryAcknowledgedRecord) {

@@ -30,14 +30,10 @@ void Report(const std::string& line) {
 
 }  // namespace
 
-// Runs the edit, reloading and running it again while another writer got
-// there first.
+// Reloads and edits again while another writer got there first.
 template <typename Edit>
 bool WithRetries(zds::test::NoteDoc& doc, Edit&& edit) {
-  while (!edit()) {
-    if (doc.GetLastEditStatus() != zds::EditStatus::kConflict || doc.Reload() != zds::OpenResult::kLoaded) return false;
-  }
-  return true;
+  return zds::EditWithReload(doc, edit, nullptr, 1000);
 }
 
 int main(int argc, char** argv) {

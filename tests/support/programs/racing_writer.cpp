@@ -19,15 +19,14 @@ int main(int argc, char** argv) {
   const std::string name = argv[2];
   const int count = std::stoi(argv[3]);
   int added = 0, conflicts = 0;
-  while (added < count) {
+  for (; added < count; ++added) {
     const std::string note = name + "-" + std::to_string(added);
-    if (!doc.AddRec("kov:\\Notes\\0001", zds::test::MakeNote(note, note), false).empty()) {
-      ++added;
-      continue;
-    }
-    if (doc.GetLastEditStatus() != zds::EditStatus::kConflict) return 4;
-    ++conflicts;
-    if (doc.Reload() != zds::OpenResult::kLoaded) return 5;
+    auto add = [&] {
+      if (!doc.AddRec("kov:\\Notes\\0001", zds::test::MakeNote(note, note), false).empty()) return true;
+      conflicts += doc.GetLastEditStatus() == zds::EditStatus::kConflict ? 1 : 0;
+      return false;
+    };
+    if (!zds::EditWithReload(doc, add, nullptr, 1000)) return 4;
   }
   std::printf("added %d conflicts %d\n", added, conflicts);
   return 0;
