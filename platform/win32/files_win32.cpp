@@ -133,7 +133,7 @@ constexpr ACCESS_MASK kDirectoryAccess = FILE_LIST_DIRECTORY | FILE_TRAVERSE | F
 
 // Moves the open file to `name` in `directory`, the target named relative
 // to the handle as an open is.
-bool RenameOpen(HANDLE file, HANDLE directory, std::string_view name, bool replace) {
+bool RenameOpen(HANDLE file, HANDLE directory, std::string_view name, bool replace, NTSTATUS* result = nullptr) {
   file_calls::Report("NtSetInformationFile", Reported(directory), name);
   const std::wstring wide = Widen(name, CP_UTF8);
   std::vector<std::byte> buffer(offsetof(FILE_RENAME_INFO, FileName) + (wide.size() + 1) * sizeof(wchar_t));
@@ -143,7 +143,24 @@ bool RenameOpen(HANDLE file, HANDLE directory, std::string_view name, bool repla
   info->FileNameLength = static_cast<DWORD>(wide.size() * sizeof(wchar_t));
   std::memcpy(info->FileName, wide.c_str(), (wide.size() + 1) * sizeof(wchar_t));
   IO_STATUS_BLOCK io{};
-  return NT_SUCCESS(NtSetInformationFile(file, &io, info, static_cast<ULONG>(buffer.size()), FileRenameInformation));
+  NTSTATUS status = NtSetInformationFile(file, &io, info, static_cast<ULONG>(buffer.size()), FileRenameInformation);
+  if (result) *result = status;
+  return NT_SUCCESS(status);
+}
+
+// A file another program has open cannot be replaced until it lets go;
+// readers hold it only while they read it (they share delete access, but
+// not every file system honours that for a replacing move), so the move is
+// tried again for a while before the write counts as failed.
+bool MoveOver(HANDLE file, HANDLE directory, std::string_view name) {
+  constexpr NTSTATUS kAccessDenied = static_cast<NTSTATUS>(0xC0000022);
+  constexpr NTSTATUS kSharingViolation = static_cast<NTSTATUS>(0xC0000043);
+  for (int attempt = 0;; ++attempt) {
+    NTSTATUS status;
+    if (RenameOpen(file, directory, name, true, &status)) return true;
+    if ((status != kAccessDenied && status != kSharingViolation) || attempt == 2000) return false;
+    Sleep(1);
+  }
 }
 
 bool MarkForDeletion(HANDLE file) {
@@ -467,7 +484,7 @@ bool ReplaceAtomically(const Place& target, std::span<const std::string_view> pi
   if (!file.valid()) return false;
   bool written = true;
   for (std::string_view piece : pieces) written = written && WriteAll(file.get(), piece);
-  if (!written || !FlushFileBuffers(file.get()) || !RenameOpen(file.get(), target.directory.get(), target.name, true)) {
+  if (!written || !FlushFileBuffers(file.get()) || !MoveOver(file.get(), target.directory.get(), target.name)) {
     MarkForDeletion(file.get());
     return false;
   }
@@ -511,6 +528,19 @@ void CollectTemporaries(HANDLE parent, const std::string& name, std::vector<std:
       if (entry->NextEntryOffset == 0) break;
       at += entry->NextEntryOffset;
     }
+  }
+}
+
+// A writer holds its new file, sharing nothing but delete, from creation
+// until it has flushed it under its new name: a reader that comes in that
+// moment waits for it (a few milliseconds) rather than fail, for a while.
+Handle OpenForReading(HANDLE directory, const std::string& name, NTSTATUS& status) {
+  constexpr NTSTATUS kSharingViolation = static_cast<NTSTATUS>(0xC0000043);
+  for (int attempt = 0;; ++attempt) {
+    Handle file = OpenAt(directory, name, GENERIC_READ, kShareAll, FILE_OPEN,
+                         FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT, status);
+    if (file.valid() || status != kSharingViolation || attempt == 2000) return file;
+    Sleep(1);
   }
 }
 
@@ -607,8 +637,7 @@ ReadStatus DataRoot::ReadWholeFile(std::string_view stored_path, std::string& co
   if (!place->exists) return ReadStatus::kMissing;
   if (!place->IsEntry() || place->IsDirectory()) return ReadStatus::kFailed;
   NTSTATUS status;
-  Handle file = OpenAt(place->directory.get(), place->name, GENERIC_READ, kShareAll, FILE_OPEN,
-                       FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT, status);
+  Handle file = OpenForReading(place->directory.get(), place->name, status);
   if (!file.valid()) return IsMissing(status) ? ReadStatus::kMissing : ReadStatus::kFailed;
   FILE_ATTRIBUTE_TAG_INFO tag;
   if (!GetFileInformationByHandleEx(file.get(), FileAttributeTagInfo, &tag, sizeof tag) ||
