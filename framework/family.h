@@ -347,11 +347,11 @@ class CVFDLFamily : public CVFDLTypedDoc<Base, Rec, Folder> {
     else Typed::CreateExtendFolderText(extend, line);
   }
 
-  bool WriteXmlTo(const platform::DataRoot& root, std::string_view path) const override {
+  void PrepareToWrite(const platform::DataRoot& root, std::string_view path) const override {
     if constexpr ((Self::kFamily.policy & kMakesItsDirectory) != 0) {
       root.CreateDirectories(platform::StoredDirectoryOf(path));  // a failure shows in the write
     }
-    return Typed::WriteXmlTo(root, path);
+    Typed::PrepareToWrite(root, path);
   }
   void PrepareNewNode(CVFDLNode& node) override {
     if constexpr ((Self::kFamily.policy & kNumbersNewRecs) != 0) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "zds/framework/messages.h"
 #include "zds/framework/xml_text.h"
 
 namespace zds {
@@ -48,8 +49,13 @@ OpenResult OpenVFDLDoc(CVFDLDoc& doc, std::string_view path, std::string_view ba
   OpenResult result = doc.LoadXMLDoc(path);
   const bool read_only = doc.GetDataRoot() && doc.GetDataRoot()->IsReadOnly();
   if (result == OpenResult::kMissing && create && !read_only) {
-    if (!doc.NewXMLDoc(path)) return doc.GetRoot() ? OpenResult::kUnwritable : OpenResult::kUnusable;
-    result = OpenResult::kCreated;
+    if (doc.NewXMLDoc(path)) {
+      result = OpenResult::kCreated;
+    } else if (doc.GetLastSaveStatus() == SaveStatus::kConflict) {
+      result = doc.LoadXMLDoc(path);  // another program made it meanwhile: take theirs
+    } else {
+      return doc.GetRoot() ? OpenResult::kUnwritable : OpenResult::kUnusable;
+    }
   }
   if (IsOpen(result)) doc.InitVFDLDoc(base_path, "kov:", "", -1, -1);
   return result;
@@ -210,7 +216,17 @@ EditStatus CVFDLDoc::Commit(bool flag, Undo&& undo) {
   if (CommitChange(flag)) return Finish(EditStatus::kDone);
   undo();
   RestoreModified(was_modified);
-  return Finish(EditStatus::kNotSaved);
+  return Finish(GetLastSaveStatus() == SaveStatus::kConflict ? EditStatus::kConflict : EditStatus::kNotSaved);
+}
+
+OpenResult CVFDLDoc::Reload(platform::WindowHandle window) {
+  if (GetFilePath().empty()) return OpenResult::kMissing;
+  const std::string path = GetFilePath();  // the load replaces what it refers to
+  OpenResult result = LoadXMLDoc(path);
+  if (result == OpenResult::kLoaded && window) {
+    platform::PostWindowMessage(window, WM_ZDS_CHANGED, reinterpret_cast<uintptr_t>(GetRoot()), kChangeUpdated);
+  }
+  return result;
 }
 
 bool CVFDLDoc::FitsLike(const CVFDLNode& value, const CVFDLNode& model) {

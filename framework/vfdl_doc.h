@@ -49,6 +49,7 @@
 #include "zds/framework/vfdl_tree.h"
 #include "zds/framework/xml_doc.h"
 #include "zds/framework/xml_line.h"
+#include "zds/platform/window.h"
 
 namespace zds {
 
@@ -66,6 +67,8 @@ enum class EditStatus {
   kNotFound,  // no node of the wanted kind at the position
   kRefused,   // the value does not fit there (extension of another class, the root folder, ...)
   kNotSaved,  // the save the edit needed failed; the document is as it was
+  kConflict,  // another writer changed the file since this document read it: nothing
+              // was written and the document is as it was; Reload, then edit again
 };
 
 class CVFDLDoc : public CXMLDoc, public CVFTree {
@@ -121,6 +124,19 @@ class CVFDLDoc : public CXMLDoc, public CVFTree {
   // folder with `parent_id`; returns the copy's position.
   [[nodiscard]] std::string AddCopyNodeByID(std::string_view id, std::string_view parent_id, bool flag);
   EditStatus GetLastEditStatus() const { return last_status_; }
+
+  // Reads the file again, for a document another writer has changed
+  // (an edit or save that reported kConflict). When it loads, every node
+  // pointer this document handed out is invalid, as after any new tree
+  // (the root too: take it again), and so is every document opened behind
+  // one of its nodes (casd_vfdl_doc.h); changes not yet saved are dropped;
+  // WM_ZDS_CHANGED is posted to `window` (when not null) with the new root
+  // and kChangeUpdated, so that windows showing the document refresh. A
+  // file that no longer loads leaves the document and its nodes as they
+  // were: kUnusable (never to be saved over), or kMissing (the next save
+  // writes the file anew). Family fields derived from the tree are rebuilt
+  // by OnTreeReplaced; the version hooks do not run again.
+  [[nodiscard]] OpenResult Reload(platform::WindowHandle window = nullptr);
 
   // A synchronisation line for `text`: the document's root tag, its file and the text.
   std::string FormatSYNCLine(std::string_view text) const;
@@ -217,6 +233,22 @@ class CVFDLDoc : public CXMLDoc, public CVFTree {
   CVFDLNode* holder_ = nullptr;
   EditStatus last_status_ = EditStatus::kDone;
 };
+
+// Runs `edit` (one or more edits of `doc`, true when done) and, while it is
+// refused as a conflict, brings `doc` up to date (Reload, telling `window`)
+// and runs it again, at most `attempts` times in all: what a program does
+// with a change its user made, so that a writer beside it never makes it
+// fail. `edit` must find its nodes afresh each time (positions stay, node
+// pointers do not). False when it failed for another reason (see
+// GetLastEditStatus), the document no longer loads, or the attempts ran out.
+template <typename Edit>
+bool EditWithReload(CVFDLDoc& doc, Edit&& edit, platform::WindowHandle window = nullptr, int attempts = 16) {
+  for (int attempt = 0; attempt < attempts; ++attempt) {
+    if (edit()) return true;
+    if (doc.GetLastEditStatus() != EditStatus::kConflict || doc.Reload(window) != OpenResult::kLoaded) return false;
+  }
+  return false;
+}
 
 // The create-or-open sequence every document is opened with: loads `path`
 // into `doc`, or creates it from its template when the file is missing

@@ -5,10 +5,20 @@
 // A file that exists but cannot be used is never overwritten: after such a
 // load the document refuses to save over that file unless it is created
 // anew from its template on purpose.
+//
+// Several programs may have the same file open. A save takes the file's
+// lock (the lock file "NAME-lock" beside it, platform/files.h), so writers
+// take turns, and writes only when the file on disk is still the one this
+// document last read or wrote: the same identity, and no other writer has
+// advanced the lock file's counter since. Otherwise nothing is written and
+// the save reports a conflict (GetLastSaveStatus); the document must then
+// be brought up to date (CVFDLDoc::Reload) before its change is made
+// again. Reading never takes the lock.
 
 #ifndef ZDS_FRAMEWORK_XML_DOC_H_
 #define ZDS_FRAMEWORK_XML_DOC_H_
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -38,6 +48,16 @@ struct FileProblem {
   bool operator==(const FileProblem&) const = default;
 };
 
+// How the last save came out.
+enum class SaveStatus {
+  kSaved,
+  kConflict,  // another writer changed the file since this document read it; nothing was written
+  kFailed,    // no file to save to, one refused at loading, or the write failed
+};
+
+// The lock file of a document's file: "\a\b.xml" -> "\a\b.xml-lock".
+std::string LockPathOf(std::string_view path);
+
 class CXMLDoc : public CRTTIObject {
  public:
   CXMLDoc() = default;
@@ -59,7 +79,9 @@ class CXMLDoc : public CRTTIObject {
   // file; writes it at once only when auto-save is on. False when the
   // template does not parse or that write fails.
   [[nodiscard]] virtual bool NewXMLDoc(std::string_view path);
+  // False on failure; GetLastSaveStatus tells a conflict from a failed write.
   [[nodiscard]] bool SaveXMLDoc();
+  SaveStatus GetLastSaveStatus() const { return last_save_; }
 
   void SetAutoSaveFlag(bool flag) { auto_save_ = flag; }
   bool GetAutoSaveFlag() const { return auto_save_; }
@@ -78,6 +100,9 @@ class CXMLDoc : public CRTTIObject {
   virtual bool WriteXmlTo(const platform::DataRoot& root, std::string_view path) const {
     return root.WriteFileAtomic(path, GetXml());
   }
+  // Runs before a save takes the file's lock, which lives in the file's
+  // directory: a kind that makes that directory makes it here.
+  virtual void PrepareToWrite(const platform::DataRoot& /*root*/, std::string_view /*path*/) const {}
   // The template a new document of this kind starts from.
   virtual std::string GetTemplateText() const { return std::string(); }
 
@@ -94,6 +119,14 @@ class CXMLDoc : public CRTTIObject {
   std::string file_path_;
   std::string refused_path_;  // a file that exists but could not be used
   FileProblem open_problem_;
+  // The file as this document last read or wrote it, and the lock file's
+  // counter then: a save that finds either changed is a conflict.
+  std::string synced_path_;
+  platform::FileIdentity synced_identity_;
+  uint64_t synced_counter_ = 0;
+  SaveStatus last_save_ = SaveStatus::kSaved;
+
+  void SyncWithDisk(std::string_view path);
   bool auto_save_ = false;
   bool modified_ = false;
 };

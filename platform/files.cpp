@@ -91,4 +91,47 @@ bool IsTemporaryOf(std::string_view candidate, std::string_view name) {
   return dash != std::string_view::npos && AllDigits(rest.substr(0, dash), false) && AllDigits(rest.substr(dash + 1), false);
 }
 
+namespace {
+constexpr std::string_view kLockCounterTag = "zds-lock ";
+constexpr size_t kLockCounterDigits = 20;  // UINT64_MAX has 20
+}  // namespace
+
+std::string FormatLockCounter(uint64_t counter) {
+  std::string digits(kLockCounterDigits, '0');
+  for (size_t i = kLockCounterDigits; i-- > 0 && counter != 0; counter /= 10) {
+    digits[i] = static_cast<char>('0' + counter % 10);
+  }
+  return std::string(kLockCounterTag) + digits + "\n";
+}
+
+uint64_t ParseLockCounter(std::string_view text) {
+  if (!text.starts_with(kLockCounterTag)) return 0;
+  std::string_view digits = text.substr(kLockCounterTag.size(), kLockCounterDigits);
+  if (digits.size() != kLockCounterDigits || !AllDigits(digits, false)) return 0;
+  uint64_t counter = 0;
+  for (char c : digits) {
+    uint64_t digit = static_cast<uint64_t>(c - '0');
+    if (counter > (UINT64_MAX - digit) / 10) return 0;
+    counter = counter * 10 + digit;
+  }
+  return counter;
+}
+
+FileLock::~FileLock() { Release(); }
+
+FileLock::FileLock(FileLock&& other) noexcept : handle_(std::exchange(other.handle_, kNoHandle)) {}
+
+FileLock& FileLock::operator=(FileLock&& other) noexcept {
+  if (this != &other) {
+    Release();
+    handle_ = std::exchange(other.handle_, kNoHandle);
+  }
+  return *this;
+}
+
+uint64_t DataRoot::ReadLockCounter(std::string_view stored_path) const {
+  std::string text;
+  return ReadWholeFile(stored_path, text) == ReadStatus::kRead ? ParseLockCounter(text) : 0;
+}
+
 }  // namespace zds::platform

@@ -46,6 +46,19 @@
 // removes nothing. A host that only looks at a store opens it so; then
 // nothing it or the library does changes a file, whatever path the code
 // takes.
+//
+// Writers of one file take turns through a lock file beside it
+// (AcquireLock): an exclusive hold that the system drops when the holder
+// closes it or dies, so a lock file a crash left behind never blocks
+// anyone. Holds are per open file (flock on POSIX, LockFileEx on
+// Windows), not per process as fcntl's are: two documents of one process,
+// or two threads, take turns as two processes do, and closing one handle
+// never drops another's hold. The lock file keeps a counter that each
+// writer advances while it holds the lock, which tells a reader that a
+// file changed even when its identity could not (a new file of the same
+// size, in the same clock tick, on a reused file id). Lock files stay:
+// deleting one would let a writer still holding the old file work beside
+// one holding the new.
 
 #ifndef ZDS_PLATFORM_FILES_H_
 #define ZDS_PLATFORM_FILES_H_
@@ -63,6 +76,42 @@ namespace zds::platform {
 enum class ReadStatus { kRead, kMissing, kFailed };
 enum class RootAccess { kReadWrite, kReadOnly };
 
+// What tells one state of a file from another without reading it: an
+// atomic write makes a new file, so two writes leave two identities, and
+// reading changes nothing. `modified` is in the system's own ticks.
+struct FileIdentity {
+  bool exists = false;
+  uint64_t size = 0;
+  int64_t modified = 0;
+  uint64_t volume = 0;
+  uint64_t file = 0;
+  friend bool operator==(const FileIdentity&, const FileIdentity&) = default;
+};
+
+// An exclusive hold on a lock file, released when this goes (or its
+// process ends). Movable, not copyable.
+class FileLock {
+ public:
+  FileLock() = default;
+  ~FileLock();
+  FileLock(FileLock&& other) noexcept;
+  FileLock& operator=(FileLock&& other) noexcept;
+  FileLock(const FileLock&) = delete;
+  FileLock& operator=(const FileLock&) = delete;
+
+  bool IsHeld() const { return handle_ != kNoHandle; }
+  // The writers' counter the lock file keeps (0 in a new or unreadable one).
+  uint64_t ReadCounter() const;
+  bool WriteCounter(uint64_t counter) const;
+
+ private:
+  friend class DataRoot;
+  static constexpr intptr_t kNoHandle = -1;
+  explicit FileLock(intptr_t handle) : handle_(handle) {}
+  void Release();
+  intptr_t handle_ = kNoHandle;  // a descriptor, or a HANDLE
+};
+
 class DataRoot {
  public:
   // An empty native root refuses every stored path.
@@ -77,7 +126,19 @@ class DataRoot {
   // goes through this name.
   std::optional<std::string> Resolve(std::string_view stored_path) const;
 
-  ReadStatus ReadWholeFile(std::string_view stored_path, std::string& contents) const;
+  // `identity`, when given, receives the identity of the very file read.
+  ReadStatus ReadWholeFile(std::string_view stored_path, std::string& contents,
+                           FileIdentity* identity = nullptr) const;
+  // The file's identity (exists false when there is none); nullopt when
+  // the path is refused or the system cannot tell.
+  std::optional<FileIdentity> IdentifyFile(std::string_view stored_path) const;
+  // Waits for and takes the exclusive hold on the lock file at the stored
+  // path, creating it when missing; a FileLock that holds nothing when the
+  // path is refused or the file cannot be made or locked.
+  FileLock AcquireLock(std::string_view stored_path) const;
+  // The counter of the lock file at the stored path, read without the
+  // lock (0 when there is none yet).
+  uint64_t ReadLockCounter(std::string_view stored_path) const;
   bool WriteFileAtomic(std::string_view stored_path, std::string_view contents) const;
   // The same for contents held in pieces, written one after the other: a
   // document can then write the unchanged runs of its text straight from
@@ -122,6 +183,12 @@ std::string_view StoredDirectoryOf(std::string_view stored_path);
 std::string TemporaryNameFor(std::string_view name, uint64_t random_bits);
 // True when `candidate` is named as a temporary of the file `name` is.
 bool IsTemporaryOf(std::string_view candidate, std::string_view name);
+
+// The lock file's counter as written ("zds-lock " and 20 decimal digits, a
+// fixed width so an overwrite never leaves a longer old tail), and read
+// back; anything else reads as 0.
+std::string FormatLockCounter(uint64_t counter);
+uint64_t ParseLockCounter(std::string_view text);
 
 }  // namespace zds::platform
 

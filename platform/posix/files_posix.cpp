@@ -499,7 +499,67 @@ bool RemoveIfAbandoned(int directory, const std::string& name) {
   return UnlinkAt(directory, name);
 }
 
+FileIdentity IdentityOf(const struct stat& info) {
+  FileIdentity identity;
+  identity.exists = true;
+  identity.size = static_cast<uint64_t>(info.st_size);
+  identity.modified = static_cast<int64_t>(info.st_mtim.tv_sec) * 1000000000 + info.st_mtim.tv_nsec;
+  identity.volume = static_cast<uint64_t>(info.st_dev);
+  identity.file = static_cast<uint64_t>(info.st_ino);
+  return identity;
+}
+
 }  // namespace
+
+void FileLock::Release() {
+  if (handle_ != kNoHandle) close(static_cast<int>(std::exchange(handle_, kNoHandle)));
+}
+
+// Short reads and writes at offset 0: the counter is a few bytes.
+uint64_t FileLock::ReadCounter() const {
+  if (!IsHeld()) return 0;
+  char text[64];
+  ssize_t got;
+  while ((got = pread(static_cast<int>(handle_), text, sizeof text, 0)) < 0 && errno == EINTR) {
+  }
+  return got > 0 ? ParseLockCounter(std::string_view(text, static_cast<size_t>(got))) : 0;
+}
+
+bool FileLock::WriteCounter(uint64_t counter) const {
+  if (!IsHeld()) return false;
+  const std::string text = FormatLockCounter(counter);
+  ssize_t put;
+  while ((put = pwrite(static_cast<int>(handle_), text.data(), text.size(), 0)) < 0 && errno == EINTR) {
+  }
+  return put == static_cast<ssize_t>(text.size());
+}
+
+// flock, not fcntl: fcntl's locks belong to the process, so two documents
+// of one process would both hold one at once, and closing any descriptor
+// of the file (a reader's) would drop the process's lock.
+FileLock DataRoot::AcquireLock(std::string_view stored_path) const {
+  if (IsReadOnly()) return FileLock();  // a reader never writes, so never waits or leaves a lock file
+  auto place = Locate(native_root_, stored_path, Goal::kEntry, true);
+  if (!place || !place->IsEntry() || (place->exists && !place->Is(S_IFREG))) return FileLock();
+  Descriptor fd(OpenAt(place->directory.get(), place->name, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC,
+                       0666));
+  struct stat info;
+  if (!fd.valid() || fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode)) return FileLock();
+  int locked;
+  while ((locked = flock(fd.get(), LOCK_EX)) != 0 && errno == EINTR) {
+  }
+  if (locked != 0) return FileLock();
+  return FileLock(fd.Release());
+}
+
+std::optional<FileIdentity> DataRoot::IdentifyFile(std::string_view stored_path) const {
+  auto place = Locate(native_root_, stored_path, Goal::kEntry);
+  if (!place) return std::nullopt;
+  if (!place->directory.valid()) return FileIdentity();  // its directory is missing
+  if (!place->IsEntry()) return std::nullopt;
+  if (!place->exists) return FileIdentity();
+  return IdentityOf(place->info);
+}
 
 // The native name is for messages: the root and each stored component as
 // it stands on disk, a missing one as stored. No operation goes through it.
@@ -514,7 +574,8 @@ std::optional<std::string> DataRoot::Resolve(std::string_view stored_path) const
 // O_NONBLOCK keeps a FIFO planted in the root from hanging the read; it is
 // refused as not a regular file right after. O_NOFOLLOW: a link put in
 // place of the file since the walk is refused, not followed.
-ReadStatus DataRoot::ReadWholeFile(std::string_view stored_path, std::string& contents) const {
+ReadStatus DataRoot::ReadWholeFile(std::string_view stored_path, std::string& contents,
+                                   FileIdentity* identity) const {
   contents.clear();
   auto place = Locate(native_root_, stored_path, Goal::kEntry);
   if (!place) return ReadStatus::kFailed;
@@ -524,6 +585,7 @@ ReadStatus DataRoot::ReadWholeFile(std::string_view stored_path, std::string& co
   if (!fd.valid()) return errno == ENOENT ? ReadStatus::kMissing : ReadStatus::kFailed;
   struct stat info;
   if (fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode)) return ReadStatus::kFailed;
+  if (identity) *identity = IdentityOf(info);
   try {
     std::string read;
     read.reserve(static_cast<size_t>(info.st_size));
@@ -551,6 +613,7 @@ bool DataRoot::WriteFileAtomicFromPieces(std::string_view stored_path,
 }
 
 bool DataRoot::WriteFileAtomicUnflushed(std::string_view stored_path, std::string_view contents) const {
+  if (IsReadOnly()) return false;
   try {
     auto place = Locate(native_root_, stored_path, Goal::kEntry, true);
     return place && place->IsEntry() && !place->Is(S_IFDIR) &&

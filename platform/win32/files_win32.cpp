@@ -75,6 +75,7 @@ class Handle {
 
   HANDLE get() const { return handle_; }
   bool valid() const { return handle_ != INVALID_HANDLE_VALUE && handle_ != nullptr; }
+  HANDLE Release() { return std::exchange(handle_, INVALID_HANDLE_VALUE); }
   bool Close() {
     if (!valid()) return true;
     BOOL closed = CloseHandle(handle_);
@@ -132,7 +133,7 @@ constexpr ACCESS_MASK kDirectoryAccess = FILE_LIST_DIRECTORY | FILE_TRAVERSE | F
 
 // Moves the open file to `name` in `directory`, the target named relative
 // to the handle as an open is.
-bool RenameOpen(HANDLE file, HANDLE directory, std::string_view name, bool replace) {
+bool RenameOpen(HANDLE file, HANDLE directory, std::string_view name, bool replace, NTSTATUS* result = nullptr) {
   file_calls::Report("NtSetInformationFile", Reported(directory), name);
   const std::wstring wide = Widen(name, CP_UTF8);
   std::vector<std::byte> buffer(offsetof(FILE_RENAME_INFO, FileName) + (wide.size() + 1) * sizeof(wchar_t));
@@ -142,7 +143,24 @@ bool RenameOpen(HANDLE file, HANDLE directory, std::string_view name, bool repla
   info->FileNameLength = static_cast<DWORD>(wide.size() * sizeof(wchar_t));
   std::memcpy(info->FileName, wide.c_str(), (wide.size() + 1) * sizeof(wchar_t));
   IO_STATUS_BLOCK io{};
-  return NT_SUCCESS(NtSetInformationFile(file, &io, info, static_cast<ULONG>(buffer.size()), FileRenameInformation));
+  NTSTATUS status = NtSetInformationFile(file, &io, info, static_cast<ULONG>(buffer.size()), FileRenameInformation);
+  if (result) *result = status;
+  return NT_SUCCESS(status);
+}
+
+// A file another program has open cannot be replaced until it lets go;
+// readers hold it only while they read it (they share delete access, but
+// not every file system honours that for a replacing move), so the move is
+// tried again for a while before the write counts as failed.
+bool MoveOver(HANDLE file, HANDLE directory, std::string_view name) {
+  constexpr NTSTATUS kAccessDenied = static_cast<NTSTATUS>(0xC0000022);
+  constexpr NTSTATUS kSharingViolation = static_cast<NTSTATUS>(0xC0000043);
+  for (int attempt = 0;; ++attempt) {
+    NTSTATUS status;
+    if (RenameOpen(file, directory, name, true, &status)) return true;
+    if ((status != kAccessDenied && status != kSharingViolation) || attempt == 2000) return false;
+    Sleep(1);
+  }
 }
 
 bool MarkForDeletion(HANDLE file) {
@@ -466,7 +484,7 @@ bool ReplaceAtomically(const Place& target, std::span<const std::string_view> pi
   if (!file.valid()) return false;
   bool written = true;
   for (std::string_view piece : pieces) written = written && WriteAll(file.get(), piece);
-  if (!written || !FlushFileBuffers(file.get()) || !RenameOpen(file.get(), target.directory.get(), target.name, true)) {
+  if (!written || !FlushFileBuffers(file.get()) || !MoveOver(file.get(), target.directory.get(), target.name)) {
     MarkForDeletion(file.get());
     return false;
   }
@@ -513,7 +531,91 @@ void CollectTemporaries(HANDLE parent, const std::string& name, std::vector<std:
   }
 }
 
+// A writer holds its new file, sharing nothing but delete, from creation
+// until it has flushed it under its new name: a reader that comes in that
+// moment waits for it (a few milliseconds) rather than fail, for a while.
+Handle OpenForReading(HANDLE directory, const std::string& name, NTSTATUS& status) {
+  constexpr NTSTATUS kSharingViolation = static_cast<NTSTATUS>(0xC0000043);
+  for (int attempt = 0;; ++attempt) {
+    Handle file = OpenAt(directory, name, GENERIC_READ, kShareAll, FILE_OPEN,
+                         FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT, status);
+    if (file.valid() || status != kSharingViolation || attempt == 2000) return file;
+    Sleep(1);
+  }
+}
+
+bool IdentityOf(HANDLE file, FileIdentity& identity) {
+  BY_HANDLE_FILE_INFORMATION info;
+  if (!GetFileInformationByHandle(file, &info)) return false;
+  identity.exists = true;
+  identity.size = (uint64_t{info.nFileSizeHigh} << 32) | info.nFileSizeLow;
+  identity.modified =
+      static_cast<int64_t>((uint64_t{info.ftLastWriteTime.dwHighDateTime} << 32) | info.ftLastWriteTime.dwLowDateTime);
+  identity.volume = info.dwVolumeSerialNumber;
+  identity.file = (uint64_t{info.nFileIndexHigh} << 32) | info.nFileIndexLow;
+  return true;
+}
+
+// The hold is on one byte far beyond the counter: a locked range refuses
+// every other handle's reads, and readers take the counter without the lock.
+constexpr DWORD kLockOffsetHigh = 0x40000000;
+
+HANDLE LockHandle(intptr_t handle) { return reinterpret_cast<HANDLE>(handle); }
+
 }  // namespace
+
+void FileLock::Release() {
+  if (handle_ != kNoHandle) CloseHandle(LockHandle(std::exchange(handle_, kNoHandle)));
+}
+
+uint64_t FileLock::ReadCounter() const {
+  if (!IsHeld()) return 0;
+  char text[64];
+  OVERLAPPED at{};
+  DWORD got = 0;
+  if (!ReadFile(LockHandle(handle_), text, sizeof text, &got, &at)) return 0;
+  return ParseLockCounter(std::string_view(text, got));
+}
+
+bool FileLock::WriteCounter(uint64_t counter) const {
+  if (!IsHeld()) return false;
+  const std::string text = FormatLockCounter(counter);
+  OVERLAPPED at{};
+  DWORD put = 0;
+  return WriteFile(LockHandle(handle_), text.data(), static_cast<DWORD>(text.size()), &put, &at) && put == text.size();
+}
+
+// LockFileEx holds per handle, and on a handle opened for synchronous I/O
+// it waits until the range is free; closing the handle, or the end of its
+// process, frees it.
+FileLock DataRoot::AcquireLock(std::string_view stored_path) const {
+  if (IsReadOnly()) return FileLock();  // a reader never writes, so never waits or leaves a lock file
+  auto place = Locate(native_root_, stored_path, Goal::kEntry, true);
+  if (!place || !place->IsEntry() || place->IsDirectory()) return FileLock();
+  NTSTATUS status;
+  Handle file = OpenAt(place->directory.get(), place->name, GENERIC_READ | GENERIC_WRITE, kShareAll, FILE_OPEN_IF,
+                       FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT, status);
+  if (!file.valid()) return FileLock();
+  OVERLAPPED range{};
+  range.OffsetHigh = kLockOffsetHigh;
+  if (!LockFileEx(file.get(), LOCKFILE_EXCLUSIVE_LOCK, 0, 1, 0, &range)) return FileLock();
+  return FileLock(reinterpret_cast<intptr_t>(file.Release()));
+}
+
+std::optional<FileIdentity> DataRoot::IdentifyFile(std::string_view stored_path) const {
+  auto place = Locate(native_root_, stored_path, Goal::kEntry);
+  if (!place) return std::nullopt;
+  if (!place->directory.valid()) return FileIdentity();  // its directory is missing
+  if (!place->IsEntry()) return std::nullopt;
+  if (!place->exists) return FileIdentity();
+  NTSTATUS status;
+  Handle file = OpenAt(place->directory.get(), place->name, FILE_READ_ATTRIBUTES, kShareAll, FILE_OPEN,
+                       FILE_OPEN_REPARSE_POINT, status);
+  if (!file.valid()) return IsMissing(status) ? std::optional<FileIdentity>(FileIdentity()) : std::nullopt;
+  FileIdentity identity;
+  if (!IdentityOf(file.get(), identity)) return std::nullopt;
+  return identity;
+}
 
 // The native name is for messages: the root and each stored component as
 // stored, the file system matching case itself. No operation goes through it.
@@ -528,15 +630,15 @@ std::optional<std::string> DataRoot::Resolve(std::string_view stored_path) const
 // Readers share delete access, so a writer's move can replace the file
 // while it is being read; the reader keeps the old contents. A reparse
 // point put in place of the file since the walk is refused, not followed.
-ReadStatus DataRoot::ReadWholeFile(std::string_view stored_path, std::string& contents) const {
+ReadStatus DataRoot::ReadWholeFile(std::string_view stored_path, std::string& contents,
+                                   FileIdentity* identity) const {
   contents.clear();
   auto place = Locate(native_root_, stored_path, Goal::kEntry);
   if (!place) return ReadStatus::kFailed;
   if (!place->exists) return ReadStatus::kMissing;
   if (!place->IsEntry() || place->IsDirectory()) return ReadStatus::kFailed;
   NTSTATUS status;
-  Handle file = OpenAt(place->directory.get(), place->name, GENERIC_READ, kShareAll, FILE_OPEN,
-                       FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT, status);
+  Handle file = OpenForReading(place->directory.get(), place->name, status);
   if (!file.valid()) return IsMissing(status) ? ReadStatus::kMissing : ReadStatus::kFailed;
   FILE_ATTRIBUTE_TAG_INFO tag;
   if (!GetFileInformationByHandleEx(file.get(), FileAttributeTagInfo, &tag, sizeof tag) ||
@@ -545,6 +647,7 @@ ReadStatus DataRoot::ReadWholeFile(std::string_view stored_path, std::string& co
   }
   LARGE_INTEGER size;
   if (!GetFileSizeEx(file.get(), &size) || static_cast<uint64_t>(size.QuadPart) > SIZE_MAX / 2) return ReadStatus::kFailed;
+  if (identity && !IdentityOf(file.get(), *identity)) return ReadStatus::kFailed;
   try {
     std::string read;
     read.reserve(static_cast<size_t>(size.QuadPart));

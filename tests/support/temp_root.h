@@ -52,10 +52,14 @@ class TempRoot {
   bool Exists(const std::string& name) const { return fs::exists(dir() / name); }
 
   // Every regular file below the top directory, relative to it, sorted.
-  std::vector<std::string> Files() const {
+  // The lock files beside written files ("NAME-lock") stay there by
+  // design, so they are listed only on request.
+  std::vector<std::string> Files(bool with_locks = false) const {
     std::vector<std::string> names;
     for (const auto& entry : fs::recursive_directory_iterator(top())) {
-      if (entry.is_regular_file()) names.push_back(fs::relative(entry.path(), top()).generic_string());
+      if (!entry.is_regular_file()) continue;
+      std::string name = fs::relative(entry.path(), top()).generic_string();
+      if (with_locks || !name.ends_with("-lock")) names.push_back(std::move(name));
     }
     std::sort(names.begin(), names.end());
     return names;

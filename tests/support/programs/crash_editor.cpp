@@ -3,7 +3,12 @@
 // with one flushed line: "A pos note", "U pos note" or "D pos". The parent
 // kills it at a moment of its choosing.
 //
-//   crash_editor ROOT SEED
+// With a TAG, other editors work on the same document at the same time:
+// this one touches only the records whose alias begins with its tag, and
+// an edit refused as a conflict is made again after a reload, as a host
+// makes it.
+//
+//   crash_editor ROOT SEED [TAG]
 
 #include <cstdio>
 #include <memory>
@@ -25,8 +30,15 @@ void Report(const std::string& line) {
 
 }  // namespace
 
+// Reloads and edits again while another writer got there first.
+template <typename Edit>
+bool WithRetries(zds::test::NoteDoc& doc, Edit&& edit) {
+  return zds::EditWithReload(doc, edit, nullptr, 1000);
+}
+
 int main(int argc, char** argv) {
-  if (argc != 3) return 2;
+  if (argc != 3 && argc != 4) return 2;
+  const std::string tag = argc == 4 ? argv[3] : "";
   zds::platform::UseBinaryStandardStreams();
   zds::test::NoteDoc doc;
   doc.SetDataRoot(std::make_shared<zds::platform::DataRoot>(argv[1]));
@@ -35,15 +47,18 @@ int main(int argc, char** argv) {
   std::vector<std::string> records;
   const zds::CVFDLFolder* folder = doc.GetFolder(kFolder);
   if (folder == nullptr) return 4;
-  for (const zds::CVFDLNode& node : zds::Children(*folder)) records.push_back(node.GetPos());
+  for (const zds::CVFDLNode& node : zds::Children(*folder)) {
+    if (node.GetAlias().starts_with(tag)) records.push_back(node.GetPos());
+  }
   const std::string seed = argv[2];
   std::mt19937 random(static_cast<unsigned>(std::stoul(seed)));
   for (unsigned edit = 0;; ++edit) {
     const std::string note = "n" + seed + "-" + std::to_string(edit);
     const unsigned pick = random() % 4;
     if (pick == 0 || records.empty()) {
-      std::string pos = doc.AddRec(kFolder, zds::test::MakeNote("added", note), false);
-      if (pos.empty()) return 5;
+      std::string pos;
+      auto add = [&] { return !(pos = doc.AddRec(kFolder, zds::test::MakeNote(tag + "added", note), false)).empty(); };
+      if (!WithRetries(doc, add)) return 5;
       records.push_back(pos);
       Report("A " + pos + " " + note);
       continue;
@@ -51,12 +66,14 @@ int main(int argc, char** argv) {
     const size_t index = random() % records.size();
     const std::string pos = records[index];
     if (pick == 1) {
-      if (!doc.DelRec(pos)) return 6;
+      if (!WithRetries(doc, [&] { return doc.DelRec(pos); })) return 6;
       records[index] = records.back();
       records.pop_back();
       Report("D " + pos);
     } else {
-      if (!doc.UpdateRec(pos, zds::test::MakeNote("updated", note), false)) return 7;
+      if (!WithRetries(doc, [&] { return doc.UpdateRec(pos, zds::test::MakeNote(tag + "updated", note), false); })) {
+        return 7;
+      }
       Report("U " + pos + " " + note);
     }
   }
