@@ -1,9 +1,13 @@
 #include "cli/command_table.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
 #include <iostream>
+#include <random>
 #include <set>
+#include <sstream>
+#include <thread>
 
 #include "cli/command_text.h"
 #include "zds/platform/console.h"
@@ -204,11 +208,11 @@ void Call::AddOption(std::string_view name, std::vector<std::string> values) {
 }
 
 int Call::Usage(std::string_view problem) {
-  err_ << "zds: " << problem << " (zds help " << command_.Name() << ")\n";
+  *err_ << "zds: " << problem << " (zds help " << command_.Name() << ")\n";
   return 2;
 }
 
-int Call::Refuse(std::string_view problem) { return cli::Refuse(err_, problem); }
+int Call::Refuse(std::string_view problem) { return cli::Refuse(*err_, problem); }
 
 DataRootPtr Call::Root(platform::RootAccess access) const {
   return std::make_shared<const platform::DataRoot>(root_dir_, access);
@@ -228,6 +232,12 @@ DataRootPtr Call::OpenStore() {
   return nullptr;
 }
 
+// An edit met by another writer's save starts again from the files as
+// they are now. The attempts are many because each lost race means the
+// other side won one; the pause grows so that a crowd of writers spreads
+// out instead of colliding in step.
+constexpr int kEditAttempts = 64;
+
 int RunEdit(Call& call, const StoreWork& edit, const StoreWork& check) {
   if (check) {
     std::unique_ptr<CZDS> reader = OpenReader(call);
@@ -238,13 +248,32 @@ int RunEdit(Call& call, const StoreWork& edit, const StoreWork& check) {
                                                               : call.OpenStore();
   if (!root) return 1;
   if (root->FileExists("")) return call.Refuse(call.root_dir() + " is a file, not a store's directory");
-  CZDS facade;
-  facade.SetDataRoot(root);
-  if (!facade.InitZDS()) {
-    call.err() << DescribeStartupFailure(facade) << '\n';
-    return 1;
+  std::ostream& out = call.out();
+  std::ostream& err = call.err();
+  for (int attempt = 1;; ++attempt) {
+    const uint64_t conflicts = root->GetConflictCount();
+    std::ostringstream attempt_out, attempt_err;
+    call.SetStreams(attempt_out, attempt_err);
+    int status;
+    {
+      CZDS facade;
+      facade.SetDataRoot(root);
+      if (facade.InitZDS()) {
+        status = edit(facade);
+      } else {
+        attempt_err << DescribeStartupFailure(facade) << '\n';
+        status = 1;
+      }
+    }  // the facade's documents are closed (and checkpointed) before the outcome is told
+    call.SetStreams(out, err);
+    if (status == 0 || root->GetConflictCount() == conflicts || attempt == kEditAttempts) {
+      out << attempt_out.str();
+      err << attempt_err.str();
+      return status;
+    }
+    static std::minstd_rand pause(std::random_device{}());
+    std::this_thread::sleep_for(std::chrono::milliseconds(pause() % static_cast<unsigned>(attempt + 1)));
   }
-  return edit(facade);
 }
 
 std::unique_ptr<CZDS> OpenReader(Call& call) {

@@ -76,11 +76,17 @@ class CommandTable {
 class Call {
  public:
   Call(const Command& command, std::string root_dir, std::ostream& out, std::ostream& err)
-      : command_(command), root_dir_(std::move(root_dir)), out_(out), err_(err) {}
+      : command_(command), root_dir_(std::move(root_dir)), out_(&out), err_(&err) {}
 
   const Command& command() const { return command_; }
-  std::ostream& out() { return out_; }
-  std::ostream& err() { return err_; }
+  std::ostream& out() { return *out_; }
+  std::ostream& err() { return *err_; }
+  // Where the command writes from now on (RunEdit holds an attempt's
+  // output back until it knows the attempt stands).
+  void SetStreams(std::ostream& out, std::ostream& err) {
+    out_ = &out;
+    err_ = &err;
+  }
   const std::string& root_dir() const { return root_dir_; }
 
   std::vector<std::string>& operands() { return operands_; }
@@ -114,8 +120,8 @@ class Call {
  private:
   const Command& command_;
   std::string root_dir_;
-  std::ostream& out_;
-  std::ostream& err_;
+  std::ostream* out_;
+  std::ostream* err_;
   bool terminal_ = false;
   std::vector<std::string> operands_;
   std::vector<std::pair<std::string, std::vector<std::string>>> options_;
@@ -128,8 +134,12 @@ class Call {
 // to go on, else the exit status, its line written. Then the facade on a
 // writable root runs its whole start-up and `edit` makes the change. A
 // change that must see what another process did comes through here, so
-// what it takes to retry one is added in this one place. `edit` returns
-// the exit status.
+// it is retried in this one place: when a save was refused because another
+// program changed the file after this one read it, the attempt's output is
+// dropped and the edit runs again on a fresh start-up that reads what is
+// on disk now. So `edit` must be whole in itself: it looks up everything it
+// needs by position or path on the facade it is given. `edit` returns the
+// exit status.
 using StoreWork = std::function<int(CZDS& facade)>;
 int RunEdit(Call& call, const StoreWork& edit, const StoreWork& check = {});
 

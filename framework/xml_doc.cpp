@@ -74,6 +74,7 @@ bool CXMLDoc::SaveXMLDoc() {
   if (!identity) return false;
   if (synced_path_ != file_path_ || counter != synced_counter_ || *identity != synced_identity_) {
     last_save_ = SaveStatus::kConflict;
+    root_->NoteConflict();
     return false;
   }
   if (!WriteXmlTo(*root_, file_path_)) return false;

@@ -63,6 +63,7 @@
 #ifndef ZDS_PLATFORM_FILES_H_
 #define ZDS_PLATFORM_FILES_H_
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -163,9 +164,17 @@ class DataRoot {
   // live one; how many went.
   size_t RemoveLeftoverTemporaries(std::string_view stored_path) const;
 
+  // The saves the documents on this root refused because another writer
+  // changed the file after they read it. A host that ran one edit through
+  // several documents tells by this count a conflict, worth a fresh start
+  // and another try, from any other failure.
+  void NoteConflict() const { conflicts_.fetch_add(1, std::memory_order_relaxed); }
+  uint64_t GetConflictCount() const { return conflicts_.load(std::memory_order_relaxed); }
+
  private:
   std::string native_root_;
   RootAccess access_;
+  mutable std::atomic<uint64_t> conflicts_{0};
 };
 
 // The components of a stored path ("\a\b" -> {"a", "b"}, the root -> {}),
