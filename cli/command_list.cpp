@@ -13,6 +13,7 @@ const CommandTable& Commands() {
     AddTimerCommands(built);
     AddCalendarCommands(built);
     AddContactCommands(built);
+    AddNoteCommands(built);
     AddIcsCommands(built);
     return built;
   }();

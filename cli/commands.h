@@ -16,6 +16,7 @@ void AddTimerCommands(CommandTable& table);     // timer ..., timers due
 void AddCalendarCommands(CommandTable& table);  // schedule ..., agenda
 void AddContactCommands(CommandTable& table);   // book ..., contact ...
 void AddIcsCommands(CommandTable& table);       // export ics, import ics
+void AddNoteCommands(CommandTable& table);      // note ...
 
 }  // namespace zds::cli
 

@@ -50,6 +50,7 @@ class ConventionsTest : public ::testing::Test {
     entry_ = Added({"schedule", "add", "--subject", "Gym", "--begin", "2004-05-01 07:00", "--end",
                     "2004-05-01 08:00", "--cycle", "day;multiple=02",
                     "sequence;from=2004-05-01 07:00;to=2004-05-01 08:00", "notstop;from=2004-05-01 00:00"});
+    note_ = Added({"note", "add", "--subject", "Call Ann", "--remind", "2026-12-02 09:00", "--text", "the trip"});
   }
   ProgramResult Zds(const Args& args) const { return test::RunZds(temp_.dir(), args); }
   std::string Added(const Args& args) {
@@ -75,7 +76,9 @@ class ConventionsTest : public ::testing::Test {
             {"contact show", {{contact_}}},
             {"contact find", {{"JANE@example.org"}}},
             {"contact export", {{}}},
-            {"export ics", {{}, {"--from", "2026-01-01", "--to", "2026-12-31"}}}};
+            {"export ics", {{}, {"--from", "2026-01-01", "--to", "2026-12-31"}}},
+            {"note ls", {{}}},
+            {"note show", {{note_}}}};
   }
   static Args Words(const cli::Command& command, const Args& operands) {
     Args args{std::string(command.noun)};
@@ -85,7 +88,7 @@ class ConventionsTest : public ::testing::Test {
   }
 
   TempRoot temp_;
-  std::string contact_, timer_, entry_;
+  std::string contact_, timer_, entry_, note_;
 };
 
 TEST_F(ConventionsTest, EveryCommandHasHelpOnStandardOutputAndTouchesNothing) {
@@ -291,6 +294,11 @@ TEST_F(ConventionsTest, BadCallsGetOneLineAndChangeNoFile) {
       {{"events", "--bogus"}, 2},
       {{"monitor", "x"}, 2},
       {{"timer", "add", "--subject", "x", "--at"}, 2},
+      {{"note", "add", "--subject", "x", "--remind", "soon"}, 2},
+      {{"note", "add", "--subject", "x", "--position", "1,2"}, 2},
+      {{"note", "add", "--subject", "x", "--action", "beep"}, 2},
+      {{"note", "set", "kov:/Notepad/9999", "--subject", "y"}, 1},
+      {{"note", "rm", "kov:/Notepad/9999"}, 1},
       {{"timer", "add", "--subject", "x", "--at", "2026-02-30"}, 2},
       {{"timer", "add", "--subject", "x", "--at", "soon"}, 2},
       {{"timer", "add", "--subject", "x", "--at", "now", "--cycle", "day", "", ""}, 2},

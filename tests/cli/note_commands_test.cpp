@@ -1,0 +1,72 @@
+// zds note: a note's reminder is a timer the timer commands see, kept in
+// step as the note changes, and a note's text goes with it.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "support/program.h"
+#include "support/temp_root.h"
+
+namespace zds {
+namespace {
+
+class NoteCommandsTest : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_EQ(Zds({"init"}).exit_code, 0); }
+  test::ProgramResult Zds(const std::vector<std::string>& args) const { return test::RunZds(temp_.dir(), args); }
+  // Standard output of a call that must succeed.
+  std::string Out(const std::vector<std::string>& args) const {
+    test::ProgramResult result = Zds(args);
+    EXPECT_EQ(result.exit_code, 0) << args[0] << " " << args[1] << ": " << result.err;
+    return result.out;
+  }
+  std::string Due() const { return Out({"timers", "due", "2031-01-01", "2031-12-31"}); }
+
+  test::TempRoot temp_;
+};
+
+TEST_F(NoteCommandsTest, TheReminderFollowsTheNoteThroughEveryChange) {
+  std::string pos = Out({"note", "add", "--subject", "Dentist", "--remind", "2031-03-04 09:30", "--text", "bring the card"});
+  ASSERT_FALSE(pos.empty());
+  pos.pop_back();
+  EXPECT_EQ(Out({"note", "ls"}), pos + "\t2031-03-04 09:30:00\tDentist\n");
+  EXPECT_NE(Due().find("2031-03-04 09:30:00\tDentist"), std::string::npos) << Due();
+  const std::string shown = Out({"note", "show", pos});
+  EXPECT_NE(shown.find("text: bring the card"), std::string::npos) << shown;
+
+  // Each case of the reminder: moved, dropped, dropped again, given anew.
+  struct Step {
+    std::vector<std::string> options;
+    std::string due;  // the one due line's time, or empty for none
+  };
+  const Step steps[] = {{{"--remind", "2031-05-06 10:00"}, "2031-05-06 10:00:00"},
+                        {{"--no-remind"}, ""},
+                        {{"--subject", "Dentist!"}, ""},
+                        {{"--remind", "2031-07-08 11:00"}, "2031-07-08 11:00:00"}};
+  for (const Step& step : steps) {
+    std::vector<std::string> call{"note", "set", pos};
+    call.insert(call.end(), step.options.begin(), step.options.end());
+    Out(call);
+    const std::string due = Due();
+    SCOPED_TRACE(step.options[0]);
+    if (step.due.empty()) {
+      EXPECT_EQ(due, "");
+    } else {
+      EXPECT_EQ(std::count(due.begin(), due.end(), '\n'), 1) << due;
+      EXPECT_NE(due.find(step.due + "\tDentist"), std::string::npos) << due;
+    }
+  }
+
+  const std::vector<std::string> before = temp_.Files();
+  Out({"note", "rm", pos});
+  EXPECT_EQ(Out({"note", "ls"}), "");
+  EXPECT_EQ(Due(), "");
+  EXPECT_EQ(temp_.Files().size() + 1, before.size()) << "the note's text file goes with it";
+  EXPECT_EQ(Zds({"note", "show", pos}).exit_code, 1);
+}
+
+}  // namespace
+}  // namespace zds
