@@ -38,18 +38,12 @@
 namespace zds::bench {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr int kLastYear = 2025, kLastMonth = 12;
 constexpr int kYears = 20;
 constexpr int kEntries = 50'000;
 constexpr int kRules = 500;
 constexpr const char* kWeekFrom = "2025-12-08";  // Monday to Sunday
 constexpr const char* kWeekTo = "2025-12-14";
-
-double Seconds(Clock::time_point from, Clock::time_point to) {
-  return std::chrono::duration<double>(to - from).count();
-}
 
 std::string Date(int year, int month, int day) {
   char text[40];

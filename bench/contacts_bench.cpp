@@ -35,23 +35,7 @@
 namespace zds::bench {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double Seconds(Clock::time_point from, Clock::time_point to) {
-  return std::chrono::duration<double>(to - from).count();
-}
-
-class Scratch {
- public:
-  static Scratch& Get() {
-    static Scratch scratch;
-    return scratch;
-  }
-  const std::string& path() const { return dir_.path(); }
-
- private:
-  ScratchDir dir_{"zds-contacts-bench"};
-};
+const std::string& ScratchPath() { return ProgramScratch("zds-contacts-bench"); }
 
 // ---- find ----
 
@@ -73,7 +57,7 @@ class Shelf {
  public:
   Shelf(size_t contacts, int books) : contacts_(contacts) {
     RegisterContactClasses(registry_);
-    std::string dir = Scratch::Get().path() + "/" + std::to_string(contacts) + "-" + std::to_string(books);
+    std::string dir = ScratchPath() + "/" + std::to_string(contacts) + "-" + std::to_string(books);
     root_ = std::make_shared<platform::DataRoot>(dir);
     Build(books);
     doc_ = Open();
@@ -240,7 +224,7 @@ print(cards / best)
 )";
 
 double VobjectCardsPerSecond() {
-  const std::string dir = Scratch::Get().path();
+  const std::string dir = ScratchPath();
   std::ofstream(dir + "/cards.vcf", std::ios::binary) << CardFile();
   std::ofstream(dir + "/vobject_rate.py") << kVobjectScript;
   for (const char* python : {"/usr/bin/python3", "python3"}) {
@@ -287,7 +271,7 @@ void BM_ImportCards(benchmark::State& state) {
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  if (zds::bench::Scratch::Get().path().empty()) {
+  if (zds::bench::ScratchPath().empty()) {
     std::fprintf(stderr, "contacts_bench: cannot create a scratch directory\n");
     return 1;
   }

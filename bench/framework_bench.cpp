@@ -52,14 +52,8 @@
 namespace zds::bench {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr size_t kSmall = 1'000;
 constexpr size_t kLarge = 100'000;
-
-double Seconds(Clock::time_point from, Clock::time_point to) {
-  return std::chrono::duration<double>(to - from).count();
-}
 
 enum class Shape { kRecords, kWide };
 

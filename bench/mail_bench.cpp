@@ -40,23 +40,7 @@
 namespace zds::bench {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double Seconds(Clock::time_point from, Clock::time_point to) {
-  return std::chrono::duration<double>(to - from).count();
-}
-
-class Scratch {
- public:
-  static Scratch& Get() {
-    static Scratch scratch;
-    return scratch;
-  }
-  const std::string& path() const { return dir_.path(); }
-
- private:
-  ScratchDir dir_{"zds-mail-bench"};
-};
+const std::string& ScratchPath() { return ProgramScratch("zds-mail-bench"); }
 
 // A message as mail programs leave them: encoded words, a folded recipient
 // list, every other one a multipart with a text part and a base64 PDF.
@@ -86,7 +70,7 @@ std::string Message(int n) {
 
 const std::string& MboxFile() {
   static const std::string path = [] {
-    std::string file = Scratch::Get().path() + "/bench.mbox";
+    std::string file = ScratchPath() + "/bench.mbox";
     std::ofstream out(file, std::ios::binary);
     for (int n = 0; n < 100'000; ++n) out << Message(n);
     return file;
@@ -111,7 +95,7 @@ print(count / (time.perf_counter() - start))
 )";
 
 double PythonMessagesPerSecond() {
-  const std::string dir = Scratch::Get().path();
+  const std::string dir = ScratchPath();
   std::ofstream(dir + "/mbox_rate.py") << kPythonScript;
   for (const char* python : {"python3", "/usr/bin/python3"}) {
     const std::string command =
@@ -126,7 +110,7 @@ double PythonMessagesPerSecond() {
 
 // A mail index in its own data root under the scratch directory.
 struct Folder {
-  explicit Folder(const std::string& name) : dir(Scratch::Get().path() + "/" + name) {
+  explicit Folder(const std::string& name) : dir(ScratchPath() + "/" + name) {
     std::filesystem::remove_all(dir);
     std::filesystem::create_directories(dir);
     Open();
@@ -262,7 +246,7 @@ void BM_MarkReadVsDurableWrite(benchmark::State& state) {
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  if (zds::bench::Scratch::Get().path().empty()) {
+  if (zds::bench::ScratchPath().empty()) {
     std::fprintf(stderr, "mail_bench: cannot create a scratch directory\n");
     return 1;
   }

@@ -39,16 +39,10 @@
 namespace zds::bench {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr int kYears = 20;
 constexpr int kOneShots = 100'000;
 constexpr int kMonths = kYears * 12;
 constexpr int kRepeating = 1'000;
-
-double Seconds(Clock::time_point from, Clock::time_point to) {
-  return std::chrono::duration<double>(to - from).count();
-}
 
 CTime Midnight(const CTime& time, int years_back = 0, int days_back = 0) {
   return CTime::FromLocalFields(time.GetYear() - years_back, time.GetMonth(), time.GetDay() - days_back, 0, 0, 0);

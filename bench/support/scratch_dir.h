@@ -6,6 +6,7 @@
 
 #include <stdlib.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -38,6 +39,19 @@ class ScratchDir {
  private:
   std::string path_;
 };
+
+// The one scratch directory of a benchmark program: made on first use,
+// removed when the program ends. Every call of a program passes its name.
+inline const std::string& ProgramScratch(std::string_view name) {
+  static const ScratchDir dir(name);
+  return dir.path();
+}
+
+using Clock = std::chrono::steady_clock;
+
+inline double Seconds(Clock::time_point from, Clock::time_point to) {
+  return std::chrono::duration<double>(to - from).count();
+}
 
 }  // namespace zds::bench
 
