@@ -31,6 +31,11 @@ bool IsUsableAccountName(std::string_view name) {
   return true;
 }
 
+// The line for a document behind a node that exists but cannot be used.
+void TellUnusable(Call& call, const CCASDVFDLDoc& holder) {
+  call.err() << "zds: " << DescribeProblem(*holder.GetDataRoot(), holder.GetLastLoadProblem()) << " (left untouched)\n";
+}
+
 // The mail box of an account, opened on `facade` (made when missing and
 // `create`); null with its line on the error stream.
 CMBoxController* OpenMailBox(Call& call, CZDS& facade, std::string_view account, bool create) {
@@ -44,7 +49,7 @@ CMBoxController* OpenMailBox(Call& call, CZDS& facade, std::string_view account,
   if (box == nullptr) box = index.GetExpandedDoc<CMBoxController>(*service);
   if (box != nullptr) return box;
   if (index.GetLastLoadStatus() == LoadStatus::kUnusable) {
-    call.err() << "zds: " << DescribeProblem(*facade.GetDataRoot(), index.GetLastLoadProblem()) << " (left untouched)\n";
+    TellUnusable(call, index);
   } else if (index.GetLastLoadStatus() == LoadStatus::kMissing) {
     call.Refuse("the mail box of " + std::string(account) + " has never been written");
   } else {
@@ -71,7 +76,7 @@ CMIDLDoc* OpenFolderIndex(Call& call, CMBoxController& box, std::string_view typ
   if (box.GetLastLoadStatus() == LoadStatus::kMissing && none != nullptr) {
     *none = true;
   } else if (box.GetLastLoadStatus() == LoadStatus::kUnusable) {
-    call.err() << "zds: " << DescribeProblem(*box.GetDataRoot(), box.GetLastLoadProblem()) << " (left untouched)\n";
+    TellUnusable(call, box);
   } else {
     call.Refuse("cannot open the mail index of " + std::string(typed));
   }
@@ -85,16 +90,22 @@ std::string MessagePos(const CMIDLDoc& doc, std::string_view typed) {
   return doc.GetPosPrefix() + '\\' + stored;
 }
 
-// The read commands: the service index and then what they name, read-only.
+// The read commands: the service index and then what they name, read-only:
+// the account's mail box and, with `folder`, the index of the folder named
+// second (null when it was never written: a folder with no messages).
 struct Reading {
   std::unique_ptr<CZDS> facade;
   CMBoxController* box = nullptr;
+  CMIDLDoc* index = nullptr;
 };
-bool ReadMailBox(Call& call, Reading& reading) {
+bool ReadMailBox(Call& call, Reading& reading, bool folder = false) {
   reading.facade = OpenReader(call);
   if (!reading.facade) return false;
   reading.box = OpenMailBox(call, *reading.facade, call.operand(0), false);
-  return reading.box != nullptr;
+  if (reading.box == nullptr || !folder) return reading.box != nullptr;
+  bool none = false;
+  reading.index = OpenFolderIndex(call, *reading.box, call.operand(1), false, &none);
+  return reading.index != nullptr || none;
 }
 
 int AccountAdd(Call& call) {
@@ -151,7 +162,7 @@ int MailFolders(Call& call) {
       messages = doc->GetRecNum("");
       fresh = doc->GetNewRecNum("");
     } else if (box.GetLastLoadStatus() != LoadStatus::kMissing) {
-      call.err() << "zds: " << DescribeProblem(*box.GetDataRoot(), box.GetLastLoadProblem()) << " (left untouched)\n";
+      TellUnusable(call, box);
       return 1;
     }
     listing.Row({ShownMailFolder(box, *folder), std::to_string(messages), std::to_string(fresh)});
@@ -161,22 +172,18 @@ int MailFolders(Call& call) {
 
 int MailList(Call& call) {
   Reading reading;
-  if (!ReadMailBox(call, reading)) return 1;
-  bool none = false;
-  CMIDLDoc* doc = OpenFolderIndex(call, *reading.box, call.operand(1), false, &none);
-  if (doc == nullptr && !none) return 1;
+  if (!ReadMailBox(call, reading, true)) return 1;
   Listing listing = MailListing(call);
-  if (doc != nullptr) AddMailRows(listing, *doc);
+  if (reading.index != nullptr) AddMailRows(listing, *reading.index);
   return listing.Finish();
 }
 
 int MailExport(Call& call) {
   Reading reading;
-  if (!ReadMailBox(call, reading)) return 1;
-  bool none = false;
-  CMIDLDoc* doc = OpenFolderIndex(call, *reading.box, call.operand(1), false, &none);
-  if (doc == nullptr) return none ? 0 : 1;
-  if (!ExportMbox(*doc, call.out())) return call.Refuse("cannot read every message of " + call.operand(1));
+  if (!ReadMailBox(call, reading, true)) return 1;
+  if (reading.index != nullptr && !ExportMbox(*reading.index, call.out())) {
+    return call.Refuse("cannot read every message of " + call.operand(1));
+  }
   return 0;
 }
 
@@ -197,7 +204,14 @@ int MailFind(Call& call) {
 int MailImport(Call& call) {
   const std::string& file = call.operand(2);
   if (!std::ifstream(file, std::ios::binary)) return call.Refuse("cannot read " + file);
+  // A mail box never written is made by the edit, with the standard folders.
   auto check = [&](CZDS& reader) {
+    CAIDLDoc& index = *reader.GetAIDLDoc();
+    const CAIDLService* account = FindMailAccount(index, call.operand(0));
+    if (account != nullptr && index.LoadVFDLDoc<CMBoxController>(*account, false) == nullptr &&
+        index.GetLastLoadStatus() == LoadStatus::kMissing) {
+      return 0;
+    }
     CMBoxController* box = OpenMailBox(call, reader, call.operand(0), false);
     if (box == nullptr) return 1;
     return FindMailFolder(*box, call.operand(1)) ? 0 : call.Refuse("no mail folder " + call.operand(1));
