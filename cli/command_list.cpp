@@ -14,6 +14,7 @@ const CommandTable& Commands() {
     AddCalendarCommands(built);
     AddContactCommands(built);
     AddNoteCommands(built);
+    AddMailCommands(built);
     AddIcsCommands(built);
     return built;
   }();

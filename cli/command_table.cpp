@@ -10,7 +10,9 @@
 #include <thread>
 
 #include "cli/command_text.h"
+#include "zds/framework/messages.h"
 #include "zds/platform/console.h"
+#include "zds/platform/window.h"
 
 namespace zds::cli {
 namespace {
@@ -32,12 +34,13 @@ std::vector<Option> OptionsOf(const Command& command) {
 
 bool IsHelp(std::string_view word) { return word == "--help" || word == "-h"; }
 
-// The words of a call once --root, --help and --version are taken out.
+// The words of a call once --root, --notices, --help and --version are taken out.
 struct Line {
   std::vector<std::string> words;
   std::optional<std::string> root;
   bool help = false;
   bool version = false;
+  bool notices = false;
   std::string problem;
 };
 
@@ -63,6 +66,8 @@ Line ReadGlobalOptions(const std::vector<std::string>& args) {
       line.help = true;
     } else if (word == "--version") {
       line.version = true;
+    } else if (word == "--notices") {
+      line.notices = true;
     } else {
       line.words.push_back(word);
     }
@@ -152,6 +157,39 @@ int RunHelp(const CommandTable& table, const std::vector<std::string>& topic, st
   err << "' (zds help lists them)\n";
   return 2;
 }
+
+// The window --notices registers with the facade: a line for each message
+// relayed to it, "NUMBER<TAB>added|updated|deleted<TAB>POSITION". The
+// position is the one the facade noted when it posted, since the node in
+// wParam may be gone by the time the message arrives.
+class NoticeWindow {
+ public:
+  NoticeWindow(platform::MessageQueue& queue, CZDS& facade) : queue_(queue), facade_(facade) {
+    window_ = queue_.NewWindow([this](const platform::WindowMessage& message) { Note(message); });
+    facade_.SetMessageQueue(&queue_);
+    facade_.RegisterWnd(window_);
+  }
+  // Delivers what was posted so far; the lines it made.
+  std::string Drain() {
+    queue_.Pump();
+    return std::move(lines_);
+  }
+
+ private:
+  void Note(const platform::WindowMessage& message) {
+    const std::string change = message.lparam == kChangeAdded     ? "added"
+                               : message.lparam == kChangeUpdated ? "updated"
+                               : message.lparam == kChangeDeleted ? "deleted"
+                                                                  : std::to_string(message.lparam);
+    lines_ += std::to_string(message.message) + '\t' + change + '\t' +
+              ShownPos(facade_.TakeNoticePos(message.message, message.wparam, message.lparam)) + '\n';
+  }
+
+  platform::MessageQueue& queue_;
+  CZDS& facade_;
+  platform::WindowHandle window_ = nullptr;
+  std::string lines_;
+};
 
 }  // namespace
 
@@ -256,14 +294,20 @@ int RunEdit(Call& call, const StoreWork& edit, const StoreWork& check) {
     call.SetStreams(attempt_out, attempt_err);
     int status;
     {
+      // The queue outlives the facade, which takes its window down at the end.
+      std::unique_ptr<platform::MessageQueue> queue;
+      if (call.notices()) queue = std::make_unique<platform::MessageQueue>();
       CZDS facade;
       facade.SetDataRoot(root);
+      std::optional<NoticeWindow> notices;
+      if (queue) notices.emplace(*queue, facade);
       if (facade.InitZDS()) {
         status = edit(facade);
       } else {
         attempt_err << DescribeStartupFailure(facade) << '\n';
         status = 1;
       }
+      if (notices) attempt_out << notices->Drain();
     }  // the facade's documents are closed (and checkpointed) before the outcome is told
     call.SetStreams(out, err);
     if (status == 0 || root->GetConflictCount() == conflicts || attempt == kEditAttempts) {
@@ -345,6 +389,7 @@ int RunZds(const std::vector<std::string>& args, std::ostream& out, std::ostream
   }
   Call call(*command, RootDir(line), out, err);
   call.set_terminal(&out == &std::cout && platform::StandardOutputIsTerminal());
+  call.set_notices(line.notices);
   std::string problem;
   if (!ReadCommandWords({words.begin() + static_cast<std::ptrdiff_t>(taken), words.end()}, call, problem)) {
     return call.Usage(problem);
@@ -375,7 +420,7 @@ void PrintUsage(const Command& command, std::ostream& out) {
 }
 
 void PrintOverview(const CommandTable& table, std::ostream& out) {
-  out << "usage: zds [--root DIR] COMMAND [ARGS] [--help]\n"
+  out << "usage: zds [--root DIR] [--notices] COMMAND [ARGS] [--help]\n"
          "       zds help [COMMAND], zds --version\n\ncommands:\n";
   for (const Command& command : table.Commands()) {
     std::string name = "  " + command.Name();
@@ -384,7 +429,9 @@ void PrintOverview(const CommandTable& table, std::ostream& out) {
   }
   out << "\nDIR defaults to $ZDS_ROOT, else ./zds-data. A PATH or POSITION takes '/' for '\\'.\n"
          "Lists are tab-separated lines when piped, aligned with a header on a terminal;\n"
-         "--json prints one JSON document. Exit status: 0 done, 1 not found or refused, 2 bad usage.\n";
+         "--json prints one JSON document. Exit status: 0 done, 1 not found or refused, 2 bad usage.\n"
+         "--notices prints, after a change's output, the change notices relayed to a window:\n"
+         "NUMBER, added, updated or deleted, and the position of the node, one per line.\n";
 }
 
 // Completes the command word, then the sub-command, then the options of
@@ -406,7 +453,7 @@ void PrintBashCompletion(const CommandTable& table, std::ostream& out) {
          "      *) words+=(\"${COMP_WORDS[i]}\") ;;\n"
          "    esac\n"
          "  done\n"
-         "  local options='--root --help'\n"
+         "  local options='--root --notices --help'\n"
          "  if ((${#words[@]} == 0)); then\n"
          "    COMPREPLY=($(compgen -W \"";
   for (size_t i = 0; i < nouns.size(); ++i) out << (i ? " " : "") << nouns[i];

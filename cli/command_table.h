@@ -105,6 +105,10 @@ class Call {
   bool terminal() const { return terminal_; }
   void set_terminal(bool terminal) { terminal_ = terminal; }
   bool all() const { return Has("--all"); }
+  // Whether the change notices the facade relays are printed after the
+  // command's output (--notices).
+  bool notices() const { return notices_; }
+  void set_notices(bool notices) { notices_ = notices; }
 
   // "zds: PROBLEM" on the error stream and exit status 2 (a call not
   // understood) or 1 (understood but refused, not found, cannot be done).
@@ -123,6 +127,7 @@ class Call {
   std::ostream* out_;
   std::ostream* err_;
   bool terminal_ = false;
+  bool notices_ = false;
   std::vector<std::string> operands_;
   std::vector<std::pair<std::string, std::vector<std::string>>> options_;
 };

@@ -125,6 +125,7 @@ int Init(Call& call) {
       paths[depth] = paths[depth - 1] + '\\' + it->GetAlias();
       tree.Row({ShownPos(it->GetPos()), std::string(KindName(*it)), ShownPos(paths[depth])});
     }
+    const std::vector<CZDS::StartupDoc> opened = facade.GetStartupDocs();  // before the walk opens more
     // Start-up opens what it needs; a damaged document further in would
     // only show later, so it is named now.
     int status = 0;
@@ -133,6 +134,12 @@ int Init(Call& call) {
       status = 1;
     });
     tree.Finish();
+    // What each start-up step opened, for support (one JSON document holds only the tree).
+    if (!call.json()) {
+      Listing steps(call, {"step", "file"});
+      for (const CZDS::StartupDoc& doc : opened) steps.Row({std::string(doc.step), ShownPos(doc.path)});
+      steps.Finish();
+    }
     return status;
   });
 }

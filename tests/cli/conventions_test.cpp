@@ -51,6 +51,9 @@ class ConventionsTest : public ::testing::Test {
                     "2004-05-01 08:00", "--cycle", "day;multiple=02",
                     "sequence;from=2004-05-01 07:00;to=2004-05-01 08:00", "notstop;from=2004-05-01 00:00"});
     note_ = Added({"note", "add", "--subject", "Call Ann", "--remind", "2026-12-02 09:00", "--text", "the trip"});
+    account_ = Added({"account", "add", "Home", "--kind", "popmail"});
+    test::WriteNative(temp_.top() / "one.mbox", "From a@x Tue Nov 24 12:00:00 2026\nMessage-ID: <1@x>\n\nHi\n\n");
+    Added({"mail", "import", "Home", "Inbox", (temp_.top() / "one.mbox").string()});
   }
   ProgramResult Zds(const Args& args) const { return test::RunZds(temp_.dir(), args); }
   std::string Added(const Args& args) {
@@ -78,7 +81,12 @@ class ConventionsTest : public ::testing::Test {
             {"contact export", {{}}},
             {"export ics", {{}, {"--from", "2026-01-01", "--to", "2026-12-31"}}},
             {"note ls", {{}}},
-            {"note show", {{note_}}}};
+            {"note show", {{note_}}},
+            {"account ls", {{}}},
+            {"mail folders", {{"Home"}, {account_}}},
+            {"mail ls", {{"Home", "Inbox"}, {"home", "Sent%20Items"}}},
+            {"mail export", {{"Home", "Inbox"}, {"Home", "Trash"}}},
+            {"mail find", {{"Home", "--message-id", "<1@x>"}}}};
   }
   static Args Words(const cli::Command& command, const Args& operands) {
     Args args{std::string(command.noun)};
@@ -88,7 +96,7 @@ class ConventionsTest : public ::testing::Test {
   }
 
   TempRoot temp_;
-  std::string contact_, timer_, entry_, note_;
+  std::string contact_, timer_, entry_, note_, account_;
 };
 
 TEST_F(ConventionsTest, EveryCommandHasHelpOnStandardOutputAndTouchesNothing) {
@@ -321,6 +329,18 @@ TEST_F(ConventionsTest, BadCallsGetOneLineAndChangeNoFile) {
       {{"cycle", "describe", "foo", "bar", "baz"}, 2},
       {{"cycle", "range", "1", "day;bogus=1", "sequence", "notstop"}, 2},
       {{"completion", "tcsh"}, 2},
+      {{"account", "add", "Work", "--kind", "imap"}, 2},
+      {{"account", "add", "../Work", "--kind", "popmail"}, 2},
+      {{"account", "add", "HOME", "--kind", "popmail"}, 1},
+      {{"mail", "ls", "Nobody", "Inbox"}, 1},
+      {{"mail", "ls", "Home", "Nowhere"}, 1},
+      {{"mail", "find", "Home"}, 2},
+      {{"mail", "find", "Home", "--uidl", "u", "--message-id", "<1@x>"}, 2},
+      {{"mail", "find", "Home", "--message-id", "<9@x>"}, 1},
+      {{"mail", "import", "Home", "Inbox", (temp_.top() / "none.mbox").string()}, 1},
+      {{"mail", "import", "Home", "Nowhere", (temp_.top() / "one.mbox").string()}, 1},
+      {{"mail", "read", "Home", "Inbox", "0099"}, 1},
+      {{"mail", "read", "Home", "Outbox", "0001"}, 1},
   };
   const auto before = Snapshot(temp_.dir());
   for (const auto& [args, exit_code] : calls) {

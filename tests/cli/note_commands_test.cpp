@@ -68,5 +68,24 @@ TEST_F(NoteCommandsTest, TheReminderFollowsTheNoteThroughEveryChange) {
   EXPECT_EQ(Zds({"note", "show", pos}).exit_code, 1);
 }
 
+// --notices: after the command's own lines, one per notice relayed to the
+// host's window, naming the timer as it stood when the notice was posted.
+TEST_F(NoteCommandsTest, NoticesFollowTheOutputAndNameTheTimerAsItStood) {
+  const std::string added = Out({"--notices", "note", "add", "--subject", "Dentist", "--remind", "2031-03-04 09:30"});
+  const std::string pos = added.substr(0, added.find('\n'));
+  ASSERT_TRUE(pos.starts_with("kov:/Notepad/")) << added;
+  const std::string listed = Out({"timer", "ls"});
+  const std::string timer = listed.substr(0, listed.find('\t'));
+  EXPECT_TRUE(added.ends_with("\n2276\tadded\t" + timer + "\n")) << added;
+  // The timer index's own notices (a new month) carry no position.
+  for (size_t at = pos.size() + 1, end; (end = added.find('\n', at)) != std::string::npos; at = end + 1) {
+    const std::string line = added.substr(at, end - at);
+    EXPECT_TRUE(line == "2276\tadded\t" || line == "2276\tadded\t" + timer) << line;
+  }
+  const std::string moved = Out({"note", "set", pos, "--remind", "2031-04-04 09:30", "--notices"});
+  EXPECT_NE(moved.find("2276\tdeleted\t" + timer + "\n"), std::string::npos) << moved;
+  EXPECT_EQ(Out({"note", "ls", "--notices"}), pos + "\t2031-04-04 09:30:00\tDentist\n") << "a reader relays nothing";
+}
+
 }  // namespace
 }  // namespace zds

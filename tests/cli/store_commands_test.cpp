@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -45,6 +46,12 @@ TEST(ZdsStoreCommandsTest, InitCreatesTheIndexAndPrintsTheTreeLsAndShowReadIt) {
                             kFolders[i - 1]);
   }
   for (const std::string& file : temp.Files()) EXPECT_EQ(file.find(".tmp"), std::string::npos) << file;
+  // After the tree, each document start-up opened: its step and its file, which exists.
+  const std::vector<std::string> opened(std::find(lines.begin(), lines.end(), "monitor\t/Monitor.xml"), lines.end());
+  ASSERT_GE(opened.size(), 10u) << first.out;
+  EXPECT_EQ(opened[1], "service index\t/aidl.xml");
+  EXPECT_EQ(opened.back(), "timer index\t/timer/index.xml");
+  for (const std::string& line : opened) EXPECT_TRUE(test::fs::exists(dir / line.substr(line.find('\t') + 2))) << line;
 
   Result second = test::RunZds(dir, {"init"});
   EXPECT_EQ(second.exit_code, 0);
