@@ -15,6 +15,7 @@ const CommandTable& Commands() {
     AddContactCommands(built);
     AddNoteCommands(built);
     AddIcsCommands(built);
+    AddFeedCommands(built);
     return built;
   }();
   return table;
