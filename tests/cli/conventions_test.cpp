@@ -51,6 +51,11 @@ class ConventionsTest : public ::testing::Test {
                     "2004-05-01 08:00", "--cycle", "day;multiple=02",
                     "sequence;from=2004-05-01 07:00;to=2004-05-01 08:00", "notstop;from=2004-05-01 00:00"});
     note_ = Added({"note", "add", "--subject", "Call Ann", "--remind", "2026-12-02 09:00", "--text", "the trip"});
+    // Feeds come in only where the build reads XML (not the Windows build).
+    test::WriteNative(temp_.top() / "feed.xml",
+                      "<rss version=\"2.0\"><channel><title>Tea</title><item><title>Oolong</title></item></channel></rss>");
+    ProgramResult feed = Zds({"feed", "import", (temp_.top() / "feed.xml").string()});
+    if (feed.exit_code == 0) channel_ = feed.out.substr(0, feed.out.find('\t'));
   }
   ProgramResult Zds(const Args& args) const { return test::RunZds(temp_.dir(), args); }
   std::string Added(const Args& args) {
@@ -78,7 +83,10 @@ class ConventionsTest : public ::testing::Test {
             {"contact export", {{}}},
             {"export ics", {{}, {"--from", "2026-01-01", "--to", "2026-12-31"}}},
             {"note ls", {{}}},
-            {"note show", {{note_}}}};
+            {"note show", {{note_}}},
+            {"feed ls", {{}}},
+            {"feed items", channel_.empty() ? std::vector<Args>{} : std::vector<Args>{{channel_}}},
+            {"feed export-opml", {{}}}};
   }
   static Args Words(const cli::Command& command, const Args& operands) {
     Args args{std::string(command.noun)};
@@ -88,7 +96,7 @@ class ConventionsTest : public ::testing::Test {
   }
 
   TempRoot temp_;
-  std::string contact_, timer_, entry_, note_;
+  std::string contact_, timer_, entry_, note_, channel_;
 };
 
 TEST_F(ConventionsTest, EveryCommandHasHelpOnStandardOutputAndTouchesNothing) {
@@ -299,6 +307,11 @@ TEST_F(ConventionsTest, BadCallsGetOneLineAndChangeNoFile) {
       {{"note", "add", "--subject", "x", "--action", "beep"}, 2},
       {{"note", "set", "kov:/Notepad/9999", "--subject", "y"}, 1},
       {{"note", "rm", "kov:/Notepad/9999"}, 1},
+      {{"feed", "items", "kov:/Velmora/0099"}, 1},
+      {{"feed", "read", "kov:/Velmora/0099/0001/0001"}, 1},
+      {{"feed", "remind", "kov:/Velmora/0099/0001/0001"}, 2},
+      {{"feed", "remind", "kov:/Velmora/0099/0001/0001", "soon"}, 2},
+      {{"feed", "export-opml", "x"}, 2},
       {{"timer", "add", "--subject", "x", "--at", "2026-02-30"}, 2},
       {{"timer", "add", "--subject", "x", "--at", "soon"}, 2},
       {{"timer", "add", "--subject", "x", "--at", "now", "--cycle", "day", "", ""}, 2},
