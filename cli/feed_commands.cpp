@@ -39,6 +39,28 @@ CWSCIndexDoc* IndexOf(Call& call, CZDS& facade, bool create, bool* none = nullpt
   return nullptr;
 }
 
+// The channel index of a read-only facade: false, with a line, when it
+// cannot be read; `index` null when there are no channels yet.
+bool OpenReaderIndex(Call& call, std::unique_ptr<CZDS>& facade, CWSCIndexDoc*& index) {
+  facade = OpenReader(call);
+  if (!facade) return false;
+  bool none = false;
+  index = IndexOf(call, *facade, false, &none);
+  return index != nullptr || none;
+}
+
+// The text of the file an import reads; nothing, with the exit status,
+// when this build reads no XML or the file cannot be read.
+std::optional<std::string> ImportedText(Call& call, int& status) {
+  if (!HaveFeedReader()) {
+    status = call.Usage(call.command().Name() + " needs libexpat, which this build of zds does not have");
+    return std::nullopt;
+  }
+  std::optional<std::string> text = ReadInput(call.operand(0));
+  if (!text) status = call.Refuse("cannot read " + call.operand(0));
+  return text;
+}
+
 // The channel an item position lies in: everything before its last "\".
 std::string ChannelPosOf(std::string_view item_pos) {
   const size_t cut = item_pos.rfind('\\');
@@ -169,10 +191,10 @@ std::string ChannelFor(const CWSCIndexDoc& index, const CWSCIndexExtendRec& chan
 }
 
 int Import(Call& call) {
-  if (!HaveFeedReader()) return call.Usage("feed import needs libexpat, which this build of zds does not have");
+  int status = 0;
+  std::optional<std::string> text = ImportedText(call, status);
+  if (!text) return status;
   const std::string& path = call.operand(0);
-  std::optional<std::string> text = ReadInput(path);
-  if (!text) return call.Refuse("cannot read " + path);
   FeedReading reading = ReadFeed(*text);
   if (!reading.error.empty()) return call.Refuse(path + ": " + reading.error);
   CWSCIndexExtendRec& fields = reading.feed.channel;
@@ -204,11 +226,9 @@ int Import(Call& call) {
 }
 
 int List(Call& call) {
-  std::unique_ptr<CZDS> facade = OpenReader(call);
-  if (!facade) return 1;
-  bool none = false;
-  CWSCIndexDoc* index = IndexOf(call, *facade, false, &none);
-  if (index == nullptr && !none) return 1;
+  std::unique_ptr<CZDS> facade;
+  CWSCIndexDoc* index = nullptr;
+  if (!OpenReaderIndex(call, facade, index)) return 1;
   Listing listing(call, {"position", "title", "items", "new"});
   if (index != nullptr) {
     for (const CWSCIndexRec& channel : index->Recs()) {
@@ -230,11 +250,9 @@ int List(Call& call) {
 std::string_view YesNo(bool flag) { return flag ? "yes" : "no"; }
 
 int Items(Call& call) {
-  std::unique_ptr<CZDS> facade = OpenReader(call);
-  if (!facade) return 1;
-  bool none = false;
-  CWSCIndexDoc* index = IndexOf(call, *facade, false, &none);
-  if (index == nullptr && !none) return 1;
+  std::unique_ptr<CZDS> facade;
+  CWSCIndexDoc* index = nullptr;
+  if (!OpenReaderIndex(call, facade, index)) return 1;
   const std::string pos = StoredPos(call.operand(0));
   if (index == nullptr || index->GetRec(pos) == nullptr) return call.Refuse("no channel at " + call.operand(0));
   CWSChannelDoc* doc = index->GetChannelDoc(pos, false);
@@ -295,11 +313,9 @@ int Remind(Call& call) {
 }
 
 int ExportOpml(Call& call) {
-  std::unique_ptr<CZDS> facade = OpenReader(call);
-  if (!facade) return 1;
-  bool none = false;
-  CWSCIndexDoc* index = IndexOf(call, *facade, false, &none);
-  if (index == nullptr && !none) return 1;
+  std::unique_ptr<CZDS> facade;
+  CWSCIndexDoc* index = nullptr;
+  if (!OpenReaderIndex(call, facade, index)) return 1;
   std::string out = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<opml version=\"2.0\">\n"
                     "  <head>\n    <title>zds subscriptions</title>\n  </head>\n  <body>\n";
   if (index != nullptr) {
@@ -317,10 +333,10 @@ int ExportOpml(Call& call) {
 }
 
 int ImportOpml(Call& call) {
-  if (!HaveFeedReader()) return call.Usage("feed import-opml needs libexpat, which this build of zds does not have");
+  int status = 0;
+  std::optional<std::string> text = ImportedText(call, status);
+  if (!text) return status;
   const std::string& path = call.operand(0);
-  std::optional<std::string> text = ReadInput(path);
-  if (!text) return call.Refuse("cannot read " + path);
   OpmlReading reading = ReadOpml(*text);
   if (!reading.error.empty()) return call.Refuse(path + ": " + reading.error);
   return RunEdit(call, [&](CZDS& facade) {
