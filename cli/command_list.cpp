@@ -16,6 +16,7 @@ const CommandTable& Commands() {
     AddNoteCommands(built);
     AddMailCommands(built);
     AddIcsCommands(built);
+    AddFeedCommands(built);
     return built;
   }();
   return table;

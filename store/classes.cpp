@@ -3,6 +3,7 @@
 #include "zds/calendar/classes.h"
 #include "zds/contacts/classes.h"
 #include "zds/events/classes.h"
+#include "zds/feeds/classes.h"
 #include "zds/framework/classes.h"
 #include "zds/mail/classes.h"
 #include "zds/notes/classes.h"
@@ -22,6 +23,7 @@ void RegisterAllClasses(CRTTIRegistry& registry) {
   RegisterContactClasses(registry);
   RegisterNoteClasses(registry);
   RegisterMailClasses(registry);
+  RegisterFeedClasses(registry);
 }
 
 }  // namespace zds

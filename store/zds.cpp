@@ -4,6 +4,7 @@
 
 #include "zds/calendar/schedule_doc.h"
 #include "zds/contacts/mail_address.h"
+#include "zds/feeds/classes.h"
 #include "zds/feeds/extend_types.h"
 #include "zds/mail/extend_types.h"
 #include "zds/resources/recurrence_strings.h"
@@ -54,7 +55,10 @@ constexpr SystemFolderSetup kSystemFolders[] = {
 
 CZDS* CZDS::m_pthis = nullptr;
 
-CZDS::CZDS() { RegisterAllClasses(registry_); }
+CZDS::CZDS() {
+  RegisterAllClasses(registry_);
+  SetFeedKindHooks(*this);
+}
 
 CZDS::~CZDS() {
   timer_index_.reset();

@@ -54,6 +54,11 @@ class ConventionsTest : public ::testing::Test {
     account_ = Added({"account", "add", "Home", "--kind", "popmail"});
     test::WriteNative(temp_.top() / "one.mbox", "From a@x Tue Nov 24 12:00:00 2026\nMessage-ID: <1@x>\n\nHi\n\n");
     Added({"mail", "import", "Home", "Inbox", (temp_.top() / "one.mbox").string()});
+    // Feeds come in only where the build reads XML (not the Windows build).
+    test::WriteNative(temp_.top() / "feed.xml",
+                      "<rss version=\"2.0\"><channel><title>Tea</title><item><title>Oolong</title></item></channel></rss>");
+    ProgramResult feed = Zds({"feed", "import", (temp_.top() / "feed.xml").string()});
+    if (feed.exit_code == 0) channel_ = feed.out.substr(0, feed.out.find('\t'));
   }
   ProgramResult Zds(const Args& args) const { return test::RunZds(temp_.dir(), args); }
   std::string Added(const Args& args) {
@@ -86,7 +91,10 @@ class ConventionsTest : public ::testing::Test {
             {"mail folders", {{"Home"}, {account_}}},
             {"mail ls", {{"Home", "Inbox"}, {"home", "Sent%20Items"}}},
             {"mail export", {{"Home", "Inbox"}, {"Home", "Trash"}}},
-            {"mail find", {{"Home", "--message-id", "<1@x>"}}}};
+            {"mail find", {{"Home", "--message-id", "<1@x>"}}},
+            {"feed ls", {{}}},
+            {"feed items", channel_.empty() ? std::vector<Args>{} : std::vector<Args>{{channel_}}},
+            {"feed export-opml", {{}}}};
   }
   static Args Words(const cli::Command& command, const Args& operands) {
     Args args{std::string(command.noun)};
@@ -96,7 +104,7 @@ class ConventionsTest : public ::testing::Test {
   }
 
   TempRoot temp_;
-  std::string contact_, timer_, entry_, note_, account_;
+  std::string contact_, timer_, entry_, note_, account_, channel_;
 };
 
 TEST_F(ConventionsTest, EveryCommandHasHelpOnStandardOutputAndTouchesNothing) {
@@ -307,6 +315,11 @@ TEST_F(ConventionsTest, BadCallsGetOneLineAndChangeNoFile) {
       {{"note", "add", "--subject", "x", "--action", "beep"}, 2},
       {{"note", "set", "kov:/Notepad/9999", "--subject", "y"}, 1},
       {{"note", "rm", "kov:/Notepad/9999"}, 1},
+      {{"feed", "items", "kov:/Velmora/0099"}, 1},
+      {{"feed", "read", "kov:/Velmora/0099/0001/0001"}, 1},
+      {{"feed", "remind", "kov:/Velmora/0099/0001/0001"}, 2},
+      {{"feed", "remind", "kov:/Velmora/0099/0001/0001", "soon"}, 2},
+      {{"feed", "export-opml", "x"}, 2},
       {{"timer", "add", "--subject", "x", "--at", "2026-02-30"}, 2},
       {{"timer", "add", "--subject", "x", "--at", "soon"}, 2},
       {{"timer", "add", "--subject", "x", "--at", "now", "--cycle", "day", "", ""}, 2},
