@@ -191,6 +191,7 @@ std::string CFavDoc::AddLink(std::string_view parent_pos, std::string_view title
   item.url = url;
   const std::string pos = NewLinkRec(parent_pos, item, flag);
   if (pos.empty()) return {};
+  GetDataRoot()->CreateDirectories(GetBasePath());  // a failure shows in the write
   // The record first: only the writer whose record took the id writes its
   // shortcut, so a writer beside this one never has its file replaced.
   if (GetDataRoot()->WriteFileAtomic(GetActualFilePos(pos), ShortcutText(url))) return pos;
@@ -246,6 +247,7 @@ bool CFavDoc::ImportBookmarks(std::string_view folder_pos, const std::vector<Boo
   const bool auto_save = GetAutoSaveFlag();
   SetAutoSaveFlag(false);
   keep_times_ = true;
+  root->CreateDirectories(GetBasePath());  // a failure shows in the writes
   std::vector<std::string> parents{std::string(folder_pos)};  // the folder each depth goes into
   std::vector<std::string> written;
   for (const BookmarkItem& item : items) {
