@@ -51,6 +51,8 @@ class ConventionsTest : public ::testing::Test {
                     "2004-05-01 08:00", "--cycle", "day;multiple=02",
                     "sequence;from=2004-05-01 07:00;to=2004-05-01 08:00", "notstop;from=2004-05-01 00:00"});
     note_ = Added({"note", "add", "--subject", "Call Ann", "--remind", "2026-12-02 09:00", "--text", "the trip"});
+    Added({"fav", "mkdir", "Work"});
+    Added({"fav", "add", "https://example.org/", "--title", "Example", "--folder", "Work"});
   }
   ProgramResult Zds(const Args& args) const { return test::RunZds(temp_.dir(), args); }
   std::string Added(const Args& args) {
@@ -78,7 +80,9 @@ class ConventionsTest : public ::testing::Test {
             {"contact export", {{}}},
             {"export ics", {{}, {"--from", "2026-01-01", "--to", "2026-12-31"}}},
             {"note ls", {{}}},
-            {"note show", {{note_}}}};
+            {"note show", {{note_}}},
+            {"fav ls", {{}, {"Work"}}},
+            {"fav export", {{}}}};
   }
   static Args Words(const cli::Command& command, const Args& operands) {
     Args args{std::string(command.noun)};
@@ -320,6 +324,14 @@ TEST_F(ConventionsTest, BadCallsGetOneLineAndChangeNoFile) {
       {{"contact", "import", (temp_.top() / "none.vcf").string()}, 1},
       {{"cycle", "describe", "foo", "bar", "baz"}, 2},
       {{"cycle", "range", "1", "day;bogus=1", "sequence", "notstop"}, 2},
+      {{"fav", "add", "http://x/"}, 2},
+      {{"fav", "add", "http://x/", "--title", "x", "--folder", "Nowhere"}, 1},
+      {{"fav", "mkdir", "Work"}, 1},
+      {{"fav", "mkdir", "/"}, 2},
+      {{"fav", "ls", "Nowhere"}, 1},
+      {{"fav", "rm", "kov:/Velmora/0007/0099"}, 1},
+      {{"fav", "rm", "kov:/Velmora/0007/0000"}, 1},
+      {{"fav", "import", (temp_.top() / "none.html").string()}, 1},
       {{"completion", "tcsh"}, 2},
   };
   const auto before = Snapshot(temp_.dir());
