@@ -11,6 +11,7 @@ namespace zds {
 namespace {
 
 constexpr std::string_view kShortcutExtension = ".url";
+constexpr int kShortcutsPerDirectory = 256;
 constexpr std::string_view kShortcutHead = "[InternetShortcut]\r\nURL=";
 
 // The file's path without its extension; the path itself when its last
@@ -84,14 +85,18 @@ bool CFavDoc::UpdateFolder(std::string_view pos, const CVFDLFolder& folder, bool
 
 std::string CFavDoc::GetActualFilePos(std::string_view pos) const {
   const CFavRec* rec = GetRec(pos);
-  if (rec == nullptr || rec->GetSrc().empty() || !platform::IsSafeStoredPath(rec->GetSrc())) return {};
-  return platform::JoinStoredPath(GetBasePath(), rec->GetSrc());
+  return rec ? FileOf(*rec) : std::string();
+}
+
+std::string CFavDoc::FileOf(const CFavRec& rec) const {
+  if (rec.GetSrc().empty() || !platform::IsSafeStoredPath(rec.GetSrc())) return {};
+  return platform::JoinStoredPath(GetBasePath(), rec.GetSrc());
 }
 
 int CFavDoc::DelLinkFile(const CVFDLNode& node) {
   const CFavRec* rec = AsRec(&node);
   if (rec == nullptr || !rec->GetExtendRec().ownership || GetDataRoot() == nullptr) return 1;
-  const std::string file = GetActualFilePos(rec->GetPos());
+  const std::string file = FileOf(*rec);
   if (file.empty()) return 1;
   RemoveOwnedFiles(file);
   return 1;
@@ -120,7 +125,7 @@ bool CFavDoc::DelFolderOnDoc(std::string_view pos) {
   if (folder == nullptr || folder == GetRoot()) return DelFolder(pos);  // the status says why
   std::vector<std::string> files;
   for (const CFavRec& rec : Recs(*folder)) {
-    std::string file = rec.GetExtendRec().ownership ? GetActualFilePos(rec.GetPos()) : std::string();
+    std::string file = rec.GetExtendRec().ownership ? FileOf(rec) : std::string();
     if (!file.empty()) files.push_back(std::move(file));
   }
   if (!DelFolder(pos)) return false;
@@ -172,8 +177,11 @@ std::string CFavDoc::NewLinkRec(std::string_view parent_pos, const BookmarkItem&
   rec.SetAlias(item.title.empty() ? item.url : item.title);
   rec.SetAttribute(kAttrNormal);
   rec.ComposeContent(kFavNormalContent, "", "universal");
-  // The id the record is about to get names its shortcut.
-  rec.SetSrc("\\" + GetLocalID(GetNewID()) + std::string(kShortcutExtension));
+  // The id the record is about to get names its shortcut, in groups of 256
+  // by id: a directory of every link would make each new name's case-blind
+  // check list thousands of entries.
+  const int id = GetNewID();
+  rec.SetSrc("\\" + GetLocalID(id / kShortcutsPerDirectory) + "\\" + GetLocalID(id) + std::string(kShortcutExtension));
   rec.GetExtendRec().ownership = true;
   if (keep_times_) {
     CFavExtendRec& fields = rec.GetExtendRec();
@@ -191,20 +199,25 @@ std::string CFavDoc::AddLink(std::string_view parent_pos, std::string_view title
   item.url = url;
   const std::string pos = NewLinkRec(parent_pos, item, flag);
   if (pos.empty()) return {};
-  GetDataRoot()->CreateDirectories(GetBasePath());  // a failure shows in the write
   // The record first: only the writer whose record took the id writes its
   // shortcut, so a writer beside this one never has its file replaced.
-  if (GetDataRoot()->WriteFileAtomic(GetActualFilePos(pos), ShortcutText(url))) return pos;
+  const std::string file = GetActualFilePos(pos);
+  GetDataRoot()->CreateDirectories(platform::StoredDirectoryOf(file));  // a failure shows in the write
+  if (GetDataRoot()->WriteFileAtomic(file, ShortcutText(url))) return pos;
   static_cast<void>(DelRec(pos));
   return {};
 }
 
 std::string CFavDoc::GetLinkURL(std::string_view pos) const {
   const CFavRec* rec = GetRec(pos);
-  if (rec == nullptr || rec->GetContentType() != kFavNormalContent || GetDataRoot() == nullptr) return {};
-  const std::string file = GetActualFilePos(pos);
+  return rec ? LinkURLOf(*rec) : std::string();
+}
+
+std::string CFavDoc::LinkURLOf(const CFavRec& rec) const {
+  const std::string file = FileOf(rec);
+  if (rec.GetContentType() != kFavNormalContent || GetDataRoot() == nullptr || file.empty()) return {};
   std::string text;
-  if (file.empty() || GetDataRoot()->ReadWholeFile(file, text) != platform::ReadStatus::kRead) return {};
+  if (GetDataRoot()->ReadWholeFile(file, text) != platform::ReadStatus::kRead) return {};
   for (size_t line = 0; line < text.size();) {
     const size_t end = std::min(text.find_first_of("\r\n", line), text.size());
     if (text.compare(line, 4, "URL=") == 0) return text.substr(line + 4, end - line - 4);
@@ -226,7 +239,7 @@ std::vector<BookmarkItem> CFavDoc::ExportBookmarks(std::string_view folder_pos) 
       item.add_date = Seconds(folder->GetExtendFolder().createtime);
       item.last_modified = Seconds(folder->GetExtendFolder().updatetime);
     } else if (const CFavRec* rec = AsRec(&*it)) {
-      item.url = GetLinkURL(rec->GetPos());
+      item.url = LinkURLOf(*rec);
       if (item.url.empty()) continue;
       item.add_date = Seconds(rec->GetExtendRec().createtime);
       item.last_modified = Seconds(rec->GetExtendRec().updatetime);
@@ -247,9 +260,9 @@ bool CFavDoc::ImportBookmarks(std::string_view folder_pos, const std::vector<Boo
   const bool auto_save = GetAutoSaveFlag();
   SetAutoSaveFlag(false);
   keep_times_ = true;
-  root->CreateDirectories(GetBasePath());  // a failure shows in the writes
   std::vector<std::string> parents{std::string(folder_pos)};  // the folder each depth goes into
   std::vector<std::string> written;
+  std::string directory;  // of the last shortcut written
   for (const BookmarkItem& item : items) {
     parents.resize(static_cast<size_t>(std::clamp(item.depth, 0, static_cast<int>(parents.size()) - 1)) + 1);
     if (item.folder) {
@@ -267,12 +280,17 @@ bool CFavDoc::ImportBookmarks(std::string_view folder_pos, const std::vector<Boo
       continue;
     }
     const std::string pos = NewLinkRec(parents.back(), item, false);
-    if (pos.empty() || !root->WriteFileAtomicUnflushed(GetActualFilePos(pos), ShortcutText(item.url))) {
+    std::string file = pos.empty() ? std::string() : GetActualFilePos(pos);
+    if (!file.empty() && platform::StoredDirectoryOf(file) != directory) {
+      directory = platform::StoredDirectoryOf(file);
+      root->CreateDirectories(directory);  // a failure shows in the write
+    }
+    if (pos.empty() || !root->WriteFileAtomicUnflushed(file, ShortcutText(item.url))) {
       if (!pos.empty()) static_cast<void>(DelRec(pos));
       ++counts.refused;
       continue;
     }
-    written.push_back(GetActualFilePos(pos));
+    written.push_back(std::move(file));
     ++counts.links;
   }
   keep_times_ = false;

@@ -107,7 +107,7 @@ class CFavDoc : public CVFDLFamily<CFavDoc, CCASDVFDLDoc, CFavRec, CFavFolder> {
   [[nodiscard]] bool DelRecOnDoc(std::string_view pos);
   // Deletes the folder and then the files of the records below it that
   // own theirs; no other file, whatever a node below names.
-  [[nodiscard]] bool DelFolderOnDoc(std::string_view pos);
+  [[nodiscard]] bool DelFolderOnDoc(std::string_view pos) override;
 
   // Opens the document related to the record at `pos`: the one at `path`
   // (relative to this document's directory), or when `path` is empty the
@@ -126,7 +126,7 @@ class CFavDoc : public CVFDLFamily<CFavDoc, CCASDVFDLDoc, CFavRec, CFavFolder> {
                                         bool flag);
 
   // Links: a "Normal" record owning an Internet shortcut file
-  // ("\<id>.url") that holds the address. AddLink returns the record's
+  // ("\0000\0042.url": by id, 256 to a directory) that holds the address. AddLink returns the record's
   // position, empty on failure (then nothing stays behind).
   [[nodiscard]] std::string AddLink(std::string_view parent_pos, std::string_view title, std::string_view url,
                                     bool flag);
@@ -150,6 +150,8 @@ class CFavDoc : public CVFDLFamily<CFavDoc, CCASDVFDLDoc, CFavRec, CFavFolder> {
   std::string Now() const { return clock_().Format(kTimeFormatMinutes); }
   // A record's file and its companion, as DelLinkFile deletes them.
   void RemoveOwnedFiles(std::string_view file) const;
+  std::string FileOf(const CFavRec& rec) const;  // GetActualFilePos's answer
+  std::string LinkURLOf(const CFavRec& rec) const;
   std::string NewLinkRec(std::string_view parent_pos, const BookmarkItem& item, bool flag);
 
   Clock clock_ = &CTime::GetCurrentTime;

@@ -101,6 +101,7 @@ std::string KindOf(const CVFDLNode& node) {
 
 int Add(Call& call) {
   const std::string url = call.operand(0);
+  if (url.empty()) return call.Usage("a link needs an address");
   const std::string title = call.Value("--title").value_or("");
   return WithFavorites(
       call,

@@ -173,25 +173,6 @@ TEST(FavDocTest, ChangeLinkFilePathMovesOwnedFilesAndChecksTheOldPath) {
   EXPECT_TRUE(store.temp.Exists("favorites/theirs.htm")) << "a file not owned stays where it is";
 }
 
-TEST(FavDocTest, LinksKeepTheirAddressInAShortcutTheyOwn) {
-  TempRoot temp;
-  CFavDoc doc;
-  doc.SetDataRoot(temp.root());
-  doc.SetAutoSaveFlag(true);
-  ASSERT_EQ(OpenVFDLDoc(doc, "\\favorites\\index.xml", "\\favorites"), OpenResult::kCreated);
-  const std::string pos = doc.AddLink(kTop, "Example", "http://example.com/?a=1&b=2", false);
-  ASSERT_EQ(pos, At("0001"));
-  EXPECT_EQ(temp.Read("favorites/0001.url"), "[InternetShortcut]\r\nURL=http://example.com/?a=1&b=2\r\n");
-  EXPECT_EQ(doc.GetLinkURL(pos), "http://example.com/?a=1&b=2");
-  EXPECT_EQ(doc.GetNodeByPos(pos)->GetExtendType(), kFavNormalType);
-  EXPECT_NE(temp.Read("favorites/index.xml").find("src=\"\\0001.url\" num=\"0\" size=\"0\" ownership=\"yes\""),
-            std::string::npos);
-  ASSERT_TRUE(doc.DelRecOnDoc(pos));
-  EXPECT_FALSE(temp.Exists("favorites/0001.url"));
-  EXPECT_EQ(doc.AddLink(At("0099"), "x", "http://x/", false), "") << "no such folder";
-  EXPECT_EQ(temp.Files().size(), 1u) << "nothing left behind";
-}
-
 TEST(FavNotepadTest, PagesAreThreeLinesAndTimesAreStamped) {
   CFavNotepad pad;
   pad.SetClock(&FixedNow);

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -21,30 +22,17 @@ class FavCommandsTest : public ::testing::Test {
     EXPECT_EQ(result.exit_code, 0) << args[0] << " " << args[1] << ": " << result.err;
     return result.out;
   }
-  // A folder's lines without their times: position, kind, title, url.
+  // A folder's lines without their times: the position's id, kind, title, url.
   std::string Listed(const std::string& path) const {
+    std::istringstream lines(Out({"fav", "ls", path}));
     std::string out;
-    for (const std::string& line : Lines(Out({"fav", "ls", path}))) {
-      std::vector<std::string> fields;
-      for (size_t start = 0;;) {
-        const size_t tab = line.find('\t', start);
-        fields.push_back(line.substr(start, tab - start));
-        if (tab == std::string::npos) break;
-        start = tab + 1;
-      }
-      out += fields.at(0).substr(fields[0].rfind('/') + 1) + " " + fields.at(1) + " " + fields.at(4) + " " +
-             fields.at(5) + "\n";
+    for (std::string pos, kind, created, updated, title, url; std::getline(lines, pos, '\t');) {
+      std::getline(std::getline(std::getline(std::getline(std::getline(lines, kind, '\t'), created, '\t'), updated, '\t'),
+                                title, '\t'),
+                   url);
+      out += pos.substr(pos.rfind('/') + 1) + " " + kind + " " + title + " " + url + "\n";
     }
     return out;
-  }
-  static std::vector<std::string> Lines(const std::string& text) {
-    std::vector<std::string> lines;
-    for (size_t start = 0; start < text.size();) {
-      const size_t end = text.find('\n', start);
-      lines.push_back(text.substr(start, end - start));
-      start = end + 1;
-    }
-    return lines;
   }
 
   test::TempRoot temp_;
@@ -56,7 +44,7 @@ TEST_F(FavCommandsTest, LinksAndFoldersGoOutAsABookmarkFileAndComeBackIntoAnothe
             "kov:/Velmora/0007/0003\n");
   Out({"fav", "add", "http://n.example/", "--title", "N\xC3\xA9ws", "--folder", "Work/News"});
   EXPECT_EQ(Listed("Work"), "0002 folder News \n0003 link A & \"B\" http://a.example/?x=1&y=2\n");
-  EXPECT_EQ(temp_.Read("Favorites/0003.url"), "[InternetShortcut]\r\nURL=http://a.example/?x=1&y=2\r\n");
+  EXPECT_EQ(temp_.Read("Favorites/0000/0003.url"), "[InternetShortcut]\r\nURL=http://a.example/?x=1&y=2\r\n");
 
   const std::string html = Out({"fav", "export"});
   test::WriteNative(temp_.top() / "marks.html", html);
@@ -71,7 +59,7 @@ TEST_F(FavCommandsTest, LinksAndFoldersGoOutAsABookmarkFileAndComeBackIntoAnothe
   Out({"fav", "rm", "kov:/Velmora/0007/0001"});
   EXPECT_EQ(Listed(""), "0005 folder Copy \n");
   EXPECT_EQ(temp_.Files().size(), files - 2);
-  EXPECT_FALSE(temp_.Exists("Favorites/0003.url"));
+  EXPECT_FALSE(temp_.Exists("Favorites/0000/0003.url"));
   EXPECT_TRUE(test::RefusedWithOneLine(Zds({"fav", "ls", "Work"}), 1));
 }
 
