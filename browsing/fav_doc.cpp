@@ -159,6 +159,7 @@ bool CFavDoc::ChangeLinkFilePath(std::string_view pos, std::string_view old_path
     const std::string from = platform::JoinStoredPath(GetBasePath(), old_path);
     const std::string to = platform::JoinStoredPath(GetBasePath(), new_path);
     if (root->FileExists(from)) {
+      root->CreateDirectories(platform::StoredDirectoryOf(to));  // a failure shows in the move
       if (!root->RenameFile(from, to)) return false;
       renamed.emplace_back(from, to);
     }
