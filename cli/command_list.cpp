@@ -17,6 +17,7 @@ const CommandTable& Commands() {
     AddMailCommands(built);
     AddIcsCommands(built);
     AddFeedCommands(built);
+    AddFavCommands(built);
     return built;
   }();
   return table;

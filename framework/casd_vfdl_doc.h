@@ -124,8 +124,9 @@ class CCASDVFDLDoc : public CVFDLDoc {
   CCASDVFDLDoc* GetParentCASDDoc() const;
 
   // Deleting a folder closes the documents behind it and below it;
-  // DelFolderOnDoc also deletes their files.
-  [[nodiscard]] bool DelFolderOnDoc(std::string_view pos);
+  // DelFolderOnDoc also deletes their files (a kind that owns only some of
+  // the files its nodes name says which).
+  [[nodiscard]] virtual bool DelFolderOnDoc(std::string_view pos);
 
  protected:
   void OnNodeRemoving(CVFDLNode& node) override;

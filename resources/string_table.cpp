@@ -7,6 +7,7 @@
 #include "zds/resources/calendar_strings.h"
 #include "zds/resources/contacts_strings.h"
 #include "zds/resources/events_strings.h"
+#include "zds/resources/favorites_strings.h"
 #include "zds/resources/feeds_strings.h"
 #include "zds/resources/framework_strings.h"
 #include "zds/resources/mail_strings.h"
@@ -32,7 +33,7 @@ constexpr auto JoinSorted(const ResourceString (&... parts)[N]) {
 constexpr auto kTable = JoinSorted(res::kFrameworkStrings, res::kStoreStrings, res::kEventsStrings,
                                    res::kRecurrenceStrings, res::kTimersStrings, res::kCalendarStrings,
                                    res::kContactsStrings, res::kNotesStrings,
-                                   res::kMailStrings, res::kFeedsStrings);
+                                   res::kMailStrings, res::kFeedsStrings, res::kFavoritesStrings);
 
 constexpr bool IdsAreUnique() {
   for (size_t i = 1; i < kTable.size(); ++i) {

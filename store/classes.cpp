@@ -1,5 +1,6 @@
 #include "zds/store/classes.h"
 
+#include "zds/browsing/classes.h"
 #include "zds/calendar/classes.h"
 #include "zds/contacts/classes.h"
 #include "zds/events/classes.h"
@@ -24,6 +25,7 @@ void RegisterAllClasses(CRTTIRegistry& registry) {
   RegisterNoteClasses(registry);
   RegisterMailClasses(registry);
   RegisterFeedClasses(registry);
+  RegisterFavoritesClasses(registry);
 }
 
 }  // namespace zds

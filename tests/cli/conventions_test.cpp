@@ -59,6 +59,8 @@ class ConventionsTest : public ::testing::Test {
                       "<rss version=\"2.0\"><channel><title>Tea</title><item><title>Oolong</title></item></channel></rss>");
     ProgramResult feed = Zds({"feed", "import", (temp_.top() / "feed.xml").string()});
     if (feed.exit_code == 0) channel_ = feed.out.substr(0, feed.out.find('\t'));
+    Added({"fav", "mkdir", "Work"});
+    Added({"fav", "add", "https://example.org/", "--title", "Example", "--folder", "Work"});
   }
   ProgramResult Zds(const Args& args) const { return test::RunZds(temp_.dir(), args); }
   std::string Added(const Args& args) {
@@ -94,7 +96,9 @@ class ConventionsTest : public ::testing::Test {
             {"mail find", {{"Home", "--message-id", "<1@x>"}}},
             {"feed ls", {{}}},
             {"feed items", channel_.empty() ? std::vector<Args>{} : std::vector<Args>{{channel_}}},
-            {"feed export-opml", {{}}}};
+            {"feed export-opml", {{}}},
+            {"fav ls", {{}, {"Work"}}},
+            {"fav export", {{}}}};
   }
   static Args Words(const cli::Command& command, const Args& operands) {
     Args args{std::string(command.noun)};
@@ -341,6 +345,14 @@ TEST_F(ConventionsTest, BadCallsGetOneLineAndChangeNoFile) {
       {{"contact", "import", (temp_.top() / "none.vcf").string()}, 1},
       {{"cycle", "describe", "foo", "bar", "baz"}, 2},
       {{"cycle", "range", "1", "day;bogus=1", "sequence", "notstop"}, 2},
+      {{"fav", "add", "http://x/"}, 2},
+      {{"fav", "add", "http://x/", "--title", "x", "--folder", "Nowhere"}, 1},
+      {{"fav", "mkdir", "Work"}, 1},
+      {{"fav", "mkdir", "/"}, 2},
+      {{"fav", "ls", "Nowhere"}, 1},
+      {{"fav", "rm", "kov:/Velmora/0007/0099"}, 1},
+      {{"fav", "rm", "kov:/Velmora/0007/0000"}, 1},
+      {{"fav", "import", (temp_.top() / "none.html").string()}, 1},
       {{"completion", "tcsh"}, 2},
       {{"account", "add", "Work", "--kind", "imap"}, 2},
       {{"account", "add", "../Work", "--kind", "popmail"}, 2},

@@ -58,6 +58,7 @@ TEST(StartupOrderTest, AFreshRootGetsEveryDocumentOfTheLayoutFromItsTemplate) {
               (std::vector<Opened>{
                   {"monitor", "\\Monitor.xml", OpenResult::kCreated, Base::kDataRoot},
                   {"service index", "\\aidl.xml", expected, Base::kDataRoot},
+                  {"system folders", "\\favorites\\index.xml", expected, Base::kOwnDirectory},
                   {"system folders", "\\addressbook\\index.xml", expected, Base::kOwnDirectory},
                   {"system folders", "\\calendar\\index.xml", expected, Base::kOwnDirectory},
                   {"event queue", "\\XEvent.xml", expected, loaded_or_empty},
@@ -87,7 +88,8 @@ TEST(StartupOrderTest, AFreshRootGetsEveryDocumentOfTheLayoutFromItsTemplate) {
     // The favorites and history documents open with their subsystems; their
     // directories are there before them.
     EXPECT_EQ(temp.Files(), (std::vector<std::string>{
-                                "root/AMyCal.xml", "root/Monitor.xml", "root/XEvent.xml", "root/addressbook/index.xml",
+                                "root/AMyCal.xml", "root/Favorites/index.xml", "root/Monitor.xml", "root/XEvent.xml",
+                                "root/addressbook/index.xml",
                                 "root/aidl.xml", "root/anote.xml", "root/apl.xml", "root/autorun.xml",
                                 "root/calendar/index.xml", "root/editor/template/index.xml", month,
                                 "root/timer/index.xml"}));
