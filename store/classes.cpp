@@ -1,5 +1,6 @@
 #include "zds/store/classes.h"
 
+#include "zds/browsing/history_classes.h"
 #include "zds/calendar/classes.h"
 #include "zds/contacts/classes.h"
 #include "zds/events/classes.h"
@@ -22,6 +23,7 @@ void RegisterAllClasses(CRTTIRegistry& registry) {
   RegisterContactClasses(registry);
   RegisterNoteClasses(registry);
   RegisterMailClasses(registry);
+  RegisterHistoryClasses(registry);
 }
 
 }  // namespace zds
