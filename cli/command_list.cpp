@@ -15,6 +15,7 @@ const CommandTable& Commands() {
     AddContactCommands(built);
     AddNoteCommands(built);
     AddIcsCommands(built);
+    AddHistoryCommands(built);
     return built;
   }();
   return table;

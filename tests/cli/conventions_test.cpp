@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "cli/command_table.h"
+#include "cli/history_testing.h"
 #include "support/program.h"
 #include "support/temp_root.h"
 
@@ -51,6 +52,10 @@ class ConventionsTest : public ::testing::Test {
                     "2004-05-01 08:00", "--cycle", "day;multiple=02",
                     "sequence;from=2004-05-01 07:00;to=2004-05-01 08:00", "notstop;from=2004-05-01 00:00"});
     note_ = Added({"note", "add", "--subject", "Call Ann", "--remind", "2026-12-02 09:00", "--text", "the trip"});
+    Added({"chat", "log", "--provider", "IRCnet", "--channel", "#zds", "--type", "opened", "--start", "2026-11-25 10:00",
+           "--end", "2026-11-25 11:00"});
+    ASSERT_TRUE(test::AddMailAccount(temp_.dir(), "Home", "Ann <ann@example.org>"));
+    archive_ = Added({"history", "archive", "Home"});
   }
   ProgramResult Zds(const Args& args) const { return test::RunZds(temp_.dir(), args); }
   std::string Added(const Args& args) {
@@ -78,7 +83,10 @@ class ConventionsTest : public ::testing::Test {
             {"contact export", {{}}},
             {"export ics", {{}, {"--from", "2026-01-01", "--to", "2026-12-31"}}},
             {"note ls", {{}}},
-            {"note show", {{note_}}}};
+            {"note show", {{note_}}},
+            {"chat ls", {{}, {"IRCnet"}}},
+            {"history ls", {{}}},
+            {"history mail", {{archive_, "Inbox"}, {"Home", "Trash"}}}};
   }
   static Args Words(const cli::Command& command, const Args& operands) {
     Args args{std::string(command.noun)};
@@ -88,7 +96,7 @@ class ConventionsTest : public ::testing::Test {
   }
 
   TempRoot temp_;
-  std::string contact_, timer_, entry_, note_;
+  std::string contact_, timer_, entry_, note_, archive_;
 };
 
 TEST_F(ConventionsTest, EveryCommandHasHelpOnStandardOutputAndTouchesNothing) {
@@ -321,6 +329,11 @@ TEST_F(ConventionsTest, BadCallsGetOneLineAndChangeNoFile) {
       {{"cycle", "describe", "foo", "bar", "baz"}, 2},
       {{"cycle", "range", "1", "day;bogus=1", "sequence", "notstop"}, 2},
       {{"completion", "tcsh"}, 2},
+      {{"chat", "log", "--provider", "x", "--channel", "y", "--type", "secret", "--start", "now", "--end", "now"}, 2},
+      {{"chat", "ls", "a", "b"}, 2},
+      {{"history", "archive", "Nobody"}, 1},
+      {{"history", "mail", "Home", "Nowhere"}, 1},
+      {{"history", "mail", "kov:/Velmora/0099/0001", "Inbox"}, 1},
   };
   const auto before = Snapshot(temp_.dir());
   for (const auto& [args, exit_code] : calls) {
