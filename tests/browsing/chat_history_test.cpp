@@ -1,6 +1,5 @@
 // The chat history: a conversation's keys as the accessors write and read
-// them, its round trip through the file, and the index that makes one
-// document per chat service.
+// them, and its round trip through the file.
 
 #include <gtest/gtest.h>
 
@@ -9,7 +8,6 @@
 
 #include "support/temp_root.h"
 #include "zds/browsing/chat_history.h"
-#include "zds/store/classes.h"
 
 namespace zds {
 namespace {
@@ -88,28 +86,6 @@ TEST(ChatDocTest, AConversationRoundTripsWithItsAbstractAndAttachments) {
                                 "<rec id=\"0001\" alias=\"x\"/></folder></chdl>"));
   ASSERT_TRUE(open_ended.InitVFDLDoc("", "kov:"));
   EXPECT_EQ(open_ended.GetRoot()->GetFirstChild(), nullptr);
-}
-
-TEST(ChatIndexTest, EachServiceGetsOneDocumentMadeOnFirstUse) {
-  TempRoot temp;
-  CRTTIRegistry registry;
-  RegisterAllClasses(registry);
-  CCHIndexController index;
-  index.SetDataRoot(temp.root());
-  index.SetClassRegistry(&registry);
-  ASSERT_EQ(OpenVFDLDoc(index, "\\history\\chat\\index.xml", "\\history\\chat"), OpenResult::kCreated);
-  EXPECT_EQ(index.GetChatDoc("IRCnet", false), nullptr) << "not made without asking";
-  CCHDLDoc* irc = index.GetChatDoc("IRCnet", true);
-  ASSERT_NE(irc, nullptr);
-  EXPECT_EQ(index.GetChatDoc("IRCnet", true), irc);
-  ASSERT_NE(index.GetChatDoc("Talk & Co/1", true), nullptr);
-  std::vector<CVFDLFolder*> folders = index.GetServiceFolders();
-  ASSERT_EQ(folders.size(), 2u);
-  EXPECT_EQ(folders[0]->GetSrc(), "\\" + folders[0]->GetID() + ".xml");
-  EXPECT_TRUE(temp.Exists("history/chat/" + folders[1]->GetID() + ".xml")) << "named by id, not by the service";
-  EXPECT_EQ(irc->GetFilePath(), "\\history\\chat\\" + folders[0]->GetID() + ".xml");
-  EXPECT_EQ(index.GetRoot()->GetExtendType(), kChatIndexType);
-  for (CVFDLFolder* folder : folders) EXPECT_EQ(folder->GetExtendType(), kChatIndexType);
 }
 
 }  // namespace

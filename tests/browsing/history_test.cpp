@@ -166,8 +166,17 @@ TEST_F(HistoryTest, TheChatFolderOpensTheChatHistoryIndex) {
   CCHIndexController* chat = history->GetChatHistroyDoc();
   ASSERT_NE(chat, nullptr);
   EXPECT_EQ(chat->GetFilePath(), "\\history\\chat\\index.xml");
-  ASSERT_NE(chat->GetChatDoc("IRCnet", true), nullptr);
+  EXPECT_EQ(chat->GetChatDoc("IRCnet", false), nullptr) << "not made without asking";
+  CCHDLDoc* irc = chat->GetChatDoc("IRCnet", true);
+  ASSERT_NE(irc, nullptr);
+  EXPECT_EQ(chat->GetChatDoc("IRCnet", true), irc) << "one document per service";
   ASSERT_NE(chat->GetChatDoc("Jabber", true), nullptr);
+  const std::vector<CVFDLFolder*> services = chat->GetServiceFolders();
+  ASSERT_EQ(services.size(), 2u);
+  EXPECT_EQ(irc->GetFilePath(), "\\history\\chat\\" + services[0]->GetID() + ".xml") << "named by id";
+  for (const CVFDLFolder* node : {chat->GetRoot(), services[0], services[1]}) {
+    EXPECT_EQ(node->GetExtendType(), kChatIndexType);
+  }
   std::vector<CVFDLFolder*> out;
   EXPECT_EQ(history->GetCHBackupNode("", out), 2);
   EXPECT_EQ(history->GetCHBackupNode("Jabber", out), 1);

@@ -330,6 +330,8 @@ TEST_F(ConventionsTest, BadCallsGetOneLineAndChangeNoFile) {
       {{"cycle", "range", "1", "day;bogus=1", "sequence", "notstop"}, 2},
       {{"completion", "tcsh"}, 2},
       {{"chat", "log", "--provider", "x", "--channel", "y", "--type", "secret", "--start", "now", "--end", "now"}, 2},
+      {{"chat", "log", "--provider", "x", "--channel", "y", "--type", "opened", "--start", "tomorrow", "--end", "today"},
+       2},
       {{"chat", "ls", "a", "b"}, 2},
       {{"history", "archive", "Nobody"}, 1},
       {{"history", "mail", "Home", "Nowhere"}, 1},

@@ -48,13 +48,6 @@ TEST_F(HistoryCommandsTest, ConversationsAreLoggedPerServiceAndListed) {
   const std::string listed = Out({"history", "ls"});
   EXPECT_NE(listed.find("\tchat\tIRCnet\t-\t-\n"), std::string::npos) << listed;
   EXPECT_NE(listed.find("\tchat\tJabber\t-\t-\n"), std::string::npos) << listed;
-
-  const std::vector<std::string> bad[] = {
-      {"chat", "log", "--provider", "x", "--channel", "y", "--type", "secret", "--start", "now", "--end", "now"},
-      {"chat", "log", "--provider", "x", "--channel", "y", "--type", "opened", "--start", "soon", "--end", "now"},
-      {"chat", "log", "--provider", "x", "--channel", "y", "--type", "opened", "--start", "tomorrow", "--end", "today"},
-      {"chat", "log", "--provider", "x", "--type", "opened", "--start", "now", "--end", "now"}};
-  for (const auto& args : bad) EXPECT_TRUE(test::RefusedWithOneLine(Zds(args), 2)) << args[7];
 }
 
 TEST_F(HistoryCommandsTest, AnArchivedAccountListsItsMessagesFromTheCopy) {
