@@ -94,12 +94,15 @@ int ChatList(Call& call) {
   bool none = false;
   CCHIndexController* chat = ChatIndexOf(call, *reader, none);
   if (chat == nullptr && !none) return 1;
-  Listing listing(call, {"position", "provider", "channel", "type", "start", "end"});
   std::vector<CVFDLFolder*> services;
-  if (chat != nullptr && call.operand_count() == 0) services = chat->GetServiceFolders();
-  if (chat != nullptr && call.operand_count() == 1 && chat->GetServiceFolder(call.operand(0)) != nullptr) {
-    services.push_back(chat->GetServiceFolder(call.operand(0)));
+  if (call.operand_count() == 0) {
+    if (chat != nullptr) services = chat->GetServiceFolders();
+  } else if (CVFDLFolder* service = chat ? chat->GetServiceFolder(call.operand(0)) : nullptr) {
+    services.push_back(service);
+  } else {
+    return call.Refuse("no chat service " + call.operand(0));
   }
+  Listing listing(call, {"position", "provider", "channel", "type", "start", "end"});
   for (CVFDLFolder* service : services) {
     CCHDLDoc* doc = chat->LoadVFDLDoc<CCHDLDoc>(*service, false);
     if (doc == nullptr && chat->GetLastLoadStatus() == LoadStatus::kUnusable) {
