@@ -18,6 +18,7 @@ const CommandTable& Commands() {
     AddIcsCommands(built);
     AddFeedCommands(built);
     AddFavCommands(built);
+    AddHistoryCommands(built);
     return built;
   }();
   return table;

@@ -10,6 +10,7 @@
 #include "zds/resources/favorites_strings.h"
 #include "zds/resources/feeds_strings.h"
 #include "zds/resources/framework_strings.h"
+#include "zds/resources/history_strings.h"
 #include "zds/resources/mail_strings.h"
 #include "zds/resources/notes_strings.h"
 #include "zds/resources/recurrence_strings.h"
@@ -33,7 +34,8 @@ constexpr auto JoinSorted(const ResourceString (&... parts)[N]) {
 constexpr auto kTable = JoinSorted(res::kFrameworkStrings, res::kStoreStrings, res::kEventsStrings,
                                    res::kRecurrenceStrings, res::kTimersStrings, res::kCalendarStrings,
                                    res::kContactsStrings, res::kNotesStrings,
-                                   res::kMailStrings, res::kFeedsStrings, res::kFavoritesStrings);
+                                   res::kMailStrings, res::kFeedsStrings, res::kFavoritesStrings,
+                                   res::kHistoryStrings);
 
 constexpr bool IdsAreUnique() {
   for (size_t i = 1; i < kTable.size(); ++i) {

@@ -1,6 +1,7 @@
 #include "zds/store/classes.h"
 
 #include "zds/browsing/classes.h"
+#include "zds/browsing/history_classes.h"
 #include "zds/calendar/classes.h"
 #include "zds/contacts/classes.h"
 #include "zds/events/classes.h"
@@ -26,6 +27,7 @@ void RegisterAllClasses(CRTTIRegistry& registry) {
   RegisterMailClasses(registry);
   RegisterFeedClasses(registry);
   RegisterFavoritesClasses(registry);
+  RegisterHistoryClasses(registry);
 }
 
 }  // namespace zds

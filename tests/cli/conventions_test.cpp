@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "cli/command_table.h"
+#include "cli/history_testing.h"
 #include "support/program.h"
 #include "support/temp_root.h"
 
@@ -61,6 +62,9 @@ class ConventionsTest : public ::testing::Test {
     if (feed.exit_code == 0) channel_ = feed.out.substr(0, feed.out.find('\t'));
     Added({"fav", "mkdir", "Work"});
     Added({"fav", "add", "https://example.org/", "--title", "Example", "--folder", "Work"});
+    Added({"chat", "log", "--provider", "IRCnet", "--channel", "#zds", "--type", "opened", "--start", "2026-11-25 10:00",
+           "--end", "2026-11-25 11:00"});
+    archive_ = Added({"history", "archive", "Home"});
   }
   ProgramResult Zds(const Args& args) const { return test::RunZds(temp_.dir(), args); }
   std::string Added(const Args& args) {
@@ -98,7 +102,10 @@ class ConventionsTest : public ::testing::Test {
             {"feed items", channel_.empty() ? std::vector<Args>{} : std::vector<Args>{{channel_}}},
             {"feed export-opml", {{}}},
             {"fav ls", {{}, {"Work"}}},
-            {"fav export", {{}}}};
+            {"fav export", {{}}},
+            {"chat ls", {{}, {"IRCnet"}}},
+            {"history ls", {{}}},
+            {"history mail", {{archive_, "Inbox"}, {"Home", "Trash"}}}};
   }
   static Args Words(const cli::Command& command, const Args& operands) {
     Args args{std::string(command.noun)};
@@ -108,7 +115,7 @@ class ConventionsTest : public ::testing::Test {
   }
 
   TempRoot temp_;
-  std::string contact_, timer_, entry_, note_, account_, channel_;
+  std::string contact_, timer_, entry_, note_, account_, channel_, archive_;
 };
 
 TEST_F(ConventionsTest, EveryCommandHasHelpOnStandardOutputAndTouchesNothing) {
@@ -366,6 +373,13 @@ TEST_F(ConventionsTest, BadCallsGetOneLineAndChangeNoFile) {
       {{"mail", "import", "Home", "Nowhere", (temp_.top() / "one.mbox").string()}, 1},
       {{"mail", "read", "Home", "Inbox", "0099"}, 1},
       {{"mail", "read", "Home", "Outbox", "0001"}, 1},
+      {{"chat", "log", "--provider", "x", "--channel", "y", "--type", "secret", "--start", "now", "--end", "now"}, 2},
+      {{"chat", "log", "--provider", "x", "--channel", "y", "--type", "opened", "--start", "tomorrow", "--end", "today"},
+       2},
+      {{"chat", "ls", "a", "b"}, 2},
+      {{"history", "archive", "Nobody"}, 1},
+      {{"history", "mail", "Home", "Nowhere"}, 1},
+      {{"history", "mail", "kov:/Velmora/0099/0001", "Inbox"}, 1},
   };
   const auto before = Snapshot(temp_.dir());
   for (const auto& [args, exit_code] : calls) {

@@ -61,6 +61,7 @@ TEST(StartupOrderTest, AFreshRootGetsEveryDocumentOfTheLayoutFromItsTemplate) {
                   {"system folders", "\\favorites\\index.xml", expected, Base::kOwnDirectory},
                   {"system folders", "\\addressbook\\index.xml", expected, Base::kOwnDirectory},
                   {"system folders", "\\calendar\\index.xml", expected, Base::kOwnDirectory},
+                  {"system folders", "\\history\\index.xml", expected, Base::kOwnDirectory},
                   {"event queue", "\\XEvent.xml", expected, loaded_or_empty},
                   {"templates", "\\editor\\template\\index.xml", expected, Base::kOwnDirectory},
                   {"print list", "\\apl.xml", expected, loaded_or_empty},
@@ -85,14 +86,14 @@ TEST(StartupOrderTest, AFreshRootGetsEveryDocumentOfTheLayoutFromItsTemplate) {
               "<folder id=\"0004\" alias=\"Diary\" attribute=\"undel\">\r\n</folder>\r\n</folder>\r\n</atl>\r\n");
     EXPECT_NE(facade.GetATLDoc()->GetNodeByPath("kov:\\Template\\Forward Mail"), nullptr);
     EXPECT_EQ(facade.GetMyCalDoc()->GetRoot()->GetPos(), "kov:\\Work Days\\0000");
-    // The favorites and history documents open with their subsystems; their
-    // directories are there before them.
+    // The favorites document opens with its subsystem; its directory is
+    // there before it.
     EXPECT_EQ(temp.Files(), (std::vector<std::string>{
                                 "root/AMyCal.xml", "root/Favorites/index.xml", "root/Monitor.xml", "root/XEvent.xml",
                                 "root/addressbook/index.xml",
                                 "root/aidl.xml", "root/anote.xml", "root/apl.xml", "root/autorun.xml",
-                                "root/calendar/index.xml", "root/editor/template/index.xml", month,
-                                "root/timer/index.xml"}));
+                                "root/calendar/index.xml", "root/editor/template/index.xml", "root/history/index.xml",
+                                month, "root/timer/index.xml"}));
     for (const char* dir : {"Favorites", "addressbook", "calendar", "calendar/diary", "calendar/schedule",
                             "calendar/project", "history", "history/mail", "history/chat", "timer"}) {
       EXPECT_TRUE(test::fs::is_directory(temp.dir() / dir)) << dir;
@@ -143,6 +144,7 @@ TEST(StartupOrderTest, ADamagedDocumentStopsStartUpAtItsStepAndIsLeftAsItIs) {
       {"aidl.xml", "service index", "\\aidl.xml"},
       {"addressbook/index.xml", "system folders", "\\addressbook\\index.xml"},
       {"calendar/index.xml", "system folders", "\\calendar\\index.xml"},
+      {"history/index.xml", "system folders", "\\history\\index.xml"},
       {"XEvent.xml", "event queue", "\\XEvent.xml"},
       {"editor/template/index.xml", "templates", "\\editor\\template\\index.xml"},
       {"apl.xml", "print list", "\\apl.xml"},
