@@ -52,7 +52,7 @@ class JournalTest : public ::testing::Test {
   }
   // Three journalled edits of every kind; the records they leave.
   Records EditThree(NoteDoc& doc) {
-    EXPECT_TRUE(doc.UpdateRec(Pos("0010"), MakeNote("u", "updated"), false));
+    EXPECT_TRUE(doc.UpdateRec(Pos("0010"), MakeNote("u", "updated", {"child", "lines"}), false));
     EXPECT_NE(doc.AddRec(kFolder, MakeNote("a", "added"), false), "");
     EXPECT_TRUE(doc.DelRec(Pos("0020")));
     return RecordsOf(doc);
