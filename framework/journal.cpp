@@ -151,9 +151,15 @@ JournalScan ScanJournal(std::string_view text, const JournalBinding& binding) {
     JournalEntry entry;
     JournalBinding marked;
     if (!whole || Crc32(payload) != sum || !ParsePayload(payload, entry, marked)) {
-      const size_t end = whole ? frame_end + 2 + size : rest.size();
-      if (std::all_of(rest.begin() + static_cast<std::ptrdiff_t>(std::min(end, rest.size())), rest.end(),
-                      [](char c) { return c == '\0'; })) {
+      // Where the damage a crash could have done ends: a whole entry that
+      // fails its check, or one the end of the file cuts short; past it,
+      // and anywhere else, only zeros are a crash's.
+      const size_t zero = std::min(rest.find('\0'), rest.size());
+      size_t end = 0;
+      if (whole) end = frame_end + 2 + size;
+      else if (framed && (rest.size() - frame_end - 1 <= size || zero <= frame_end + 1 + size)) end = zero;
+      else if (!framed && frame_end == std::string_view::npos && rest[0] == '@') end = zero;
+      if (std::all_of(rest.begin() + static_cast<std::ptrdiff_t>(end), rest.end(), [](char c) { return c == '\0'; })) {
         scan.torn = true;
         break;
       }

@@ -16,10 +16,11 @@
 //   C <size> <crc>                     a checkpoint is writing the document whole
 //                                      with that size and CRC: once it is there,
 //                                      everything before is in the document
-// An entry that is cut short or garbled and has nothing after it is what a
-// crash in the middle of an append leaves; it was never acknowledged and is
-// dropped. A bad entry with more text after it, a bad header or a header of
-// another version means the journal cannot be trusted.
+// An entry cut short by the end of the file, or garbled with nothing but
+// zero bytes after it, is what a crash in the middle of an append leaves;
+// it was never acknowledged and is dropped. A bad entry with more text
+// after it, a bad header or a header of another version means the journal
+// cannot be trusted.
 
 #ifndef ZDS_FRAMEWORK_JOURNAL_H_
 #define ZDS_FRAMEWORK_JOURNAL_H_

@@ -140,6 +140,8 @@ TEST_F(JournalTest, AnUntrustedJournalIsNotAppliedAndNothingIsOverwritten) {
   const size_t first_entry = journal.find('@');
   std::string flipped = journal;
   flipped[first_entry + 30] ^= 1;
+  std::string unframed = journal;
+  unframed[first_entry] = 'x';
   const std::string other_file = file_ + "\n";
   struct Case {
     const char* what;
@@ -147,6 +149,7 @@ TEST_F(JournalTest, AnUntrustedJournalIsNotAppliedAndNothingIsOverwritten) {
     bool journal_is_directory = false;
   } cases[] = {
       {"a checksum mismatch with entries after it", file_, flipped},
+      {"a garbled frame with entries after it", file_, unframed},
       {"a file replaced by another program", other_file, journal},
       {"no header", file_, "garbage\n" + journal},
       {"a directory", file_, "", true},
