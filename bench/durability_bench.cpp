@@ -7,6 +7,13 @@
 //   lock_1k:            what a save adds for writers side by side: taking
 //                       the lock, reading its counter, the file's identity
 //                       before and after, advancing the counter
+// The document of 100,000 records keeps a journal, that of 1,000 does not.
+// BM_Checkpoint then fills the large document's journal with edits up to
+// the point where the next save writes the file whole, and reports:
+//   checkpoint_ms, fill_edits, checkpoint_per_edit_ms: one checkpoint, and
+//                       what it adds to each of the edits that filled it
+//   load_full_ms, load_empty_ms: loading with that full journal and after
+//                       the checkpoint emptied it (medians of 5, taking turns)
 //
 // Run: build-bench/bench/durability_bench (30 iterations of every side)
 // Files go to a fresh directory under $ZDS_BENCH_DIR (default: the system
@@ -59,6 +66,7 @@ class EditedDocument {
   }
   bool ready() const { return !positions_.empty(); }
   const std::string& path() const { return path_; }
+  BenchDoc& doc() { return doc_; }
   bool UpdateOne(BenchRandom& random) {
     const size_t pick = random.Below(positions_.size());
     return doc_.UpdateRec(positions_[pick], MakeBenchRec(MakeRecord(random, pick)), false);
@@ -180,6 +188,74 @@ void BM_DurableEdit(benchmark::State& state) {
 #endif
 }
 BENCHMARK(BM_DurableEdit)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(30);
+
+double SecondsOf(const std::function<bool()>& step) {
+  const auto start = Clock::now();
+  const bool ok = step();
+  const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
+  return ok ? seconds : -1;
+}
+
+void BM_Checkpoint(benchmark::State& state) {
+  ScratchDir scratch("zds-checkpoint-bench");
+  auto root = std::make_shared<platform::DataRoot>(scratch.path());
+  EditedDocument large(root, 100'000);
+  if (!large.ready()) {
+    state.SkipWithError("document not made");
+    return;
+  }
+  BenchDoc& doc = large.doc();
+  BenchRandom random(7);
+  for (auto _ : state) {
+    // Up to where the next entry would no longer fit and the save would write whole.
+    size_t edits = 0;
+    uint64_t entry = 0;
+    const uint64_t file_size = root->IdentifyFile(large.path()).value_or(platform::FileIdentity()).size;
+    while (true) {
+      const uint64_t before = doc.GetJournalSize();
+      if (!large.UpdateOne(random)) {
+        state.SkipWithError("edit failed");
+        return;
+      }
+      ++edits;
+      const uint64_t after = doc.GetJournalSize();
+      if (after <= before) {
+        state.SkipWithError("the journal was folded in before it was full");
+        return;
+      }
+      entry = std::max(entry, after - before);
+      if ((after + 2 * entry) * CXMLDoc::kJournalFraction >= file_size) break;
+    }
+    std::vector<double> full, empty;
+    for (int turn = 0; turn < 5; ++turn) {
+      full.push_back(SecondsOf([&] {
+        BenchDoc reader;
+        reader.SetDataRoot(root);
+        return reader.LoadXMLDoc(large.path()) == OpenResult::kLoaded;
+      }));
+    }
+    const double checkpoint = SecondsOf([&] { return doc.Checkpoint() && doc.GetJournalSize() == 0; });
+    for (int turn = 0; turn < 5; ++turn) {
+      empty.push_back(SecondsOf([&] {
+        BenchDoc reader;
+        reader.SetDataRoot(root);
+        return reader.LoadXMLDoc(large.path()) == OpenResult::kLoaded;
+      }));
+    }
+    if (checkpoint < 0 || *std::min_element(full.begin(), full.end()) < 0 ||
+        *std::min_element(empty.begin(), empty.end()) < 0) {
+      state.SkipWithError("checkpoint or load failed");
+      return;
+    }
+    state.counters["fill_edits"] = static_cast<double>(edits);
+    state.counters["checkpoint_ms"] = checkpoint * 1e3;
+    state.counters["checkpoint_per_edit_ms"] = checkpoint * 1e3 / static_cast<double>(edits);
+    state.counters["load_full_ms"] = Median(full) * 1e3;
+    state.counters["load_empty_ms"] = Median(empty) * 1e3;
+    state.counters["ratio_load_full_vs_empty"] = Median(full) / Median(empty);
+  }
+}
+BENCHMARK(BM_Checkpoint)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 
 }  // namespace
 }  // namespace zds::bench

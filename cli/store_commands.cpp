@@ -85,8 +85,9 @@ class Browser {
   CZDS& facade_;
 };
 
-// Calls `visit` for every document of the store that cannot be used,
-// those behind nodes included; how many documents it opened.
+// Calls `visit` for every document of the store that cannot be used or
+// whose journal cannot be trusted, those behind nodes included; how many
+// documents it opened.
 template <typename Visit>
 size_t WalkStore(CZDS& facade, const Visit& visit) {
   size_t opened = 0;
@@ -94,6 +95,8 @@ size_t WalkStore(CZDS& facade, const Visit& visit) {
     doc.ForEachDocBehind([&](const CVFDLNode&, const CVFDLDoc* child, LoadStatus status, const FileProblem& problem) {
       if (child != nullptr) ++opened;
       if (status == LoadStatus::kUnusable) visit(problem);
+      // A document whose journal cannot be trusted loads without it, and says so.
+      if (child != nullptr && !child->GetOpenProblem().path.empty()) visit(child->GetOpenProblem());
     });
   };
   using Step = bool (CZDS::*)();
@@ -108,7 +111,10 @@ size_t WalkStore(CZDS& facade, const Visit& visit) {
     }
     ++opened;
   }
-  if (CAIDLDoc* index = facade.GetAIDLDoc()) behind(*index);
+  if (CAIDLDoc* index = facade.GetAIDLDoc()) {
+    if (!index->GetOpenProblem().path.empty()) visit(index->GetOpenProblem());
+    behind(*index);
+  }
   if (CATimerIndexDoc* timers = facade.GetATimerIndexDoc()) behind(*timers);
   return opened;
 }

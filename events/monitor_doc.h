@@ -15,7 +15,8 @@ namespace zds {
 
 class CMonitorDoc : public CVFDLFamily<CMonitorDoc, CVFDLDoc> {
  public:
-  static constexpr CFamilyInfo kFamily{"CMonitorDoc", "Monitor", res::kMonitorTemplate, 0, 0, 0, kNumbersNewRecs};
+  static constexpr CFamilyInfo kFamily{"CMonitorDoc", "Monitor", res::kMonitorTemplate, 0, 0, 0,
+                                       kNumbersNewRecs | kWrittenWhole};
 
   // Appends "<local time to the minute>  <text>" to the root folder and
   // returns the entry's position (empty when it could not be added or saved).

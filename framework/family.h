@@ -262,6 +262,9 @@ enum FamilyPolicy : unsigned {
   // AddRec gives a record a fresh id of this document, whatever id it
   // had (one it had elsewhere means nothing here).
   kNumbersNewRecs = 1u << 2,
+  // Other programs read the file straight from disk, where a journal
+  // beside it would go unseen: it is always written whole.
+  kWrittenWhole = 1u << 3,
 };
 
 // What a family declares once.
@@ -300,6 +303,10 @@ class CVFDLFamily : public CVFDLTypedDoc<Base, Rec, Folder> {
  public:
   using typename Typed::FolderExtend;
   using typename Typed::RecExtend;
+
+  CVFDLFamily() {
+    if constexpr ((Self::kFamily.policy & kWrittenWhole) != 0) this->SetJournalAllowed(false);
+  }
 
   static std::unique_ptr<CRTTIObject> CreateObject() { return std::make_unique<Self>(); }
   std::string_view GetRTTIClass() const override { return Self::kFamily.class_name; }

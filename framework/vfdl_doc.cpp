@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "zds/framework/messages.h"
+#include "zds/framework/vfdl_walk.h"
 #include "zds/framework/xml_text.h"
 
 namespace zds {
@@ -63,7 +64,31 @@ OpenResult OpenVFDLDoc(CVFDLDoc& doc, std::string_view path, std::string_view ba
 
 CVFDLDoc::CVFDLDoc() = default;
 
-CVFDLDoc::~CVFDLDoc() = default;
+// Closing folds a journal this document wrote into its file. The kind's
+// hooks are gone by now, so this happens only when every node still holds
+// the text it is written with; the journal otherwise stays, and the next
+// load applies it.
+CVFDLDoc::~CVFDLDoc() {
+  try {
+    if (HasAppendedToJournal() && !IsModified() && WritesFromTextAlone()) (void)Checkpoint();
+  } catch (...) {  // NOLINT(bugprone-empty-catch): a close that cannot checkpoint leaves a valid journal
+  }
+}
+
+bool CVFDLDoc::WritesFromTextAlone() const {
+  if (GetRoot() == nullptr) return false;
+  const auto written_as_read = [](const CVFDLNode& node) {
+    if (node.source_.empty()) return false;
+    if (!node.IsFolder()) return true;
+    const auto& folder = static_cast<const CVFDLFolder&>(node);
+    return !(folder.self_closing_ && folder.child_count_ > 0);
+  };
+  if (!written_as_read(*GetRoot())) return false;
+  for (const CVFDLNode& node : Subtree(*GetRoot())) {
+    if (!written_as_read(node)) return false;
+  }
+  return true;
+}
 
 bool CVFDLDoc::InitVFDLDoc(std::string_view base_path, std::string_view scheme, std::string_view prefix, int, int) {
   PreUpdateVersion();
@@ -211,12 +236,69 @@ std::string CVFDLDoc::FormatSYNCLine(std::string_view text) const {
 // ---- edits ----
 
 template <typename Undo>
-EditStatus CVFDLDoc::Commit(bool flag, Undo&& undo) {
+EditStatus CVFDLDoc::Commit(bool flag, Undo&& undo, std::string_view journal_entry) {
   bool was_modified = IsModified();
-  if (CommitChange(flag)) return Finish(EditStatus::kDone);
+  if (journal_entry.empty() ? CommitChange(flag) : AppendJournal(journal_entry)) return Finish(EditStatus::kDone);
   undo();
   RestoreModified(was_modified);
   return Finish(GetLastSaveStatus() == SaveStatus::kConflict ? EditStatus::kConflict : EditStatus::kNotSaved);
+}
+
+bool CVFDLDoc::JournalsEditOf(const CVFDLNode& node, bool flag) const {
+  return !node.IsFolder() && (flag || GetAutoSaveFlag()) && CanJournal();
+}
+
+std::string_view CVFDLDoc::MakeJournalEntry(std::string operation, CVFDLNode& node) {
+  operation += '\n';
+  const size_t element_at = operation.size();
+  operation += NodeText(node);
+  std::string_view entry = Hold(std::move(operation));
+  node.source_ = entry.substr(element_at);
+  return entry;
+}
+
+// The entries are views into `text`: it is held before anything else, and
+// the nodes made from them keep viewing it.
+bool CVFDLDoc::ApplyJournal(std::string text, const std::vector<JournalEntry>& entries) {
+  Hold(std::move(text));
+  for (const JournalEntry& entry : entries) {
+    if (!ApplyJournalEntry(entry)) {
+      (void)SetXml(std::string(*text_));  // all or nothing: back to what the file holds
+      return false;
+    }
+  }
+  OnTreeReplaced();
+  return true;
+}
+
+bool CVFDLDoc::ApplyJournalEntry(const JournalEntry& entry) {
+  if (entry.op == 'D') {
+    CVFDLNode* node = GetNodeByID(entry.id);
+    if (node == nullptr || node->IsFolder()) return false;
+    RemoveNode(*node);
+    return true;
+  }
+  std::unique_ptr<CVFDLNode> value = ReadNodeText(entry.element);
+  if (value == nullptr || value->IsFolder()) return false;
+  if (entry.op == 'A') {
+    CVFDLNode* parent = GetNodeByID(entry.id);
+    if (parent == nullptr || !parent->IsFolder() || value->GetID().empty() || GetNodeByID(value->GetID())) {
+      return false;
+    }
+    value->lead_ = newline_;
+    AddNode(static_cast<CVFDLFolder*>(parent), std::move(value), entry.index);
+    return true;
+  }
+  CVFDLNode* node = GetNodeByID(entry.id);
+  if (node == nullptr || node->GetNodeType() != value->GetNodeType() || !FitsLike(*value, *node)) return false;
+  CVFDLNode::UnknownParts unknown = value->ReleaseUnknown();
+  RenameNode(*node, value->GetAlias());
+  node->AssignValue(*value);
+  node->id_ = std::string(entry.id);
+  node->RestoreUnknown(std::move(unknown));
+  node->source_ = value->source_;
+  InitNodeExtendType(*node);
+  return true;
 }
 
 OpenResult CVFDLDoc::Reload(platform::WindowHandle window) {
@@ -262,11 +344,17 @@ EditStatus CVFDLDoc::InsertNode(std::string_view parent_pos, std::unique_ptr<CVF
   if (node->IsFolder() && FolderDepth(*parent) >= kMaxFolderDepth) return Finish(EditStatus::kRefused);
   int max_id = GetMaxID();
   node->lead_ = newline_;
+  const bool journal = JournalsEditOf(*node, flag);
   CVFDLNode* added = AddNode(parent, std::move(node), index);
-  EditStatus status = Commit(flag, [&] {
-    RemoveNode(*added);
-    RestoreMaxID(max_id);
-  });
+  std::string_view entry;
+  if (journal) entry = MakeJournalEntry("A " + parent->GetID() + ' ' + std::to_string(index), *added);
+  EditStatus status = Commit(
+      flag,
+      [&] {
+        RemoveNode(*added);
+        RestoreMaxID(max_id);
+      },
+      entry);
   if (status == EditStatus::kDone && added_pos) *added_pos = added->GetPos();
   return status;
 }
@@ -290,11 +378,17 @@ EditStatus CVFDLDoc::ReplaceNode(std::string_view pos, int node_type, const CVFD
   if (!FitsLike(value, *node)) return Finish(EditStatus::kRefused);
   std::unique_ptr<CVFDLNode> old = node->Clone();
   std::string_view old_source = node->source_;
+  const bool journal = JournalsEditOf(*node, flag);
   ReplaceValue(*node, value);
-  return Commit(flag, [&] {
-    ReplaceValue(*node, *old);
-    node->source_ = old_source;
-  });
+  std::string_view entry;
+  if (journal) entry = MakeJournalEntry("U " + node->GetID(), *node);
+  return Commit(
+      flag,
+      [&] {
+        ReplaceValue(*node, *old);
+        node->source_ = old_source;
+      },
+      entry);
 }
 
 EditStatus CVFDLDoc::RemoveNodeAt(std::string_view pos, int node_type, bool flag) {
@@ -306,6 +400,10 @@ EditStatus CVFDLDoc::RemoveNodeAt(std::string_view pos, int node_type, bool flag
   const std::string_view next_lead = next ? next->lead_ : std::string_view();
   const std::string_view close_lead = parent->close_lead_;
   const std::string_view parent_source = parent->source_;
+  // Only a blank lead leaves the rest of the text as it was, which is what
+  // a journal entry of the bare id can say.
+  std::string_view entry;
+  if (IsBlankText(node->lead_) && JournalsEditOf(*node, flag)) entry = Hold("D " + node->GetID());
   // What stood before the node and was not understood (comments, elements
   // of a newer version) stays in the file: it moves to what follows.
   if (!IsBlankText(node->lead_)) {
@@ -317,12 +415,15 @@ EditStatus CVFDLDoc::RemoveNodeAt(std::string_view pos, int node_type, bool flag
     }
   }
   Detached detached = DetachNode(*node);
-  EditStatus status = Commit(flag, [&] {
-    ReattachNode(detached);
-    if (next) next->lead_ = next_lead;
-    parent->close_lead_ = close_lead;
-    parent->source_ = parent_source;
-  });
+  EditStatus status = Commit(
+      flag,
+      [&] {
+        ReattachNode(detached);
+        if (next) next->lead_ = next_lead;
+        parent->close_lead_ = close_lead;
+        parent->source_ = parent_source;
+      },
+      entry);
   if (status == EditStatus::kDone) ReleaseNode(*node);
   return status;
 }

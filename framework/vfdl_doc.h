@@ -9,6 +9,11 @@
 // gives its nodes is refused, so a family's records always hold the
 // family's extension.
 //
+// A large document saves an edit of one record or link (update, add,
+// delete) by appending it to its journal (xml_doc.h), and applies the
+// journal through its own reader when it loads; every other edit writes the
+// file whole. Closing the document folds a journal it wrote into the file.
+//
 // A document kind derives from it, usually through CVFDLFamily
 // (family.h), and supplies the hooks: its template, root tag, record tag,
 // the node classes it creates, how its records' and folders' own fields are
@@ -187,7 +192,8 @@ class CVFDLDoc : public CXMLDoc, public CVFTree {
   virtual void PreUpdateVersion() {}
   virtual void AfterUpdateVersion() {}
 
-  bool WriteXmlTo(const platform::DataRoot& root, std::string_view path) const override;
+  bool WriteXmlTo(const platform::DataRoot& root, std::string_view path, const WriteGate& gate) const override;
+  bool ApplyJournal(std::string text, const std::vector<JournalEntry>& entries) override;
   CVFDLDoc* TreeDoc() override { return this; }
   // Called after a new text replaced the tree, before the old nodes go.
   virtual void OnTreeReplaced() {}
@@ -212,8 +218,23 @@ class CVFDLDoc : public CXMLDoc, public CVFTree {
   friend class DocumentWriter;
 
   // Saves when due; on failure runs `undo` and puts the modified mark back.
+  // A non-empty `journal_entry` is saved by appending it to the journal.
   template <typename Undo>
-  EditStatus Commit(bool flag, Undo&& undo);
+  EditStatus Commit(bool flag, Undo&& undo, std::string_view journal_entry = {});
+  // Whether an edit of `node` that saves may go to the journal.
+  bool JournalsEditOf(const CVFDLNode& node, bool flag) const;
+  // The journal entry for `node` as it now stands, held by the document;
+  // the node takes its element as the text it is written back with.
+  std::string_view MakeJournalEntry(std::string operation, CVFDLNode& node);
+  bool ApplyJournalEntry(const JournalEntry& entry);
+  // The text of one element, read as the file's elements are: a node
+  // outside the tree, null when the text is no node of this kind.
+  std::unique_ptr<CVFDLNode> ReadNodeText(std::string_view text);
+  // The node's element as a save writes it.
+  std::string NodeText(const CVFDLNode& node) const;
+  // Whether the tree can be written from the text its nodes hold, with no
+  // hook of the kind: what is left of it while the document is destroyed.
+  bool WritesFromTextAlone() const;
   EditStatus Finish(EditStatus status) { return last_status_ = status; }
   void ReplaceValue(CVFDLNode& node, const CVFDLNode& value);
   std::string_view Hold(std::string text);

@@ -29,6 +29,19 @@ class TreeBuilder {
     return problem_;
   }
 
+  // A text that is one leaf element alone (a journal entry's) as a node
+  // outside the tree; null when it is anything else.
+  std::unique_ptr<CVFDLNode> BuildOne() {
+    if (!Next(attributes_) || token_.depth != 0 || token_.kind == XmlToken::Kind::kEnd ||
+        token_.name == kFolderTag) {
+      return nullptr;
+    }
+    cursor_ = token_.raw.data();
+    std::unique_ptr<CVFDLNode> node;
+    if (!ReadLeaf(node) || node == nullptr || Next(attributes_) || scanner_.failed()) return nullptr;
+    return node;
+  }
+
   bool Build() {
     if (!Next(attributes_)) return false;
     if (token_.kind == XmlToken::Kind::kDeclaration && !Next(attributes_)) return false;
@@ -118,6 +131,15 @@ class TreeBuilder {
   // Reads a record, link or other element with everything inside it. An
   // element no hook accepts stays in the text before the next node.
   bool AddLeaf(CVFDLFolder& parent) {
+    std::unique_ptr<CVFDLNode> node;
+    if (!ReadLeaf(node)) return false;
+    if (node) doc_.AddNode(&parent, std::move(node));
+    return true;
+  }
+
+  // The leaf element at the current token; `node` stays null for one no
+  // hook accepts. False when the text fails.
+  bool ReadLeaf(std::unique_ptr<CVFDLNode>& out) {
     XmlToken start = token_;
     element_attributes_.swap(attributes_);
     std::vector<CXMLElementReader> children;
@@ -142,7 +164,7 @@ class TreeBuilder {
     node->lead_ = Between(cursor_, start.raw.data());
     node->source_ = Between(start.raw.data(), end);
     cursor_ = end;
-    doc_.AddNode(&parent, std::move(node));
+    out = std::move(node);
     return true;
   }
 
@@ -235,6 +257,10 @@ class TreeBuilder {
   LocalTimeCache time_cache_;
   XmlProblem problem_;
 };
+
+std::unique_ptr<CVFDLNode> CVFDLDoc::ReadNodeText(std::string_view text) {
+  return TreeBuilder(*this, text).BuildOne();
+}
 
 bool CVFDLDoc::SetXml(std::string text) {
   auto owned = std::make_unique<std::string>(std::move(text));

@@ -12,6 +12,9 @@ class DocumentWriter {
  public:
   DocumentWriter(const CVFDLDoc& doc, XmlTextSink& out) : doc_(doc), out_(out) {}
 
+  // One element alone, as Write would put it: a journal entry's text.
+  void WriteOne(const CVFDLNode& node) { WriteElement(node); }
+
   void Write() {
     out_.Add(doc_.head_);
     out_.Add(doc_.prologue_);
@@ -139,15 +142,27 @@ std::string CVFDLDoc::GetXml() const {
 // The text goes to the file in pieces: the unchanged runs straight from the
 // loaded text. A save then copies nothing but what changed, and does not
 // first fault in a buffer as large as the file.
-bool CVFDLDoc::WriteXmlTo(const platform::DataRoot& root, std::string_view path) const {
+bool CVFDLDoc::WriteXmlTo(const platform::DataRoot& root, std::string_view path, const WriteGate& gate) const {
   try {
     XmlTextSink sink(text_ ? std::string_view(*text_) : std::string_view());
     if (GetRoot()) DocumentWriter(*this, sink).Write();
     std::vector<std::string_view> pieces = sink.Pieces();
-    return root.WriteFileAtomicFromPieces(path, pieces);
+    return gate(pieces) && root.WriteFileAtomicFromPieces(path, pieces);
   } catch (const std::bad_alloc&) {
     return false;
   }
+}
+
+}  // namespace zds
+
+namespace zds {
+
+std::string CVFDLDoc::NodeText(const CVFDLNode& node) const {
+  XmlTextSink sink{std::string_view()};
+  DocumentWriter(*this, sink).WriteOne(node);
+  std::string out;
+  sink.AppendTo(out);
+  return out;
 }
 
 }  // namespace zds

@@ -14,15 +14,29 @@
 // the save reports a conflict (GetLastSaveStatus); the document must then
 // be brought up to date (CVFDLDoc::Reload) before its change is made
 // again. Reading never takes the lock.
+//
+// A large document keeps a journal beside its file ("NAME-journal",
+// journal.h): a save of one changed node appends that node there instead
+// of rewriting the file, and loading applies the journal after reading the
+// file. The file is written whole again (a checkpoint) when the journal has
+// grown past a fraction of it, when another kind of edit is saved, on
+// Checkpoint and when the document is closed. Another writer's append is a
+// change like another writer's save. A journal that cannot be trusted
+// (damaged, or made for another version of the file) is not applied; the
+// document then loads without it, says why in GetOpenProblem, and refuses
+// to save, so that both files stay as they are for a person to look at.
 
 #ifndef ZDS_FRAMEWORK_XML_DOC_H_
 #define ZDS_FRAMEWORK_XML_DOC_H_
 
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 
+#include "zds/framework/journal.h"
 #include "zds/framework/rtti.h"
 #include "zds/platform/files.h"
 
@@ -73,7 +87,9 @@ class CXMLDoc : public CRTTIObject {
   // GetOpenProblem says why). On a read-only data root nothing is removed
   // beforehand.
   [[nodiscard]] OpenResult LoadXMLDoc(std::string_view path);
-  // Why the last load found its file unusable; empty after any other outcome.
+  // Why the last load found its file unusable, or its journal untrusted
+  // (then the path is the journal's and the document refuses to save);
+  // empty after any other outcome.
   const FileProblem& GetOpenProblem() const { return open_problem_; }
   // Creates the document from its template and remembers `path` as its
   // file; writes it at once only when auto-save is on. False when the
@@ -88,6 +104,22 @@ class CXMLDoc : public CRTTIObject {
   const std::string& GetFilePath() const { return file_path_; }
   bool IsModified() const { return modified_; }
 
+  // Whether this document may keep a journal (on unless turned off). A
+  // document other programs read straight from its file turns it off
+  // before loading, and is always written whole.
+  void SetJournalAllowed(bool allowed) { journal_allowed_ = allowed; }
+  bool GetJournalAllowed() const { return journal_allowed_; }
+  // A file of at least this many bytes keeps a journal: below it a rewrite
+  // costs about what an append does.
+  static constexpr uint64_t kJournalThreshold = 256 * 1024;
+  // The journal is folded into the file once it holds this fraction of the file.
+  static constexpr uint64_t kJournalFraction = 8;
+  // Writes the document whole and empties its journal, when the journal
+  // holds anything; a save like any other (GetLastSaveStatus).
+  [[nodiscard]] bool Checkpoint();
+  // The bytes of the journal this document knows on disk (0 when none).
+  uint64_t GetJournalSize() const { return synced_journal_.size; }
+
   // The whole text: replacing it rebuilds the document, and fails (leaving
   // the document as it was) on text that does not parse.
   [[nodiscard]] virtual bool SetXml(std::string text) = 0;
@@ -97,8 +129,13 @@ class CXMLDoc : public CRTTIObject {
   // Writes the whole text to `path` atomically; SaveXMLDoc's last step.
   // The default writes GetXml(); a kind that can hand its text over in
   // pieces avoids building it as one string first.
-  virtual bool WriteXmlTo(const platform::DataRoot& root, std::string_view path) const {
-    return root.WriteFileAtomic(path, GetXml());
+  // `gate` sees the text's pieces just before they are written, and may
+  // stop the write (false).
+  using WriteGate = std::function<bool(std::span<const std::string_view>)>;
+  virtual bool WriteXmlTo(const platform::DataRoot& root, std::string_view path, const WriteGate& gate) const {
+    std::string text = GetXml();
+    std::string_view piece = text;
+    return gate(std::span<const std::string_view>(&piece, 1)) && root.WriteFileAtomic(path, text);
   }
   // Runs before a save takes the file's lock, which lives in the file's
   // directory: a kind that makes that directory makes it here.
@@ -114,6 +151,23 @@ class CXMLDoc : public CRTTIObject {
   // A kind's SetXml says here why it refused a text: the line and what.
   void NoteTextProblem(int line, std::string what) { open_problem_ = {std::string(), line, std::move(what)}; }
 
+  // Whether the save an edit is about to need may append to the journal
+  // instead: a journalled document, large enough, with no other change
+  // unsaved and room left in its journal.
+  bool CanJournal() const;
+  // Whether this document appended to its journal since it last wrote its file.
+  bool HasAppendedToJournal() const { return journal_appended_; }
+  // Saves one change as a journal entry, under the lock and after the same
+  // check a save makes; false as SaveXMLDoc (GetLastSaveStatus).
+  [[nodiscard]] bool AppendJournal(std::string_view payload);
+  // Applies a journal's entries right after the file's text was read;
+  // `text` holds what the entries view and lives until the tree is
+  // replaced. All or nothing: false leaves the tree as the file alone made it.
+  virtual bool ApplyJournal(std::string text, const std::vector<JournalEntry>& entries) {
+    (void)text;
+    return entries.empty();
+  }
+
  private:
   std::shared_ptr<const platform::DataRoot> root_;
   std::string file_path_;
@@ -126,7 +180,21 @@ class CXMLDoc : public CRTTIObject {
   uint64_t synced_counter_ = 0;
   SaveStatus last_save_ = SaveStatus::kSaved;
 
+  // The journal as this document last read or wrote it; where its next
+  // entry goes (0: it starts afresh with a header); the version of the
+  // file on disk its header binds to.
+  platform::FileIdentity synced_journal_;
+  uint64_t journal_size_ = 0;
+  JournalBinding disk_version_;
+  bool disk_crc_known_ = false;
+  bool journal_allowed_ = true;
+  bool journal_appended_ = false;
+
   void SyncWithDisk(std::string_view path);
+  enum class LoadStep { kDone, kAgain };
+  LoadStep LoadOnce(std::string_view path, bool may_retry, OpenResult& result);
+  // Under the lock: whether the files are still as this document knows them.
+  bool StillSynced(const platform::FileLock& lock, uint64_t& counter);
   bool auto_save_ = false;
   bool modified_ = false;
 };

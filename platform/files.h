@@ -141,6 +141,14 @@ class DataRoot {
   // lock (0 when there is none yet).
   uint64_t ReadLockCounter(std::string_view stored_path) const;
   bool WriteFileAtomic(std::string_view stored_path, std::string_view contents) const;
+  // Cuts the file to its first `offset` bytes (making it when missing and
+  // `offset` is 0), writes `data` there and flushes both to disk before
+  // returning: an append that, once it reports success, survives a crash.
+  // Cutting first drops whatever a crashed append left past the last good
+  // byte. Not atomic: a crash may leave any prefix of `data`, so the file's
+  // own format must tell a whole entry from a torn one. False when the file
+  // is shorter than `offset`, is no regular file, or the write fails.
+  bool WriteFileTail(std::string_view stored_path, uint64_t offset, std::string_view data) const;
   // The same for contents held in pieces, written one after the other: a
   // document can then write the unchanged runs of its text straight from
   // where they are instead of first copying the whole text together.

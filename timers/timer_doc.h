@@ -65,7 +65,7 @@ class CATimerRec : public CVFDLTypedRec<CATimerRec, CATimerExtendRec> {};
 class CATimerDoc : public CVFDLFamily<CATimerDoc, CVFDLDoc, CATimerRec> {
  public:
   static constexpr CFamilyInfo kFamily{"CATimerDoc", "ATimer", res::kTimerTemplate, 0, 0, kTimerRecType,
-                                       kWrittenWhenCreated | kMakesItsDirectory | kNumbersNewRecs};
+                                       kWrittenWhenCreated | kMakesItsDirectory | kNumbersNewRecs | kWrittenWhole};
   // The flags are "yes" exactly and written only when set; "Cycle" and the
   // map fields go between the others, "ActID" last, the rule's lines after.
   static constexpr auto kRecFields =

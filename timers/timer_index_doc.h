@@ -44,7 +44,7 @@ struct CATimerDue {
 class CATimerIndexDoc : public CVFDLFamily<CATimerIndexDoc, CCASDVFDLDoc> {
  public:
   static constexpr CFamilyInfo kFamily{"CATimerIndexDoc", "TIC", res::kTimerIndexTemplate, 0, 0, 0,
-                                       kWrittenWhenCreated};
+                                       kWrittenWhenCreated | kWrittenWhole};
 
   // The two fixed documents, created when their file is missing; null when
   // the folder is gone or its file cannot be used.

@@ -597,6 +597,32 @@ ReadStatus DataRoot::ReadWholeFile(std::string_view stored_path, std::string& co
   }
 }
 
+// fdatasync covers the new size as well as the bytes; a file just made
+// needs its directory flushed too, or a crash could lose its name.
+bool DataRoot::WriteFileTail(std::string_view stored_path, uint64_t offset, std::string_view data) const {
+  if (IsReadOnly()) return false;
+  auto place = Locate(native_root_, stored_path, Goal::kEntry, true);
+  if (!place || !place->IsEntry() || (place->exists && !place->Is(S_IFREG))) return false;
+  const int directory = place->directory.get();
+  Descriptor fd(OpenAt(directory, place->name, O_WRONLY | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666));
+  struct stat info;
+  if (!fd.valid() || fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode)) return false;
+  if (static_cast<uint64_t>(info.st_size) < offset) return false;
+  if (static_cast<uint64_t>(info.st_size) != offset && ftruncate(fd.get(), static_cast<off_t>(offset)) != 0) {
+    return false;
+  }
+  auto at = static_cast<off_t>(offset);
+  while (!data.empty()) {
+    ssize_t put = pwrite(fd.get(), data.data(), data.size(), at);
+    if (put < 0 && errno == EINTR) continue;
+    if (put <= 0) return false;
+    data.remove_prefix(static_cast<size_t>(put));
+    at += put;
+  }
+  if (fdatasync(fd.get()) != 0) return false;
+  return place->exists || SyncDirectory(directory);
+}
+
 bool DataRoot::WriteFileAtomic(std::string_view stored_path, std::string_view contents) const {
   return WriteFileAtomicFromPieces(stored_path, std::span<const std::string_view>(&contents, 1));
 }

@@ -659,6 +659,27 @@ ReadStatus DataRoot::ReadWholeFile(std::string_view stored_path, std::string& co
   }
 }
 
+// The file is opened for every write and closed again, so no handle of ours
+// stands in the way of another program; FlushFileBuffers covers the new
+// size as well as the bytes.
+bool DataRoot::WriteFileTail(std::string_view stored_path, uint64_t offset, std::string_view data) const {
+  if (IsReadOnly()) return false;
+  auto place = Locate(native_root_, stored_path, Goal::kEntry, true);
+  if (!place || !place->IsEntry() || place->IsDirectory()) return false;
+  NTSTATUS status;
+  Handle file = OpenAt(place->directory.get(), place->name, GENERIC_READ | GENERIC_WRITE, kShareAll, FILE_OPEN_IF,
+                       FILE_NON_DIRECTORY_FILE | FILE_OPEN_REPARSE_POINT | FILE_WRITE_THROUGH, status);
+  LARGE_INTEGER size;
+  if (!file.valid() || !GetFileSizeEx(file.get(), &size) || static_cast<uint64_t>(size.QuadPart) < offset) {
+    return false;
+  }
+  LARGE_INTEGER at;
+  at.QuadPart = static_cast<LONGLONG>(offset);
+  if (!SetFilePointerEx(file.get(), at, nullptr, FILE_BEGIN)) return false;
+  if (static_cast<uint64_t>(size.QuadPart) != offset && !SetEndOfFile(file.get())) return false;
+  return WriteAll(file.get(), data) && FlushFileBuffers(file.get());
+}
+
 bool DataRoot::WriteFileAtomic(std::string_view stored_path, std::string_view contents) const {
   return WriteFileAtomicFromPieces(stored_path, std::span<const std::string_view>(&contents, 1));
 }

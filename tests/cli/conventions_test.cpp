@@ -307,6 +307,18 @@ TEST_F(ConventionsTest, CheckNamesADamagedDocumentBehindANodeByFileAndLine) {
   EXPECT_EQ(temp_.Read(book), damaged);
 }
 
+// A journal that does not apply to its document is named, and left as it is.
+TEST_F(ConventionsTest, CheckNamesAJournalThatDoesNotApply) {
+  const std::string journal = "addressbook/Friends/index.xml-journal";
+  temp_.Write(journal, "zds-journal 1 12 00000000\n");
+  const auto before = Snapshot(temp_.dir());
+  ProgramResult check = Zds({"check"});
+  EXPECT_EQ(check.exit_code, 1);
+  EXPECT_NE(check.out.find("index.xml-journal: the journal belongs to another version"), std::string::npos)
+      << check.out;
+  EXPECT_TRUE(Snapshot(temp_.dir()) == before);
+}
+
 // Each command's bad calls: one line, the exit status, and no file changed.
 TEST_F(ConventionsTest, BadCallsGetOneLineAndChangeNoFile) {
   const std::string missing_pos = "kov:/Velmora/0008/0001/0099";

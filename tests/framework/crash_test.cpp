@@ -71,15 +71,25 @@ void ApplyReported(const std::string& output, Records& records, size_t& reported
   return ::testing::AssertionFailure() << differences << " records differ from the reported edits";
 }
 
-TEST(CrashTest, KilledWhileSavingLosesNoReportedEditAndLeavesNoTemporary) {
-  test::TempRoot temp;
-  {
-    NoteDoc doc;
-    doc.SetDataRoot(temp.root());
-    ASSERT_EQ(OpenVFDLDoc(doc, "\\crash.xml", ""), OpenResult::kCreated);
-    for (int i = 0; i < 2000; ++i) ASSERT_NE(doc.AddRec(kFolder, MakeNote("start", "s" + std::to_string(i)), false), "");
-    ASSERT_TRUE(doc.SaveXMLDoc());
+// A document of 2000 records; with `padding`, large enough for a journal.
+void MakeCrashDocument(const test::TempRoot& temp, size_t padding) {
+  NoteDoc doc;
+  doc.SetDataRoot(temp.root());
+  ASSERT_EQ(OpenVFDLDoc(doc, "\\crash.xml", ""), OpenResult::kCreated);
+  for (int i = 0; i < 2000; ++i) {
+    ASSERT_NE(doc.AddRec(kFolder, MakeNote("start", "s" + std::to_string(i) + std::string(padding, 'p')), false), "");
   }
+  ASSERT_TRUE(doc.SaveXMLDoc());
+  ASSERT_EQ(temp.Read("crash.xml").size() >= CXMLDoc::kJournalThreshold, padding > 0);
+}
+
+class CrashTest : public ::testing::TestWithParam<size_t> {};
+INSTANTIATE_TEST_SUITE_P(WholeAndJournalled, CrashTest, ::testing::Values(size_t{0}, size_t{150}));
+
+TEST_P(CrashTest, KilledWhileSavingLosesNoReportedEditAndLeavesNoTemporary) {
+  test::TempRoot temp;
+  MakeCrashDocument(temp, GetParam());
+  if (HasFatalFailure()) return;
   auto model = LoadRecords(temp);
   ASSERT_TRUE(model);
   std::mt19937 random(20240611);
@@ -110,7 +120,10 @@ TEST(CrashTest, KilledWhileSavingLosesNoReportedEditAndLeavesNoTemporary) {
     auto disk = LoadRecords(temp);
     ASSERT_TRUE(disk) << "round " << rounds << ": the document no longer loads";
     ASSERT_TRUE(HoldsReportedEdits(*model, *disk)) << "round " << rounds;
-    ASSERT_EQ(temp.Files(), (std::vector<std::string>{"out.txt", "root/crash.xml"})) << "round " << rounds;
+    std::vector<std::string> files = temp.Files();
+    std::erase(files, "root/crash.xml-journal");
+    ASSERT_EQ(files, (std::vector<std::string>{"out.txt", "root/crash.xml"})) << "round " << rounds;
+    ZDS_EXPECT_XMLLINT_ACCEPTS(temp.Read("crash.xml"));
     *model = std::move(*disk);
   }
   EXPECT_GT(reported, static_cast<size_t>(rounds)) << "too few edits were reported for the kills to land in saves";
@@ -121,15 +134,10 @@ TEST(CrashTest, KilledWhileSavingLosesNoReportedEditAndLeavesNoTemporary) {
 // one may die holding the lock (mid-save), and the other, or the next
 // round's, must still get it; each catches up with the other's saves by
 // reloading; neither loses what the other reported.
-TEST(CrashTest, EditorsSideBySideKilledAtRandomLoseNothingAndNeverWaitForTheDead) {
+TEST_P(CrashTest, EditorsSideBySideKilledAtRandomLoseNothingAndNeverWaitForTheDead) {
   test::TempRoot temp;
-  {
-    NoteDoc doc;
-    doc.SetDataRoot(temp.root());
-    ASSERT_EQ(OpenVFDLDoc(doc, "\\crash.xml", ""), OpenResult::kCreated);
-    for (int i = 0; i < 1000; ++i) ASSERT_NE(doc.AddRec(kFolder, MakeNote("start", "s" + std::to_string(i)), false), "");
-    ASSERT_TRUE(doc.SaveXMLDoc());
-  }
+  MakeCrashDocument(temp, GetParam());
+  if (HasFatalFailure()) return;
   auto model = LoadRecords(temp);
   ASSERT_TRUE(model);
   std::mt19937 random(20261124);
@@ -174,7 +182,7 @@ TEST(CrashTest, EditorsSideBySideKilledAtRandomLoseNothingAndNeverWaitForTheDead
 
 // What a crash leaves beside a document goes when it is opened, whether
 // the document is there or not.
-TEST(CrashTest, OpeningRemovesTheTemporariesACrashLeft) {
+TEST(CrashLeftoversTest, OpeningRemovesTheTemporariesACrashLeft) {
   for (bool existing : {true, false}) {
     test::TempRoot temp;
     if (existing) temp.Write("notes.xml", std::string(test::kNoteTemplate));

@@ -205,6 +205,27 @@ TEST_F(DataRootTest, PiecesLandInOrder) {
   EXPECT_EQ(temp_.Read("many.xml"), expected);
 }
 
+// A tail write cuts what lies past its offset first (a torn append's
+// leftovers) and never writes past the end it found.
+TEST_F(DataRootTest, TailWritesCutAtTheirOffsetAndNeverLeaveAGap) {
+  struct Step {
+    uint64_t offset;
+    std::string_view data;
+    bool ok;
+    std::string_view after;
+  } steps[] = {{0, "head\n", true, "head\n"},      {5, "one\n", true, "head\none\n"},
+               {5, "two", true, "head\ntwo"},      {20, "gap", false, "head\ntwo"},
+               {0, "", true, ""}};
+  for (const Step& step : steps) {
+    EXPECT_EQ(root_.WriteFileTail("\\j.xml-journal", step.offset, step.data), step.ok) << step.data;
+    EXPECT_EQ(temp_.Read("j.xml-journal"), step.after) << step.data;
+  }
+  fs::create_directory(temp_.dir() / "dir");
+  EXPECT_FALSE(root_.WriteFileTail("\\dir", 0, "x"));
+  EXPECT_FALSE(DataRoot(temp_.dir().string(), platform::RootAccess::kReadOnly).WriteFileTail("\\j.xml-journal", 0, "x"));
+  EXPECT_EQ(temp_.Read("j.xml-journal"), "");
+}
+
 TEST_F(DataRootTest, CreatesDirectoriesThroughCaseVariants) {
   fs::create_directory(temp_.dir() / "calendar");
   EXPECT_TRUE(root_.CreateDirectories("\\Calendar\\2005\\05"));

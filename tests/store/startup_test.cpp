@@ -10,6 +10,7 @@
 
 #include "support/temp_root.h"
 #include "zds/store/zds.h"
+#include "zds/timers/timer_doc.h"
 
 namespace zds {
 namespace {
@@ -208,6 +209,18 @@ TEST(StartupOrderTest, TheDestructorClosesEveryDocumentAndTheOneInstance) {
   facade.reset();
   EXPECT_EQ(CZDS::Getthis(), nullptr);
   EXPECT_FALSE(platform::PostWindowMessage(info, WM_ZDS_CHANGED, 0, 0)) << "the information window went with it";
+}
+
+// What other programs read straight from disk never hides edits in a journal.
+TEST(StartupOrderTest, DocumentsOtherProgramsReadAreAlwaysWrittenWhole) {
+  TempRoot temp;
+  CZDS facade;
+  facade.SetDataRoot(temp.root());
+  ASSERT_TRUE(facade.InitZDS());
+  EXPECT_FALSE(facade.GetMonitorDoc()->GetJournalAllowed());
+  EXPECT_FALSE(facade.GetATimerIndexDoc()->GetJournalAllowed());
+  EXPECT_FALSE(CATimerDoc().GetJournalAllowed());
+  EXPECT_TRUE(facade.GetAIDLDoc()->GetJournalAllowed() && facade.GetNoteDoc()->GetJournalAllowed());
 }
 
 }  // namespace

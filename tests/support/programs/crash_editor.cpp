@@ -1,7 +1,8 @@
 // The child of the crash test: edits one note document with auto-save on,
 // for ever, and reports each edit once it has returned (and so been saved)
-// with one flushed line: "A pos note", "U pos note" or "D pos". The parent
-// kills it at a moment of its choosing.
+// with one flushed line: "A pos note", "U pos note" or "D pos". Every
+// fourth edit it asks for a checkpoint, which a large document's journal
+// makes worth killing in too. The parent kills it at a moment of its choosing.
 //
 // With a TAG, other editors work on the same document at the same time:
 // this one touches only the records whose alias begins with its tag, and
@@ -53,6 +54,7 @@ int main(int argc, char** argv) {
   const std::string seed = argv[2];
   std::mt19937 random(static_cast<unsigned>(std::stoul(seed)));
   for (unsigned edit = 0;; ++edit) {
+    if (edit % 4 == 3) (void)doc.Checkpoint();  // refused when stale: the next edit catches up
     const std::string note = "n" + seed + "-" + std::to_string(edit);
     const unsigned pick = random() % 4;
     if (pick == 0 || records.empty()) {
