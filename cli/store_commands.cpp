@@ -2,6 +2,8 @@
 // path or position (ls, show), the integrity check (check), and the
 // completion script.
 
+#include <algorithm>
+#include <optional>
 #include <vector>
 
 #include "cli/command_text.h"
@@ -119,6 +121,18 @@ size_t WalkStore(CZDS& facade, const Visit& visit) {
   return opened;
 }
 
+// A stored file as it stands on disk below the root ("\favorites\index.xml"
+// is "/Favorites/index.xml" on a case-sensitive file system), "/" between
+// components, so that a person can open what the line names.
+std::string ShownFile(const platform::DataRoot& root, const std::string& stored) {
+  const std::optional<std::string> native = root.Resolve(stored);
+  if (!native || !native->starts_with(root.NativeRoot())) return ShownPos(stored);
+  std::string shown = native->substr(root.NativeRoot().size());
+  std::replace(shown.begin(), shown.end(), '\\', '/');
+  if (!shown.starts_with('/')) shown.insert(shown.begin(), '/');
+  return shown;
+}
+
 int Init(Call& call) {
   return RunEdit(call, [&call](CZDS& facade) {
     Listing tree(call, {"position", "kind", "path"});
@@ -143,7 +157,9 @@ int Init(Call& call) {
     // What each start-up step opened, for support (one JSON document holds only the tree).
     if (!call.json()) {
       Listing steps(call, {"step", "file"});
-      for (const CZDS::StartupDoc& doc : opened) steps.Row({std::string(doc.step), ShownPos(doc.path)});
+      for (const CZDS::StartupDoc& doc : opened) {
+        steps.Row({std::string(doc.step), ShownFile(*facade.GetDataRoot(), doc.path)});
+      }
       steps.Finish();
     }
     return status;
