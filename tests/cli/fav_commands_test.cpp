@@ -7,21 +7,15 @@
 #include <string>
 #include <vector>
 
+#include "cli/fresh_store_test.h"
 #include "support/program.h"
 #include "support/temp_root.h"
 
 namespace zds {
 namespace {
 
-class FavCommandsTest : public ::testing::Test {
+class FavCommandsTest : public test::FreshStoreTest {
  protected:
-  void SetUp() override { ASSERT_EQ(Zds({"init"}).exit_code, 0); }
-  test::ProgramResult Zds(const std::vector<std::string>& args) const { return test::RunZds(temp_.dir(), args); }
-  std::string Out(const std::vector<std::string>& args) const {
-    test::ProgramResult result = Zds(args);
-    EXPECT_EQ(result.exit_code, 0) << args[0] << " " << args[1] << ": " << result.err;
-    return result.out;
-  }
   // A folder's lines without their times: the position's id, kind, title, url.
   std::string Listed(const std::string& path) const {
     std::istringstream lines(Out({"fav", "ls", path}));
@@ -34,8 +28,6 @@ class FavCommandsTest : public ::testing::Test {
     }
     return out;
   }
-
-  test::TempRoot temp_;
 };
 
 TEST_F(FavCommandsTest, LinksAndFoldersGoOutAsABookmarkFileAndComeBackIntoAnotherFolder) {

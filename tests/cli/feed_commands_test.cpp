@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/fresh_store_test.h"
 #include "support/program.h"
 #include "support/temp_root.h"
 
@@ -39,20 +40,8 @@ const char kAtom[] = R"(<?xml version="1.0" encoding="utf-8"?>
 </feed>
 )";
 
-class FeedCommandsTest : public ::testing::Test {
+class FeedCommandsTest : public test::FreshStoreTest {
  protected:
-  void SetUp() override { ASSERT_EQ(Zds({"init"}).exit_code, 0); }
-  test::ProgramResult Zds(const std::vector<std::string>& args) const { return test::RunZds(temp_.dir(), args); }
-  std::string Out(const std::vector<std::string>& args) const {
-    test::ProgramResult result = Zds(args);
-    EXPECT_EQ(result.exit_code, 0) << args[0] << " " << args[1] << ": " << result.err;
-    return result.out;
-  }
-  // A file beside the data root, by its native name.
-  std::string File(const std::string& name, const std::string& text) const {
-    test::WriteNative(temp_.top() / name, text);
-    return (temp_.top() / name).string();
-  }
   // "POSITION\tADDED\tUPDATED" of an import, split.
   std::vector<std::string> Import(const std::string& file) const {
     std::string out = Out({"feed", "import", file});
@@ -64,8 +53,6 @@ class FeedCommandsTest : public ::testing::Test {
     }
     return fields;
   }
-
-  test::TempRoot temp_;
 };
 
 #ifdef ZDS_HAVE_EXPAT

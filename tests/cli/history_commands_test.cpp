@@ -8,28 +8,20 @@
 #include <vector>
 
 #include "cli/history_testing.h"
+#include "cli/fresh_store_test.h"
 #include "support/program.h"
 #include "support/temp_root.h"
 
 namespace zds {
 namespace {
 
-class HistoryCommandsTest : public ::testing::Test {
+class HistoryCommandsTest : public test::FreshStoreTest {
  protected:
-  void SetUp() override { ASSERT_EQ(Zds({"init"}).exit_code, 0); }
-  test::ProgramResult Zds(const std::vector<std::string>& args) const { return test::RunZds(temp_.dir(), args); }
-  std::string Out(const std::vector<std::string>& args) const {
-    test::ProgramResult result = Zds(args);
-    EXPECT_EQ(result.exit_code, 0) << args[0] << " " << args[1] << ": " << result.err;
-    return result.out;
-  }
   std::string Log(const std::string& provider, const std::string& channel, const std::string& type) const {
     std::string pos = Out({"chat", "log", "--provider", provider, "--channel", channel, "--type", type, "--start",
                            "2026-11-25 10:00", "--end", "2026-11-25 11:30", "--abstract", "plans"});
     return pos.empty() ? pos : pos.substr(0, pos.size() - 1);
   }
-
-  test::TempRoot temp_;
 };
 
 TEST_F(HistoryCommandsTest, ConversationsAreLoggedPerServiceAndListed) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/fresh_store_test.h"
 #include "support/program.h"
 #include "support/temp_root.h"
 
@@ -47,18 +48,7 @@ const std::string kMbox =
     "--b--\n"
     "\n";
 
-class MailCommandsTest : public ::testing::Test {
- protected:
-  void SetUp() override { ASSERT_EQ(Zds({"init"}).exit_code, 0); }
-  test::ProgramResult Zds(const std::vector<std::string>& args) const { return test::RunZds(temp_.dir(), args); }
-  std::string Out(const std::vector<std::string>& args) const {
-    test::ProgramResult result = Zds(args);
-    EXPECT_EQ(result.exit_code, 0) << args[0] << " " << args[1] << ": " << result.err;
-    return result.out;
-  }
-
-  test::TempRoot temp_;
-};
+using MailCommandsTest = test::FreshStoreTest;
 
 TEST_F(MailCommandsTest, AnMboxGoesInIsListedFoundReadAndComesBackOut) {
   std::string account = Out({"account", "add", "Home", "--kind", "popmail"});

@@ -7,25 +7,16 @@
 #include <string>
 #include <vector>
 
+#include "cli/fresh_store_test.h"
 #include "support/program.h"
 #include "support/temp_root.h"
 
 namespace zds {
 namespace {
 
-class NoteCommandsTest : public ::testing::Test {
+class NoteCommandsTest : public test::FreshStoreTest {
  protected:
-  void SetUp() override { ASSERT_EQ(Zds({"init"}).exit_code, 0); }
-  test::ProgramResult Zds(const std::vector<std::string>& args) const { return test::RunZds(temp_.dir(), args); }
-  // Standard output of a call that must succeed.
-  std::string Out(const std::vector<std::string>& args) const {
-    test::ProgramResult result = Zds(args);
-    EXPECT_EQ(result.exit_code, 0) << args[0] << " " << args[1] << ": " << result.err;
-    return result.out;
-  }
   std::string Due() const { return Out({"timers", "due", "2031-01-01", "2031-12-31"}); }
-
-  test::TempRoot temp_;
 };
 
 TEST_F(NoteCommandsTest, TheReminderFollowsTheNoteThroughEveryChange) {
