@@ -1,6 +1,6 @@
 #include "zds/feeds/channel_doc.h"
 
-#include "zds/store/zds.h"
+#include "zds/store/reminders.h"
 
 namespace zds {
 
@@ -26,16 +26,9 @@ CATimerRec CWSChannelDoc::MakeReminder(const CWSChannelExtendRec& item, std::str
   return timer;
 }
 
-// A timer that has gone (deleted by hand, its month file lost) is made
-// anew, so that the reminder stays a reminder.
 std::string CWSChannelDoc::SaveReminder(const CWSChannelExtendRec& item, std::string_view item_pos,
                                         std::string_view timer_pos) {
-  CZDS* facade = CZDS::Getthis();
-  if (facade == nullptr) return {};
-  if (const CATimerRec* current = facade->GetTimerRec(timer_pos)) {
-    return facade->SaveTimer(std::string(timer_pos), MakeReminder(item, item_pos, current));
-  }
-  return facade->SaveTimer("", MakeReminder(item, item_pos));
+  return reminders::Save(timer_pos, [&](const CATimerRec* current) { return MakeReminder(item, item_pos, current); });
 }
 
 std::string CWSChannelDoc::AddRec(std::string_view parent_pos, const CVFDLRec& rec, bool flag) {
@@ -45,10 +38,7 @@ std::string CWSChannelDoc::AddRec(std::string_view parent_pos, const CVFDLRec& r
   const std::string pos = GetPosPrefix() + '\\' + GetLocalID(GetNewID());  // what kNumbersNewRecs gives it
   added.GetExtendRec().timer_id = SaveReminder(added.GetExtendRec(), pos, "");
   std::string added_pos = CVFDLFamily::AddRec(parent_pos, added, flag);
-  CZDS* facade = CZDS::Getthis();
-  if (added_pos.empty() && facade != nullptr && !added.GetExtendRec().timer_id.empty()) {
-    static_cast<void>(facade->DelTimer(added.GetExtendRec().timer_id, false));  // no item owns it
-  }
+  if (added_pos.empty() && !added.GetExtendRec().timer_id.empty()) reminders::Drop(added.GetExtendRec().timer_id);
   return added_pos;
 }
 
@@ -59,23 +49,15 @@ bool CWSChannelDoc::UpdateRec(std::string_view pos, const CVFDLRec& rec, bool fl
   const CWSChannelExtendRec& before = stored->GetExtendRec();
   CWSChannelRec updated(*item);
   CWSChannelExtendRec& after = updated.GetExtendRec();
-  if (after.has_timer) {
-    const std::string saved = SaveReminder(after, stored->GetPos(), before.has_timer ? before.timer_id : "");
-    after.timer_id = saved.empty() && before.has_timer ? before.timer_id : saved;
-  } else {
-    CZDS* facade = CZDS::Getthis();
-    if (before.has_timer && facade != nullptr) static_cast<void>(facade->DelTimer(before.timer_id, false));
-    after.timer_id.clear();
-  }
+  after.timer_id = reminders::Update(before, after, [&](const std::string& old_id) {
+    return SaveReminder(after, stored->GetPos(), old_id);
+  });
   return CVFDLFamily::UpdateRec(pos, updated, flag);
 }
 
 bool CWSChannelDoc::DelRec(std::string_view pos) {
   const CWSChannelRec* stored = GetRec(pos);
-  CZDS* facade = CZDS::Getthis();
-  if (stored != nullptr && stored->GetExtendRec().has_timer && facade != nullptr) {
-    static_cast<void>(facade->DelTimer(stored->GetExtendRec().timer_id, false));
-  }
+  if (stored != nullptr && stored->GetExtendRec().has_timer) reminders::Drop(stored->GetExtendRec().timer_id);
   return CVFDLFamily::DelRec(pos);
 }
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "zds/store/zds.h"
+#include "zds/store/reminders.h"
 
 namespace zds {
 namespace {
@@ -28,16 +28,9 @@ CATimerRec CANoteDoc::MakeReminder(const CANoteExtendRec& note, std::string_view
   return timer;
 }
 
-// A timer that has gone (deleted by hand, its month file lost) is made
-// anew, so that the note's reminder stays a reminder.
 std::string CANoteDoc::SaveReminder(const CANoteExtendRec& note, std::string_view note_pos,
                                     std::string_view timer_pos) {
-  CZDS* facade = CZDS::Getthis();
-  if (facade == nullptr) return {};
-  if (const CATimerRec* current = facade->GetTimerRec(timer_pos)) {
-    return facade->SaveTimer(std::string(timer_pos), MakeReminder(note, note_pos, current));
-  }
-  return facade->SaveTimer("", MakeReminder(note, note_pos));
+  return reminders::Save(timer_pos, [&](const CATimerRec* current) { return MakeReminder(note, note_pos, current); });
 }
 
 std::string CANoteDoc::AddRec(std::string_view parent_pos, const CVFDLRec& rec, bool flag) {
@@ -47,10 +40,7 @@ std::string CANoteDoc::AddRec(std::string_view parent_pos, const CVFDLRec& rec, 
   const std::string pos = GetPosPrefix() + '\\' + GetLocalID(GetNewID());  // what kNumbersNewRecs gives it
   added.GetExtendRec().timer_id = SaveReminder(added.GetExtendRec(), pos, "");
   std::string added_pos = CVFDLFamily::AddRec(parent_pos, added, flag);
-  CZDS* facade = CZDS::Getthis();
-  if (added_pos.empty() && facade != nullptr && !added.GetExtendRec().timer_id.empty()) {
-    static_cast<void>(facade->DelTimer(added.GetExtendRec().timer_id, false));  // no note owns it
-  }
+  if (added_pos.empty() && !added.GetExtendRec().timer_id.empty()) reminders::Drop(added.GetExtendRec().timer_id);
   return added_pos;
 }
 
@@ -61,28 +51,16 @@ bool CANoteDoc::UpdateRec(std::string_view pos, const CVFDLRec& rec, bool flag) 
   const CANoteExtendRec& before = stored->GetExtendRec();
   CANoteRec updated(*note);
   CANoteExtendRec& after = updated.GetExtendRec();
-  CZDS* facade = CZDS::Getthis();
-  if (before.has_timer && after.has_timer) {
-    std::string saved = SaveReminder(after, stored->GetPos(), before.timer_id);
-    after.timer_id = saved.empty() ? before.timer_id : saved;
-  } else if (before.has_timer) {
-    if (facade != nullptr) static_cast<void>(facade->DelTimer(before.timer_id, false));
-    after.timer_id.clear();
-  } else if (after.has_timer) {
-    after.timer_id = SaveReminder(after, stored->GetPos(), "");
-  } else {
-    after.timer_id.clear();
-  }
+  after.timer_id = reminders::Update(before, after, [&](const std::string& old_id) {
+    return SaveReminder(after, stored->GetPos(), old_id);
+  });
   return CVFDLFamily::UpdateRec(pos, updated, flag);
 }
 
 bool CANoteDoc::DelRec(std::string_view pos) {
   const CANoteRec* stored = GetRec(pos);
   if (stored == nullptr) return CVFDLFamily::DelRec(pos);
-  CZDS* facade = CZDS::Getthis();
-  if (stored->GetExtendRec().has_timer && facade != nullptr) {
-    static_cast<void>(facade->DelTimer(stored->GetExtendRec().timer_id, false));
-  }
+  if (stored->GetExtendRec().has_timer) reminders::Drop(stored->GetExtendRec().timer_id);
   // The text goes after the note: a delete that fails keeps both.
   const std::string text_path = GetTextPath(pos);
   if (!CVFDLFamily::DelRec(pos)) return false;
