@@ -32,7 +32,7 @@ std::string DeepDocument() {
   const int per_side = kRecords / kLevels / 2;
   int id = 0;
   auto next_id = [&id] {
-    char text[8];
+    char text[12];  // room for any int, though ids stay at four digits
     std::snprintf(text, sizeof text, "%04d", ++id);
     return std::string(text);
   };
