@@ -66,6 +66,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -111,6 +112,27 @@ class FileLock {
   explicit FileLock(intptr_t handle) : handle_(handle) {}
   void Release();
   intptr_t handle_ = kNoHandle;  // a descriptor, or a HANDLE
+};
+
+// Many new files written into one directory, not yet durable (one
+// FlushWrittenFiles makes them all so): a mail import's message bodies.
+// The directory is found and its names listed once, when the writer is
+// made, instead of at every file, and a name not there then (in any letter
+// case) is created in place, exclusively, never over anything: so a file
+// costs about what creating it costs, and a crash may leave it partly
+// written under its name. That suits files nothing names until the
+// caller's next step (the import's index, saved after the flush), whose
+// leftovers the caller knows to remove. A name that stood there, or one
+// written twice, is replaced atomically as WriteFileAtomicUnflushed does
+// (case variant, link and all). A case variant another program makes
+// meanwhile is not seen: the writer is for directories the store itself
+// fills, under the lock of what names their files.
+class NewFileWriter {
+ public:
+  virtual ~NewFileWriter() = default;
+  // `name` is one component of a stored path; false when it is refused or
+  // the write fails.
+  virtual bool Write(std::string_view name, std::string_view contents) = 0;
 };
 
 class DataRoot {
@@ -159,6 +181,10 @@ class DataRoot {
   // durable at a fraction of the cost of flushing each.
   bool WriteFileAtomicUnflushed(std::string_view stored_path, std::string_view contents) const;
   bool FlushWrittenFiles() const;
+  // A writer of new files into the directory at the stored path, made with
+  // its parents when missing; null when the path is refused, the root is
+  // read-only or the directory cannot be made or listed.
+  std::unique_ptr<NewFileWriter> OpenNewFileWriter(std::string_view stored_directory) const;
   // Creates the directory and any missing parents up to and including the
   // root itself (never above it); true when it exists afterwards.
   bool CreateDirectories(std::string_view stored_path) const;

@@ -24,6 +24,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -144,6 +145,22 @@ std::string FindCaseVariant(int directory, std::string_view name) {
     if (SameIgnoringAsciiCase(candidate, name) && (best.empty() || candidate < best)) best = candidate;
   }
   return best;
+}
+
+// Every name in the directory, in lower case; nullopt when it cannot be
+// listed.
+std::optional<std::unordered_set<std::string>> FoldedNames(int directory) {
+  Descriptor listing(OpenAt(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!listing.valid()) return std::nullopt;
+  DIR* opened = fdopendir(listing.get());
+  if (opened == nullptr) return std::nullopt;
+  listing.Release();
+  std::unique_ptr<DIR, int (*)(DIR*)> stream(opened, closedir);
+  std::unordered_set<std::string> names;
+  errno = 0;
+  while (const dirent* entry = readdir(stream.get())) names.insert(AsciiLowerCase(entry->d_name));
+  if (errno != 0) return std::nullopt;
+  return names;
 }
 
 // "/a/./b/" -> {"a", "b"}.
@@ -487,6 +504,45 @@ bool ReplaceAtomically(const Place& target, std::span<const std::string_view> pi
   return !flush || SyncDirectory(directory);
 }
 
+// Made in place: the file's name is its only one, so a failed write takes
+// the name away again.
+bool CreateExclusively(int directory, const std::string& name, std::string_view contents, bool& existed) {
+  Descriptor fd(OpenAt(directory, name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+  existed = !fd.valid() && errno == EEXIST;
+  if (!fd.valid()) return false;
+  if (WriteAllPieces(fd.get(), std::span<const std::string_view>(&contents, 1)) && fd.Close()) return true;
+  UnlinkAt(directory, name);
+  return false;
+}
+
+// The directory stays open, so the path is walked once; a name is new when
+// no name of the listing, nor one written since, folds to it.
+class PosixNewFileWriter final : public NewFileWriter {
+ public:
+  PosixNewFileWriter(const DataRoot& root, std::string directory, Descriptor handle,
+                     std::unordered_set<std::string> names)
+      : root_(root), directory_(std::move(directory)), handle_(std::move(handle)), names_(std::move(names)) {}
+
+  bool Write(std::string_view name, std::string_view contents) override {
+    try {
+      const auto components = SplitStoredPath(name);
+      if (!components || components->size() != 1 || name.front() == '\\') return false;
+      auto [folded, is_new] = names_.insert(AsciiLowerCase(name));
+      bool existed = false;
+      if (is_new && CreateExclusively(handle_.get(), std::string(name), contents, existed)) return true;
+      return (!is_new || existed) && root_.WriteFileAtomicUnflushed(JoinStoredPath(directory_, name), contents);
+    } catch (const std::bad_alloc&) {
+      return false;
+    }
+  }
+
+ private:
+  const DataRoot& root_;
+  std::string directory_;
+  Descriptor handle_;
+  std::unordered_set<std::string> names_;
+};
+
 // A temporary no writer holds: the lock is free, and the name still
 // belongs to the file locked (a writer may have renamed it over its
 // target since the directory was read).
@@ -662,6 +718,20 @@ bool DataRoot::FlushWrittenFiles() const {
   sync();
   return true;
 #endif
+}
+
+std::unique_ptr<NewFileWriter> DataRoot::OpenNewFileWriter(std::string_view stored_directory) const {
+  if (IsReadOnly() || !CreateDirectories(stored_directory)) return nullptr;
+  try {
+    auto place = Locate(native_root_, stored_directory, Goal::kMakeDirectory);
+    if (!place || !place->Is(S_IFDIR) || !place->name.empty()) return nullptr;
+    auto names = FoldedNames(place->directory.get());
+    if (!names) return nullptr;
+    return std::make_unique<PosixNewFileWriter>(*this, std::string(stored_directory), std::move(place->directory),
+                                                std::move(*names));
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
 }
 
 // The root itself is made by its name, the one path this class hands the

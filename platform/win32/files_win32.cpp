@@ -703,6 +703,32 @@ bool DataRoot::WriteFileAtomicUnflushed(std::string_view stored_path, std::strin
 
 bool DataRoot::FlushWrittenFiles() const { return !native_root_.empty(); }
 
+namespace {
+
+// Windows matches names without regard to case itself, so nothing is
+// listed: each file is written the general way.
+class Win32NewFileWriter final : public NewFileWriter {
+ public:
+  Win32NewFileWriter(const DataRoot& root, std::string directory) : root_(root), directory_(std::move(directory)) {}
+
+  bool Write(std::string_view name, std::string_view contents) override {
+    const auto components = SplitStoredPath(name);
+    if (!components || components->size() != 1 || name.front() == '\\') return false;
+    return root_.WriteFileAtomicUnflushed(JoinStoredPath(directory_, name), contents);
+  }
+
+ private:
+  const DataRoot& root_;
+  std::string directory_;
+};
+
+}  // namespace
+
+std::unique_ptr<NewFileWriter> DataRoot::OpenNewFileWriter(std::string_view stored_directory) const {
+  if (IsReadOnly() || !CreateDirectories(stored_directory)) return nullptr;
+  return std::make_unique<Win32NewFileWriter>(*this, std::string(stored_directory));
+}
+
 // The root itself is made by its name, the one path this class hands the
 // system; everything below it relative to the handles.
 bool DataRoot::CreateDirectories(std::string_view stored_path) const {

@@ -247,6 +247,39 @@ TEST_F(DataRootTest, MoveNeverReplacesAndDeleteRemovesOnlyFiles) {
 
 // Temporaries of atomic saves: a crash leaves them, they never block a
 // later save, and cleanup takes exactly the abandoned ones of one file.
+// New names are made in place; names there before (in any case), names
+// written twice and names made behind the writer's back are replaced, so
+// no write is ever lost or doubled in two spellings.
+TEST_F(DataRootTest, NewFileWriterMakesNewNamesAndReplacesTheRest) {
+  temp_.Write("mail/a/0001.EML", "old");
+  auto writer = root_.OpenNewFileWriter("\\Mail\\a");
+  ASSERT_TRUE(writer);
+  temp_.Write("mail/a/0003.eml", "made meanwhile");
+  for (const std::string name : {"0001.eml", "0002.eml", "0002.eml", "0003.eml"}) {
+    SCOPED_TRACE(name);
+    const std::string text = "new " + name + " " + std::to_string(Entries("mail/a").size());
+    ASSERT_TRUE(writer->Write(name, text));
+    std::string read;
+    EXPECT_EQ(root_.ReadWholeFile("\\mail\\a\\" + name, read), ReadStatus::kRead);
+    EXPECT_EQ(read, text);
+  }
+  if (test::IgnoresLetterCase(top_)) {
+    EXPECT_EQ(Entries("mail/a").size(), 3u);
+  } else {
+    EXPECT_EQ(Entries("mail/a"), (Names{"0001.EML", "0002.eml", "0003.eml"}));
+  }
+  EXPECT_TRUE(root_.FlushWrittenFiles());
+
+  for (const char* refused : {"", "\\x", "a\\b", "..", "a/b"}) {
+    SCOPED_TRACE(refused);
+    EXPECT_FALSE(writer->Write(refused, "lost"));
+  }
+  EXPECT_EQ(test::Entries(top_), (Names{"root"}));
+  EXPECT_FALSE(root_.OpenNewFileWriter("\\..\\out"));
+  EXPECT_FALSE(DataRoot(root_.NativeRoot(), RootAccess::kReadOnly).OpenNewFileWriter("\\mail\\b"));
+  EXPECT_FALSE(temp_.Exists("mail/b"));
+}
+
 TEST(TemporaryNameTest, NamesCarryTheFileAndSixteenRandomDigits) {
   EXPECT_EQ(TemporaryNameFor("a.xml", 0x0123456789abcdefULL), "a.xml.tmp-0123456789abcdef");
   const std::string long_name(250, 'n');
