@@ -137,7 +137,8 @@ bool CXMLDoc::SaveXMLDoc() {
   last_save_ = SaveStatus::kFailed;
   if (!root_ || file_path_.empty() || file_path_ == refused_path_) return false;
   PrepareToWrite(*root_, file_path_);
-  platform::FileLock lock = root_->AcquireLock(LockPathOf(file_path_));
+  platform::FileLock taken;
+  const platform::FileLock& lock = HeldOrTaken(taken);
   if (!lock.IsHeld()) return false;
   uint64_t counter = 0;
   if (!StillSynced(lock, counter)) return false;
@@ -203,7 +204,8 @@ bool CXMLDoc::CanJournal() const {
 bool CXMLDoc::AppendJournal(std::string_view payload) {
   last_save_ = SaveStatus::kFailed;
   if (!CanJournal()) return false;
-  platform::FileLock lock = root_->AcquireLock(LockPathOf(file_path_));
+  platform::FileLock taken;
+  const platform::FileLock& lock = HeldOrTaken(taken);
   if (!lock.IsHeld()) return false;
   uint64_t counter = 0;
   if (!StillSynced(lock, counter)) return false;
@@ -221,6 +223,36 @@ bool CXMLDoc::AppendJournal(std::string_view payload) {
   last_save_ = SaveStatus::kSaved;
   modified_ = false;
   return true;
+}
+
+const platform::FileLock& CXMLDoc::HeldOrTaken(platform::FileLock& taken) {
+  if (turn_lock_ != nullptr) return *turn_lock_;
+  taken = root_->AcquireLock(LockPathOf(file_path_));
+  return taken;
+}
+
+std::unique_ptr<CXMLDoc::WriterTurn> CXMLDoc::TakeWriterTurn() {
+  std::unique_ptr<WriterTurn> turn(new WriterTurn(*this));
+  if (turn_lock_ != nullptr) {
+    turn->synced_ = true;
+    return turn;
+  }
+  const SaveStatus last = last_save_;
+  last_save_ = SaveStatus::kFailed;
+  if (!root_ || file_path_.empty() || file_path_ == refused_path_) return turn;
+  PrepareToWrite(*root_, file_path_);
+  turn->lock_ = root_->AcquireLock(LockPathOf(file_path_));
+  uint64_t counter = 0;
+  if (!turn->lock_.IsHeld() || !StillSynced(turn->lock_, counter)) return turn;
+  last_save_ = last;  // nothing was saved: the last save's outcome stands
+  turn->synced_ = true;
+  turn->outer_ = true;
+  turn_lock_ = &turn->lock_;
+  return turn;
+}
+
+CXMLDoc::WriterTurn::~WriterTurn() {
+  if (outer_) doc_.turn_lock_ = nullptr;
 }
 
 bool CXMLDoc::CommitChange(bool save) {

@@ -120,6 +120,31 @@ class CXMLDoc : public CRTTIObject {
   // The bytes of the journal this document knows on disk (0 when none).
   uint64_t GetJournalSize() const { return synced_journal_.size; }
 
+  // One turn of this writer longer than one save: the file's lock is held
+  // until the turn goes, and the saves meanwhile use that hold instead of
+  // taking the lock again. For work whose steps no other writer may come
+  // between (a mail import writes message files named after the ids the
+  // index hands out, then saves the index). IsSynced is false when the lock
+  // could not be taken or the file changed since this document read it
+  // (GetLastSaveStatus then says which: Reload before trying again). A turn
+  // taken within a turn holds nothing of its own.
+  class WriterTurn {
+   public:
+    ~WriterTurn();
+    WriterTurn(const WriterTurn&) = delete;
+    WriterTurn& operator=(const WriterTurn&) = delete;
+    bool IsSynced() const { return synced_; }
+
+   private:
+    friend class CXMLDoc;
+    explicit WriterTurn(CXMLDoc& doc) : doc_(doc) {}
+    CXMLDoc& doc_;
+    platform::FileLock lock_;
+    bool synced_ = false;
+    bool outer_ = false;
+  };
+  [[nodiscard]] std::unique_ptr<WriterTurn> TakeWriterTurn();
+
   // The whole text: replacing it rebuilds the document, and fails (leaving
   // the document as it was) on text that does not parse.
   [[nodiscard]] virtual bool SetXml(std::string text) = 0;
@@ -195,6 +220,9 @@ class CXMLDoc : public CRTTIObject {
   LoadStep LoadOnce(std::string_view path, bool may_retry, OpenResult& result);
   // Under the lock: whether the files are still as this document knows them.
   bool StillSynced(const platform::FileLock& lock, uint64_t& counter);
+  // The lock of the writer's turn, or else `taken`, newly acquired.
+  const platform::FileLock& HeldOrTaken(platform::FileLock& taken);
+  const platform::FileLock* turn_lock_ = nullptr;
   bool auto_save_ = false;
   bool modified_ = false;
 };
