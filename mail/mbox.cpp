@@ -1,8 +1,9 @@
 #include "zds/mail/mbox.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <iterator>
 #include <istream>
+#include <memory>
 #include <ostream>
 #include <vector>
 
@@ -33,30 +34,47 @@ void Unquote(std::string_view text, std::string& out) {
   }
 }
 
+// The number `word` spells, digits only; -1 when it is none.
+int NumberOf(std::string_view word) {
+  if (word.empty() || word.size() > 6) return -1;
+  int number = 0;
+  for (char c : word) {
+    if (c < '0' || c > '9') return -1;
+    number = number * 10 + (c - '0');
+  }
+  return number;
+}
+
 // The time of delivery on a "From " line ("From a@b Tue Nov 24 12:00:00
-// 2026"), in the store's form; empty when there is none.
+// 2026"), in the store's form; empty when there is none. The words after
+// the month are a day, a clock with or without seconds, and a year.
 std::string DeliveryTime(std::string_view envelope) {
   static constexpr std::string_view kMonths[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                                  "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-  std::vector<std::string_view> words;
-  for (size_t at = 0; at < envelope.size();) {
+  std::string_view words[64];
+  size_t count = 0;
+  for (size_t at = 0; at < envelope.size() && count < std::size(words);) {
     const size_t end = std::min(envelope.find(' ', at), envelope.size());
-    if (end > at) words.push_back(envelope.substr(at, end - at));
+    if (end > at) words[count++] = envelope.substr(at, end - at);
     at = end + 1;
   }
-  for (size_t i = 0; i + 3 < words.size(); ++i) {
-    for (int month = 0; month < 12; ++month) {
-      if (words[i] != kMonths[month]) continue;
-      int day = 0, hour = 0, minute = 0, second = 0, year = 0;
-      const std::string clock(words[i + 2]);
-      const std::string tail(words[i + 1]);
-      if (std::sscanf(tail.c_str(), "%d", &day) != 1 ||
-          std::sscanf(clock.c_str(), "%d:%d:%d", &hour, &minute, &second) < 2 ||
-          std::sscanf(std::string(words[i + 3]).c_str(), "%d", &year) != 1 || year < 1970 || year > 9999) {
-        return {};
-      }
-      return CTime(year, month + 1, day, hour, minute, second).Format("%Y-%m-%d %H:%M");
+  for (size_t i = 0; i + 3 < count; ++i) {
+    const auto month = std::find(std::begin(kMonths), std::end(kMonths), words[i]);
+    if (month == std::end(kMonths)) continue;
+    int clock[3] = {0, 0, 0};
+    size_t parts = 0;
+    for (std::string_view rest = words[i + 2]; parts < 3; ++parts) {
+      const size_t colon = rest.find(':');
+      clock[parts] = NumberOf(rest.substr(0, colon));
+      if (clock[parts] < 0 || colon == std::string_view::npos) break;
+      rest.remove_prefix(colon + 1);
     }
+    if (clock[2] < 0) clock[2] = 0;  // seconds are optional
+    const int day = NumberOf(words[i + 1]);
+    const int year = NumberOf(words[i + 3]);
+    if (day < 0 || parts < 1 || clock[0] < 0 || clock[1] < 0 || year < 1970 || year > 9999) return {};
+    return CTime(year, static_cast<int>(month - std::begin(kMonths)) + 1, day, clock[0], clock[1], clock[2])
+        .Format("%Y-%m-%d %H:%M");
   }
   return {};
 }
@@ -75,13 +93,18 @@ class MboxImport {
     else if (chunk.ends_with("\n\n")) chunk.remove_suffix(1);
     const size_t line_end = chunk.find('\n');
     const size_t message_at = line_end == std::string_view::npos ? chunk.size() : line_end + 1;
-    body_.clear();
-    body_.append(chunk.substr(0, message_at));
-    Unquote(chunk.substr(message_at), body_);
+    // Most messages quote no line: they are stored as they stand in the file.
+    std::string_view body = chunk;
+    if (chunk.find("\n>", message_at - 1) != std::string_view::npos) {
+      body_.clear();
+      body_.append(chunk.substr(0, message_at));
+      Unquote(chunk.substr(message_at), body_);
+      body = body_;
+    }
 
     CMIDLRec rec;
     CMIDLExtendRec& mail = rec.GetExtendRec();
-    ReadMailMessage(MailMessageOf(body_), mail);
+    ReadMailMessage(MailMessageOf(body), mail);
     std::string_view envelope = chunk.substr(0, message_at);
     while (!envelope.empty() && (envelope.back() == '\n' || envelope.back() == '\r')) envelope.remove_suffix(1);
     mail.get_date = DeliveryTime(envelope);
@@ -92,18 +115,16 @@ class MboxImport {
       ++refused_;
       return;
     }
-    const std::string file = doc_.GetMailFilePath(pos);
-    const std::string_view directory = platform::StoredDirectoryOf(file);
-    if (directory != made_ && doc_.GetDataRoot()->CreateDirectories(directory)) made_ = directory;
+    std::string file = doc_.GetMailFilePath(pos);
     // Written as WriteMail writes, but flushed to disk all together before
     // the index that names them is saved.
-    if (!doc_.GetDataRoot()->WriteFileAtomicUnflushed(file, body_)) {
+    if (!WriterFor(platform::StoredDirectoryOf(file)) || !writer_->Write(NameIn(file), body)) {
       static_cast<void>(doc_.DelRec(pos));
       ++refused_;
       return;
     }
     added_.push_back(pos);
-    files_.push_back(file);
+    files_.push_back(std::move(file));
   }
   void Refuse() { ++refused_; }
 
@@ -118,10 +139,22 @@ class MboxImport {
   int refused() const { return refused_; }
 
  private:
+  static std::string_view NameIn(std::string_view file) { return file.substr(file.rfind('\\') + 1); }
+
+  // Bodies fill one directory after the other, so one writer at a time.
+  bool WriterFor(std::string_view directory) {
+    if (writer_ == nullptr || directory != writer_directory_) {
+      writer_ = doc_.GetDataRoot()->OpenNewFileWriter(directory);
+      writer_directory_ = directory;
+    }
+    return writer_ != nullptr;
+  }
+
   CMIDLDoc& doc_;
   std::string folder_pos_;
   std::string body_;
-  std::string made_;  // the body directory made last
+  std::unique_ptr<platform::NewFileWriter> writer_;
+  std::string writer_directory_;
   std::vector<std::string> added_;
   std::vector<std::string> files_;
   int refused_ = 0;
@@ -195,6 +228,11 @@ CMboxImportResult ImportMbox(CMIDLDoc& doc, std::istream& in, std::string_view f
   if (doc.GetFolder(folder) == nullptr || !doc.GetDataRoot()->CreateDirectories(doc.GetMailDirectory())) {
     return result;
   }
+  // Ids, body files and the save are one turn: no other writer's import
+  // can hand out the same ids or take the files away meanwhile, and what
+  // stands under the ids to come is known to be left over.
+  const auto turn = doc.TakeWriterTurn();
+  if (!turn->IsSynced()) return result;
   RemoveLeftoverBodies(doc);
   const bool auto_save = doc.GetAutoSaveFlag();
   doc.SetAutoSaveFlag(false);

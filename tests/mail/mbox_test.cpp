@@ -17,6 +17,7 @@
 #include "support/temp_root.h"
 #include "zds/mail/mail_message.h"
 #include "zds/mail/mbox.h"
+#include "zds/platform/file_calls.h"
 
 namespace zds {
 namespace {
@@ -373,18 +374,68 @@ TEST_F(MboxTest, BadInputIsStoredAsWellAsItCanBeOrRefusedAndCounted) {
   EXPECT_EQ(Mail(5).subject, "more");
 }
 
+// The delivery time comes from the "From " line's day, clock and year
+// after the month; anything else there gives none rather than a wrong one.
+TEST_F(MboxTest, DeliveryTimesAreReadFromTheEnvelope) {
+  const auto format = [](int y, int mo, int d, int h, int mi) {
+    return CTime(y, mo, d, h, mi, 0).Format("%Y-%m-%d %H:%M");
+  };
+  const struct {
+    const char* envelope;
+    std::string time;
+  } cases[] = {
+      {"From a@b Tue Nov 24 12:00:00 2026", format(2026, 11, 24, 12, 0)},
+      {"From a@b Sat Jan  3 01:05 1996", format(1996, 1, 3, 1, 5)},         // no seconds, a doubled blank
+      {"From a@b Tue Nov 31 23:59:59 2026", format(2026, 12, 1, 23, 59)},   // normalised as the clock does
+      {"From a@b Tue Nov 24 12:00:00 +0100 2026", ""},                      // a zone where the year belongs
+      {"From a@b Tue Nov 24 noon 2026", ""},
+      {"From a@b Tue Nov 24 12 2026", ""},
+      {"From a@b Tue Nov 24 12:00:00 1969", ""},
+      {"From a@b", ""},
+  };
+  std::string mbox;
+  for (const auto& c : cases) mbox += std::string(c.envelope) + "\nSubject: s\n\n";
+  ASSERT_EQ(Import(mbox).stored, static_cast<int>(std::size(cases)));
+  for (size_t i = 0; i < std::size(cases); ++i) {
+    SCOPED_TRACE(cases[i].envelope);
+    EXPECT_EQ(Mail(static_cast<int>(i)).get_date, cases[i].time);
+  }
+}
+
 TEST_F(MboxTest, AnImportThatCannotBeSavedLeavesTheFolderAsItWas) {
   ASSERT_EQ(Import("From a@b Tue Nov 24 12:00:00 2026\nSubject: kept\n\n").stored, 1);
-  const std::string index = temp_.Read("box/inbox.xml");
-  // The index's file turns into a directory: its save cannot succeed.
-  test::fs::remove(temp_.dir() / "box" / "inbox.xml");
-  test::fs::create_directory(temp_.dir() / "box" / "inbox.xml");
-  const CMboxImportResult result =
-      Import("From a@b Tue Nov 24 12:00:00 2026\nSubject: lost\n\nFrom a@b Tue Nov 24 12:00:00 2026\n\n");
+  // Just before the index's new text takes its name, the file turns into
+  // a directory: the save fails after every body was written.
+  CMboxImportResult result;
+  {
+    platform::ScopedFileCallObserver block([&](const platform::FileCall& call) {
+      if (call.call != "renameat" || call.name != "inbox.xml") return;
+      test::fs::remove(temp_.dir() / "box" / "inbox.xml");
+      test::fs::create_directory(temp_.dir() / "box" / "inbox.xml");
+    });
+    result = Import("From a@b Tue Nov 24 12:00:00 2026\nSubject: lost\n\nFrom a@b Tue Nov 24 12:00:00 2026\n\n");
+  }
   EXPECT_EQ(std::tie(result.stored, result.refused, result.saved), std::make_tuple(0, 2, false));
   EXPECT_EQ(doc_->GetRecNum(), 1);
   EXPECT_EQ(Mail(0).subject, "kept");
   EXPECT_EQ(temp_.Files(), (std::vector<std::string>{"root/box/inbox/0000/0001.eml"}));
+}
+
+TEST_F(MboxTest, AnImportIntoAFolderAnotherWriterChangedTouchesNothingOfTheirs) {
+  CMIDLDoc other;
+  other.SetDataRoot(temp_.root());
+  ASSERT_TRUE(IsOpen(OpenVFDLDoc(other, "\\box\\inbox.xml", "\\box")));
+  std::istringstream theirs("From a@b Tue Nov 24 12:00:00 2026\nSubject: theirs\n\n");
+  ASSERT_TRUE(ImportMbox(other, theirs).saved);
+  // This document still knows the folder empty: the ids it would hand out
+  // are the other writer's, and their bodies no leftovers.
+  const CMboxImportResult result = Import("From a@b Tue Nov 24 12:00:00 2026\nSubject: mine\n\n");
+  EXPECT_EQ(std::tie(result.stored, result.saved), std::make_tuple(0, false));
+  EXPECT_EQ(doc_->GetLastSaveStatus(), SaveStatus::kConflict);
+  EXPECT_EQ(temp_.Read("box/inbox/0000/0001.eml"), "From a@b Tue Nov 24 12:00:00 2026\nSubject: theirs\n");
+  ASSERT_EQ(doc_->Reload(), OpenResult::kLoaded);
+  EXPECT_EQ(Import("From a@b Tue Nov 24 12:00:00 2026\nSubject: mine\n\n").stored, 1);
+  EXPECT_EQ(temp_.Read("box/inbox/0000/0002.eml"), "From a@b Tue Nov 24 12:00:00 2026\nSubject: mine\n");
 }
 
 TEST_F(MboxTest, BodyFilesACrashedImportLeftAreTakenAwayOrWrittenAnew) {
