@@ -52,5 +52,50 @@ TEST(SideBySideTest, EditsOfCommandsRunAtOnceAreAllKept) {
   EXPECT_EQ(test::RunZds(temp.dir(), {"check"}).exit_code, 0);
 }
 
+// Imports name their message files after the ids the index hands out: two
+// at once into one folder must neither share ids nor take each other's
+// files for leftovers of a crash.
+TEST(SideBySideTest, MailImportsRunAtOnceIntoOneFolderKeepEveryMessage) {
+  test::TempRoot temp;
+  ASSERT_EQ(test::RunZds(temp.dir(), {"init"}).exit_code, 0);
+  ASSERT_EQ(test::RunZds(temp.dir(), {"account", "add", "home", "--kind", "popmail"}).exit_code, 0);
+  constexpr int kWriters = 3, kImports = 3, kMessages = 20;
+  std::vector<std::vector<test::ProgramResult>> results(kWriters);
+  std::vector<std::thread> writers;
+  for (int w = 0; w < kWriters; ++w) {
+    writers.emplace_back([&, w] {
+      for (int i = 0; i < kImports; ++i) {
+        std::string mbox;
+        for (int m = 0; m < kMessages; ++m) {
+          mbox += "From a@b Tue Nov 24 12:00:00 2026\nSubject: m" + std::to_string(w) + "-" + std::to_string(i) + "-" +
+                  std::to_string(m) + "\n\nbody\n\n";
+        }
+        const test::fs::path file = temp.top() / ("w" + std::to_string(w) + "-" + std::to_string(i) + ".mbox");
+        test::WriteNative(file, mbox);
+        results[w].push_back(test::RunZds(temp.dir(), {"mail", "import", "home", "Inbox", file.string()}));
+      }
+    });
+  }
+  for (std::thread& writer : writers) writer.join();
+
+  for (const auto& of_writer : results) {
+    for (const test::ProgramResult& result : of_writer) EXPECT_EQ(result.exit_code, 0) << result.err;
+  }
+  const test::ProgramResult exported = test::RunZds(temp.dir(), {"mail", "export", "home", "Inbox"});
+  ASSERT_EQ(exported.exit_code, 0) << exported.err;
+  for (int w = 0; w < kWriters; ++w) {
+    for (int i = 0; i < kImports; ++i) {
+      for (int m = 0; m < kMessages; ++m) {
+        const std::string subject =
+            "\nSubject: m" + std::to_string(w) + "-" + std::to_string(i) + "-" + std::to_string(m) + "\n";
+        const size_t at = exported.out.find(subject);
+        EXPECT_NE(at, std::string::npos) << subject;
+        EXPECT_EQ(exported.out.find(subject, at + 1), std::string::npos) << subject;
+      }
+    }
+  }
+  EXPECT_EQ(test::RunZds(temp.dir(), {"check"}).exit_code, 0);
+}
+
 }  // namespace
 }  // namespace zds
