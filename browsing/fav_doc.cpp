@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <utility>
 
 #include "zds/platform/ascii.h"
@@ -257,6 +258,10 @@ bool CFavDoc::ImportBookmarks(std::string_view folder_pos, const std::vector<Boo
   counts = {};
   const platform::DataRoot* root = GetDataRoot().get();
   if (GetFolder(folder_pos) == nullptr || root == nullptr) return false;
+  // Shortcut files are named after the ids the document hands out: no other
+  // writer may hand out the same ones before this import is saved.
+  const auto turn = TakeWriterTurn();
+  if (!turn->IsSynced()) return false;
   // One save at the end: the whole import stands or falls with it.
   const bool auto_save = GetAutoSaveFlag();
   SetAutoSaveFlag(false);
@@ -264,6 +269,7 @@ bool CFavDoc::ImportBookmarks(std::string_view folder_pos, const std::vector<Boo
   std::vector<std::string> parents{std::string(folder_pos)};  // the folder each depth goes into
   std::vector<std::string> written;
   std::string directory;  // of the last shortcut written
+  std::unique_ptr<platform::NewFileWriter> writer;
   for (const BookmarkItem& item : items) {
     parents.resize(static_cast<size_t>(std::clamp(item.depth, 0, static_cast<int>(parents.size()) - 1)) + 1);
     if (item.folder) {
@@ -282,11 +288,11 @@ bool CFavDoc::ImportBookmarks(std::string_view folder_pos, const std::vector<Boo
     }
     const std::string pos = NewLinkRec(parents.back(), item, false);
     std::string file = pos.empty() ? std::string() : GetActualFilePos(pos);
-    if (!file.empty() && platform::StoredDirectoryOf(file) != directory) {
+    if (!file.empty() && (writer == nullptr || platform::StoredDirectoryOf(file) != directory)) {
       directory = platform::StoredDirectoryOf(file);
-      root->CreateDirectories(directory);  // a failure shows in the write
+      writer = root->OpenNewFileWriter(directory);
     }
-    if (pos.empty() || !root->WriteFileAtomicUnflushed(file, ShortcutText(item.url))) {
+    if (pos.empty() || writer == nullptr || !writer->Write(file.substr(directory.size() + 1), ShortcutText(item.url))) {
       if (!pos.empty()) static_cast<void>(DelRec(pos));
       ++counts.refused;
       continue;

@@ -189,5 +189,29 @@ TEST(BookmarkImportTest, AFileGoesIntoAFolderWithItsTimesAndComesBackOut) {
   EXPECT_FALSE(fav.doc.ImportBookmarks("kov:\\Favorites\\0099", file.items, true, counts));
 }
 
+// Shortcut files are named by the ids the index hands out: a document that
+// read the index before another writer's import was saved must not write
+// over that import's files, nor take them away when its own save fails.
+TEST(BookmarkImportTest, AnImportOnAStaleIndexLeavesAnotherWritersShortcuts) {
+  Favorites fav;
+  ASSERT_TRUE(fav.doc.SaveXMLDoc());
+  CFavDoc other;
+  other.SetDataRoot(fav.temp.root());
+  ASSERT_EQ(OpenVFDLDoc(other, "\\favorites\\index.xml", "\\favorites", false), OpenResult::kLoaded);
+  FavImportCounts counts;
+  const BookmarkFile theirs = ReadBookmarkHtml("<DL><DT><A HREF=\"http://theirs/\">T</A></DL>");
+  ASSERT_TRUE(other.ImportBookmarks(other.GetRoot()->GetPos(), theirs.items, true, counts));
+  const std::vector<std::string> files = fav.temp.Files();
+
+  const BookmarkFile mine = ReadBookmarkHtml("<DL><DT><A HREF=\"http://mine/\">M</A></DL>");
+  EXPECT_FALSE(fav.doc.ImportBookmarks(fav.top, mine.items, true, counts));
+  EXPECT_EQ(fav.doc.GetLastSaveStatus(), SaveStatus::kConflict);
+  EXPECT_EQ(fav.temp.Files(), files);
+  for (const std::string& file : files) EXPECT_EQ(fav.temp.Read(file.substr(5)).find("mine"), std::string::npos);
+  ASSERT_EQ(fav.doc.Reload(), OpenResult::kLoaded);
+  EXPECT_TRUE(fav.doc.ImportBookmarks(fav.doc.GetRoot()->GetPos(), mine.items, true, counts));
+  EXPECT_EQ(fav.temp.Files().size(), files.size() + 1);
+}
+
 }  // namespace
 }  // namespace zds
