@@ -21,6 +21,10 @@ bool IsSafeComponent(std::string_view component) {
 
 }  // namespace
 
+bool NewFileWriter::Write(std::string_view name, std::string_view contents) {
+  return IsSafeComponent(name) && name.find(kSeparator) == std::string_view::npos && WriteName(name, contents);
+}
+
 DataRoot::DataRoot(std::string native_root, RootAccess access)
     : native_root_(std::move(native_root)), access_(access) {}
 

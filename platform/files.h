@@ -132,7 +132,11 @@ class NewFileWriter {
   virtual ~NewFileWriter() = default;
   // `name` is one component of a stored path; false when it is refused or
   // the write fails.
-  virtual bool Write(std::string_view name, std::string_view contents) = 0;
+  bool Write(std::string_view name, std::string_view contents);
+
+ private:
+  // The platform's write of a name already found safe.
+  virtual bool WriteName(std::string_view name, std::string_view contents) = 0;
 };
 
 class DataRoot {

@@ -127,39 +127,38 @@ constexpr int kDirectoryAccess = O_RDONLY;
 #endif
 constexpr int kOpenDirectory = kDirectoryAccess | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
 
-// The entry of the directory equal to the name but for ASCII case; of
-// several, the first in byte order, so the choice never depends on the
-// order readdir happens to return. Empty when there is none. The listing
-// opens the directory afresh: a walking handle may lack read permission,
-// and a duplicate would share its read position.
-std::string FindCaseVariant(int directory, std::string_view name) {
-  std::string best;
+// Calls `visit` with each name in the directory; false when it cannot be
+// listed. The listing opens the directory afresh: a walking handle may
+// lack read permission, and a duplicate would share its read position.
+template <typename Visit>
+bool ForEachName(int directory, Visit&& visit) {
   Descriptor listing(OpenAt(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!listing.valid()) return best;
+  if (!listing.valid()) return false;
   DIR* opened = fdopendir(listing.get());
-  if (opened == nullptr) return best;
+  if (opened == nullptr) return false;
   listing.Release();
   std::unique_ptr<DIR, int (*)(DIR*)> stream(opened, closedir);
-  while (const dirent* entry = readdir(stream.get())) {
-    std::string_view candidate(entry->d_name);
+  errno = 0;
+  while (const dirent* entry = readdir(stream.get())) visit(std::string_view(entry->d_name));
+  return errno == 0;
+}
+
+// The entry of the directory equal to the name but for ASCII case; of
+// several, the first in byte order, so the choice never depends on the
+// order readdir happens to return. Empty when there is none.
+std::string FindCaseVariant(int directory, std::string_view name) {
+  std::string best;
+  ForEachName(directory, [&](std::string_view candidate) {
     if (SameIgnoringAsciiCase(candidate, name) && (best.empty() || candidate < best)) best = candidate;
-  }
+  });
   return best;
 }
 
 // Every name in the directory, in lower case; nullopt when it cannot be
 // listed.
 std::optional<std::unordered_set<std::string>> FoldedNames(int directory) {
-  Descriptor listing(OpenAt(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!listing.valid()) return std::nullopt;
-  DIR* opened = fdopendir(listing.get());
-  if (opened == nullptr) return std::nullopt;
-  listing.Release();
-  std::unique_ptr<DIR, int (*)(DIR*)> stream(opened, closedir);
   std::unordered_set<std::string> names;
-  errno = 0;
-  while (const dirent* entry = readdir(stream.get())) names.insert(AsciiLowerCase(entry->d_name));
-  if (errno != 0) return std::nullopt;
+  if (!ForEachName(directory, [&](std::string_view name) { names.insert(AsciiLowerCase(name)); })) return std::nullopt;
   return names;
 }
 
@@ -405,6 +404,19 @@ std::optional<Place> Locate(const std::string& native_root, std::string_view sto
   return PosixWalk(native_root).Find(*components, goal);
 }
 
+// The directory at the stored path, made with its parents where missing;
+// nullopt when that fails or the path is refused. The root itself is made
+// by its name, the one path this code hands the system; everything below
+// it relative to the handles.
+std::optional<Place> MakeDirectories(const std::string& native_root, std::string_view stored_path) {
+  if (!IsSafeStoredPath(stored_path) || native_root.empty()) return std::nullopt;
+  file_calls::Report("mkdir", kPlainPath, native_root);
+  if (mkdir(native_root.c_str(), 0777) != 0 && errno != EEXIST) return std::nullopt;
+  auto place = Locate(native_root, stored_path, Goal::kMakeDirectory);
+  if (!place || !place->Is(S_IFDIR)) return std::nullopt;
+  return place;
+}
+
 // Gathers up to IOV_MAX pieces per call; an unchanged document is a
 // single piece, a lightly edited one a few per changed node.
 bool WriteAllPieces(int fd, std::span<const std::string_view> pieces) {
@@ -523,10 +535,9 @@ class PosixNewFileWriter final : public NewFileWriter {
                      std::unordered_set<std::string> names)
       : root_(root), directory_(std::move(directory)), handle_(std::move(handle)), names_(std::move(names)) {}
 
-  bool Write(std::string_view name, std::string_view contents) override {
+ private:
+  bool WriteName(std::string_view name, std::string_view contents) override {
     try {
-      const auto components = SplitStoredPath(name);
-      if (!components || components->size() != 1 || name.front() == '\\') return false;
       auto [folded, is_new] = names_.insert(AsciiLowerCase(name));
       bool existed = false;
       if (is_new && CreateExclusively(handle_.get(), std::string(name), contents, existed)) return true;
@@ -536,7 +547,6 @@ class PosixNewFileWriter final : public NewFileWriter {
     }
   }
 
- private:
   const DataRoot& root_;
   std::string directory_;
   Descriptor handle_;
@@ -721,10 +731,10 @@ bool DataRoot::FlushWrittenFiles() const {
 }
 
 std::unique_ptr<NewFileWriter> DataRoot::OpenNewFileWriter(std::string_view stored_directory) const {
-  if (IsReadOnly() || !CreateDirectories(stored_directory)) return nullptr;
+  if (IsReadOnly()) return nullptr;
   try {
-    auto place = Locate(native_root_, stored_directory, Goal::kMakeDirectory);
-    if (!place || !place->Is(S_IFDIR) || !place->name.empty()) return nullptr;
+    auto place = MakeDirectories(native_root_, stored_directory);
+    if (!place || !place->name.empty()) return nullptr;
     auto names = FoldedNames(place->directory.get());
     if (!names) return nullptr;
     return std::make_unique<PosixNewFileWriter>(*this, std::string(stored_directory), std::move(place->directory),
@@ -734,15 +744,8 @@ std::unique_ptr<NewFileWriter> DataRoot::OpenNewFileWriter(std::string_view stor
   }
 }
 
-// The root itself is made by its name, the one path this class hands the
-// system; everything below it relative to the handles.
 bool DataRoot::CreateDirectories(std::string_view stored_path) const {
-  if (IsReadOnly()) return false;
-  if (!IsSafeStoredPath(stored_path) || native_root_.empty()) return false;
-  file_calls::Report("mkdir", kPlainPath, native_root_);
-  if (mkdir(native_root_.c_str(), 0777) != 0 && errno != EEXIST) return false;
-  auto place = Locate(native_root_, stored_path, Goal::kMakeDirectory);
-  return place && place->Is(S_IFDIR);
+  return !IsReadOnly() && MakeDirectories(native_root_, stored_path).has_value();
 }
 
 bool DataRoot::RemoveFile(std::string_view stored_path) const {

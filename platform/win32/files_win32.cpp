@@ -711,13 +711,11 @@ class Win32NewFileWriter final : public NewFileWriter {
  public:
   Win32NewFileWriter(const DataRoot& root, std::string directory) : root_(root), directory_(std::move(directory)) {}
 
-  bool Write(std::string_view name, std::string_view contents) override {
-    const auto components = SplitStoredPath(name);
-    if (!components || components->size() != 1 || name.front() == '\\') return false;
+ private:
+  bool WriteName(std::string_view name, std::string_view contents) override {
     return root_.WriteFileAtomicUnflushed(JoinStoredPath(directory_, name), contents);
   }
 
- private:
   const DataRoot& root_;
   std::string directory_;
 };
