@@ -7,6 +7,7 @@
 #include <ostream>
 #include <vector>
 
+#include "zds/mail/body_writer.h"
 #include "zds/mail/mail_message.h"
 #include "zds/platform/time.h"
 
@@ -83,7 +84,8 @@ std::string DeliveryTime(std::string_view envelope) {
 // failed save takes all of them back.
 class MboxImport {
  public:
-  MboxImport(CMIDLDoc& doc, std::string folder_pos) : doc_(doc), folder_pos_(std::move(folder_pos)) {}
+  MboxImport(CMIDLDoc& doc, std::string folder_pos)
+      : doc_(doc), folder_pos_(std::move(folder_pos)), bodies_(*doc.GetDataRoot()) {}
 
   // A chunk of the file from one "From " line to the next.
   void Store(std::string_view chunk) {
@@ -110,28 +112,37 @@ class MboxImport {
     mail.get_date = DeliveryTime(envelope);
     rec.SetAlias(mail.subject);
     rec.SetAttribute(kAttrNormal);
-    const std::string pos = doc_.AddRec(folder_pos_, rec, false);
+    std::string pos = doc_.AddRec(folder_pos_, rec, false);
     if (pos.empty()) {
       ++refused_;
       return;
     }
-    std::string file = doc_.GetMailFilePath(pos);
     // Written as WriteMail writes, but flushed to disk all together before
     // the index that names them is saved.
-    if (!WriterFor(platform::StoredDirectoryOf(file)) || !writer_->Write(NameIn(file), body)) {
-      static_cast<void>(doc_.DelRec(pos));
-      ++refused_;
-      return;
-    }
-    added_.push_back(pos);
-    files_.push_back(std::move(file));
+    bodies_.Write(doc_.GetMailFilePath(pos), body);
+    added_.push_back(std::move(pos));
   }
   void Refuse() { ++refused_; }
 
+  // Waits for the body files; a message whose file could not be written
+  // is refused, its record taken out again.
+  void Finish() {
+    const std::vector<size_t> failed = bodies_.Finish();
+    for (const size_t number : failed) {
+      static_cast<void>(doc_.DelRec(added_[number]));
+      doc_.GetDataRoot()->RemoveFile(doc_.GetMailFilePath(added_[number]));
+      added_[number].clear();
+    }
+    std::erase(added_, std::string());
+    refused_ += static_cast<int>(failed.size());
+  }
+
   // Puts the index back as it was and takes the body files away.
   void Undo() {
-    for (auto it = added_.rbegin(); it != added_.rend(); ++it) static_cast<void>(doc_.DelRec(*it));
-    for (const std::string& file : files_) doc_.GetDataRoot()->RemoveFile(file);
+    for (auto it = added_.rbegin(); it != added_.rend(); ++it) {
+      static_cast<void>(doc_.DelRec(*it));
+      doc_.GetDataRoot()->RemoveFile(doc_.GetMailFilePath(*it));
+    }
     refused_ += static_cast<int>(added_.size());
     added_.clear();
   }
@@ -139,24 +150,11 @@ class MboxImport {
   int refused() const { return refused_; }
 
  private:
-  static std::string_view NameIn(std::string_view file) { return file.substr(file.rfind('\\') + 1); }
-
-  // Bodies fill one directory after the other, so one writer at a time.
-  bool WriterFor(std::string_view directory) {
-    if (writer_ == nullptr || directory != writer_directory_) {
-      writer_ = doc_.GetDataRoot()->OpenNewFileWriter(directory);
-      writer_directory_ = directory;
-    }
-    return writer_ != nullptr;
-  }
-
   CMIDLDoc& doc_;
   std::string folder_pos_;
   std::string body_;
-  std::unique_ptr<platform::NewFileWriter> writer_;
-  std::string writer_directory_;
+  BodyWriter bodies_;
   std::vector<std::string> added_;
-  std::vector<std::string> files_;
   int refused_ = 0;
 };
 
@@ -238,6 +236,7 @@ CMboxImportResult ImportMbox(CMIDLDoc& doc, std::istream& in, std::string_view f
   doc.SetAutoSaveFlag(false);
   MboxImport import(doc, folder);
   ReadChunks(in, import);
+  import.Finish();
   result.saved = import.stored() == 0 || (doc.GetDataRoot()->FlushWrittenFiles() && (!auto_save || doc.SaveXMLDoc()));
   if (!result.saved) import.Undo();
   doc.SetAutoSaveFlag(auto_save);

@@ -4,8 +4,9 @@
 // number of ">", has one more ">" in front (so ">From " in the file is
 // "From " in the message).
 //
-// Importing reads the stream as it comes, keeping one message in memory at
-// a time. Each message becomes a record (mail_message.h) and a body file
+// Importing reads the stream as it comes: memory holds the message being
+// read and a few batches of bodies on their way to their files (written on
+// a thread of the import's own, ended before it returns). Each message becomes a record (mail_message.h) and a body file
 // beside the mail index, named by the record's id, that holds the
 // message's "From " line and the message as it was, so that exporting
 // writes the folder back byte for byte (for a file whose messages are

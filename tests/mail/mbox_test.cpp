@@ -422,6 +422,21 @@ TEST_F(MboxTest, AnImportThatCannotBeSavedLeavesTheFolderAsItWas) {
   EXPECT_EQ(temp_.Files(), (std::vector<std::string>{"root/box/inbox/0000/0001.eml"}));
 }
 
+TEST_F(MboxTest, AMessageWhoseBodyCannotBeWrittenIsRefusedAndTheRestKept) {
+  // Bodies 256 and on go to the group "0001", where a file stands.
+  temp_.Write("box/inbox/0001", "in the way");
+  std::string mbox;
+  for (int n = 1; n <= 260; ++n) mbox += "From a@b Tue Nov 24 12:00:00 2026\nSubject: " + std::to_string(n) + "\n\n";
+  const CMboxImportResult result = Import(mbox);
+  EXPECT_EQ(std::tie(result.stored, result.refused, result.saved), std::make_tuple(255, 5, true));
+  Reopen();
+  ASSERT_EQ(doc_->GetRecNum(), 255);
+  EXPECT_EQ(Mail(254).subject, "255");
+  std::string body;
+  EXPECT_TRUE(doc_->ReadRecMail(doc_->GetRecIDByIndex(254), body));
+  EXPECT_EQ(body, "From a@b Tue Nov 24 12:00:00 2026\nSubject: 255\n");
+}
+
 TEST_F(MboxTest, AnImportIntoAFolderAnotherWriterChangedTouchesNothingOfTheirs) {
   CMIDLDoc other;
   other.SetDataRoot(temp_.root());
