@@ -96,6 +96,8 @@ void BodyWriter::Hand() {
 
 std::unique_ptr<BodyWriter::Batch> BodyWriter::FreshBatch(std::unique_ptr<Batch> reused) {
   if (reused == nullptr) reused = std::make_unique<Batch>();
+  // A batch that carried one large message gives its room back.
+  if (reused->bytes.capacity() > 2 * kBatchBytes) reused->bytes = std::string();
   reused->bytes.clear();
   reused->entries.clear();
   reused->first = count_;
