@@ -35,7 +35,10 @@ std::string_view LineAt(std::string_view text, size_t at, size_t& next) {
 
 struct Header {
   std::string_view name;
-  std::string value;  // unfolded: the line breaks of folding taken out
+  std::string_view line_value;  // as it stands on the field's first line
+  std::string unfolded;         // a folded field's lines joined, their breaks taken out
+  bool folded = false;
+  std::string_view Value() const { return folded ? std::string_view(unfolded) : line_value; }
 };
 
 // A field name: printable ASCII but the colon, at least one byte.
@@ -57,11 +60,14 @@ std::vector<Header> ReadHeader(std::string_view text, size_t& body) {
       break;
     }
     if (IsBlank(line.front()) && !fields.empty()) {
-      fields.back().value += line;
+      Header& field = fields.back();
+      if (!field.folded) field.unfolded.assign(field.line_value);
+      field.folded = true;
+      field.unfolded += line;
     } else {
       const size_t colon = line.find(':');
       if (colon == std::string_view::npos || !IsFieldName(Trim(line.substr(0, colon)))) break;
-      fields.push_back({Trim(line.substr(0, colon)), std::string(line.substr(colon + 1))});
+      fields.push_back({Trim(line.substr(0, colon)), line.substr(colon + 1), {}, false});
     }
     at = next;
   }
@@ -76,9 +82,10 @@ const Header* Find(const std::vector<Header>& fields, std::string_view name) {
   return nullptr;
 }
 
-std::string FieldText(const std::vector<Header>& fields, std::string_view name) {
+// Valid while `fields` is.
+std::string_view FieldText(const std::vector<Header>& fields, std::string_view name) {
   const Header* field = Find(fields, name);
-  return field ? std::string(Trim(field->value)) : std::string();
+  return field ? Trim(field->Value()) : std::string_view();
 }
 
 int HexValue(char c) {
@@ -299,18 +306,22 @@ std::vector<std::string_view> SplitParts(std::string_view body, std::string_view
 // deeper parts left out rather than costing more.
 constexpr int kMaxPartDepth = 64;
 
-void ReadAttachments(std::string_view entity, CMIDLExtendRec& mail) {
+// `fields` and `body_at` are the message's own header, read already.
+void ReadAttachments(std::string_view message, const std::vector<Header>& message_fields, size_t message_body_at,
+                     CMIDLExtendRec& mail) {
   struct Pending {
     std::string_view text;
     int depth;
   };
-  std::vector<Pending> stack{{entity, 0}};
+  std::vector<Pending> stack{{message, 0}};
   std::vector<CMIDLAttachRec> found;
+  std::vector<Header> part_fields;
   while (!stack.empty()) {
     const Pending part = stack.back();
     stack.pop_back();
-    size_t body_at = 0;
-    const std::vector<Header> fields = ReadHeader(part.text, body_at);
+    size_t body_at = message_body_at;
+    if (part.depth > 0) part_fields = ReadHeader(part.text, body_at);
+    const std::vector<Header>& fields = part.depth > 0 ? part_fields : message_fields;
     const std::string_view body = part.text.substr(std::min(body_at, part.text.size()));
     std::string type;
     const std::vector<Param> type_params = ReadParams(FieldText(fields, "Content-Type"), type);
@@ -459,11 +470,11 @@ void ReadMailMessage(std::string_view message, CMIDLExtendRec& mail) {
   mail.cc = DecodeEncodedWords(FieldText(fields, "Cc"));
   mail.bcc = DecodeEncodedWords(FieldText(fields, "Bcc"));
   mail.message_id = FieldText(fields, "Message-ID");
-  const std::string date = FieldText(fields, "Date");
+  const std::string_view date = FieldText(fields, "Date");
   mail.send_date = FormatMailDate(date);
   if (mail.send_date.empty()) mail.send_date = date;  // kept as it came, rather than lost
   mail.size = std::to_string(message.size());
-  ReadAttachments(message, mail);
+  ReadAttachments(message, fields, body_at, mail);
 }
 
 }  // namespace zds
