@@ -117,8 +117,9 @@ class MboxImport {
       ++refused_;
       return;
     }
-    // Written as WriteMail writes, but flushed to disk all together before
-    // the index that names them is saved.
+    // Written as WriteMail writes, but on the body writer's thread, and
+    // flushed to disk all together before the index that names them is
+    // saved.
     bodies_.Write(doc_.GetMailFilePath(pos), body);
     added_.push_back(std::move(pos));
   }
