@@ -63,7 +63,15 @@ void* Start(const std::string& program, const std::vector<std::string>& args, co
   startup.hStdOutput = Inheritable(out, GENERIC_WRITE, CREATE_ALWAYS);
   startup.hStdError = Inheritable(err, GENERIC_WRITE, err == kNullDevice ? OPEN_EXISTING : CREATE_ALWAYS);
   PROCESS_INFORMATION process{};
-  const bool started = CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
+  // Wine now and then fails a start with ERROR_INTERNAL_ERROR while
+  // processes just killed are still being torn down (seen in the crash
+  // test, which starts hundreds); a moment later the same start succeeds.
+  bool started = false;
+  for (int attempt = 0; attempt < 5 && !started; ++attempt) {
+    if (attempt > 0) Sleep(20);
+    started = CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process);
+    if (!started && GetLastError() != ERROR_INTERNAL_ERROR) break;
+  }
   if (started) CloseHandle(process.hThread);
   for (HANDLE handle : {startup.hStdInput, startup.hStdOutput, startup.hStdError}) {
     if (handle != INVALID_HANDLE_VALUE) CloseHandle(handle);
