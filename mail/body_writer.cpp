@@ -39,7 +39,10 @@ BodyWriter::BodyWriter(const platform::DataRoot& root) : root_(root), filling_(s
   }
 }
 
-BodyWriter::~BodyWriter() {
+BodyWriter::~BodyWriter() { StopThread(); }
+
+// The thread writes what is still queued, then ends.
+void BodyWriter::StopThread() {
   if (!thread_.joinable()) return;
   {
     std::lock_guard lock(mutex_);
@@ -58,14 +61,7 @@ void BodyWriter::Write(std::string_view file, std::string_view body) {
 
 std::vector<size_t> BodyWriter::Finish() {
   if (!filling_->entries.empty()) Hand();
-  if (thread_.joinable()) {
-    {
-      std::lock_guard lock(mutex_);
-      finishing_ = true;
-    }
-    changed_.notify_all();
-    thread_.join();
-  }
+  StopThread();
   for (const std::unique_ptr<Batch>& batch : done_) Harvest(*batch);
   done_.clear();
   std::sort(failed_.begin(), failed_.end());

@@ -44,6 +44,7 @@ class BodyWriter {
   struct Batch;
 
   void Hand();
+  void StopThread();
   void Run();
   void WriteBatch(Batch& batch);
   bool WriteOne(std::string_view file, std::string_view body);

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <iterator>
 #include <istream>
-#include <memory>
 #include <ostream>
 #include <vector>
 
@@ -130,8 +129,7 @@ class MboxImport {
   void Finish() {
     const std::vector<size_t> failed = bodies_.Finish();
     for (const size_t number : failed) {
-      static_cast<void>(doc_.DelRec(added_[number]));
-      doc_.GetDataRoot()->RemoveFile(doc_.GetMailFilePath(added_[number]));
+      TakeBack(added_[number]);
       added_[number].clear();
     }
     std::erase(added_, std::string());
@@ -140,10 +138,7 @@ class MboxImport {
 
   // Puts the index back as it was and takes the body files away.
   void Undo() {
-    for (auto it = added_.rbegin(); it != added_.rend(); ++it) {
-      static_cast<void>(doc_.DelRec(*it));
-      doc_.GetDataRoot()->RemoveFile(doc_.GetMailFilePath(*it));
-    }
+    for (auto it = added_.rbegin(); it != added_.rend(); ++it) TakeBack(*it);
     refused_ += static_cast<int>(added_.size());
     added_.clear();
   }
@@ -151,6 +146,11 @@ class MboxImport {
   int refused() const { return refused_; }
 
  private:
+  void TakeBack(const std::string& pos) {
+    static_cast<void>(doc_.DelRec(pos));
+    doc_.GetDataRoot()->RemoveFile(doc_.GetMailFilePath(pos));
+  }
+
   CMIDLDoc& doc_;
   std::string folder_pos_;
   std::string body_;
